@@ -1,0 +1,29 @@
+# SPDX-License-Identifier: MIT
+# How everything is compiled.
+
+add_library(sv_flags INTERFACE)
+target_include_directories(sv_flags INTERFACE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR})
+target_compile_options(
+  sv_flags
+  INTERFACE -Wall
+            -Wextra
+            -Wconversion
+            -Wshadow
+            $<$<BOOL:${SV_WERROR}>:-Werror>
+            # Output must be the same bits on every processor, with or without fused multiply-add.
+            -ffp-contract=off
+            -ffunction-sections
+            -fdata-sections)
+target_link_options(sv_flags INTERFACE -Wl,--gc-sections)
+
+if(SV_SANITIZE)
+  target_compile_options(sv_flags INTERFACE -fsanitize=${SV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(sv_flags INTERFACE -fsanitize=${SV_SANITIZE})
+endif()
+
+# sv_library(name source... LINK library...)
+function(sv_library name)
+  cmake_parse_arguments(arg "" "" "LINK" ${ARGN})
+  add_library(${name} STATIC ${arg_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PUBLIC sv_flags ${arg_LINK})
+endfunction()

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+// Raw codes to physical values. Precision and order of the operations are part of the output: single precision except
+// where a double is returned.
+#pragma once
+
+#include <cfloat>
+#include <cstdint>
+
+#include "diag/diag_record.h"
+#include "mcu/calibration.h"
+#include "mcu/transactions.h"
+
+static_assert(FLT_EVAL_METHOD == 0, "intermediate results must not be wider than their type (-msse2 -mfpmath=sse)");
+
+/// An ADC code with the gain of its input, in volts (with k_teko_current: in amperes).
+inline float volts(const Calibration& cal, uint16_t code, float gain) {
+    return (static_cast<float>(code) - cal.adc_offset) * gain * cal.adc_vref / cal.adc_max;
+}
+
+inline float powerrail_volts(const Calibration& cal, const DiagRecord& record) {
+    return volts(cal, record.powerrail_raw, cal.k_powerrail);
+}
+
+inline float ext_volts(const Calibration& cal, const DiagRecord& record) {
+    return volts(cal, record.ext_raw, cal.k_ext);
+}
+
+/// Temperature of the MCU in degrees Celsius; infinite or no number when the calibration code is 0.
+inline double mcu_temperature(const Calibration& cal, const DiagRecord& record) {
+    const float difference = static_cast<float>(record.temperature_raw) - cal.adc_offset;
+    const float reference = static_cast<float>(record.temperature_cal) / cal.adc_vref;
+    return static_cast<double>(difference) * 358.15 / static_cast<double>(reference) - 273.15;
+}
+
+inline double capacitor_volts(const CapRegisters& words) {
+    return words.cap_vcap * 0.001476;
+}
+
+/// Input current of the charger in milliamperes, without the share that charges the capacitor.
+inline float charger_input_ma(const CapRegisters& words) {
+    const auto iin = static_cast<int16_t>(words.cap_iin);
+    const auto ichg = static_cast<int16_t>(words.cap_ichg);
+    return static_cast<float>(iin * 0.001983 / 0.025 - ichg * 0.001983 / 0.005 * 0.047 / 0.025);
+}
+
+inline double charger_input_watts(const CapRegisters& words) {
+    return words.cap_vin * 0.00221 * static_cast<double>(charger_input_ma(words)) / 1000.0;
+}
+
+/// What the supply gives for that input power, the converter's losses included.
+inline double charger_supply_watts(const CapRegisters& words) {
+    return charger_input_watts(words) / 0.699;
+}

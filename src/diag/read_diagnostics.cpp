@@ -1,0 +1,165 @@
+// SPDX-License-Identifier: MIT
+#include "diag/read_diagnostics.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "mcu/transactions.h"
+#include "util/crc.h"
+#include "util/little_endian.h"
+
+namespace {
+
+constexpr uint8_t kCrc8Start = 0xFF;
+constexpr uint8_t kEepromUnread = 0x11;
+constexpr uint8_t kEepromCrcError = 0x80;
+constexpr uint8_t kEepromChunk = 8;
+constexpr uint8_t kLastPage = kDiagPages - 1;
+constexpr uint8_t kFirstPageBytes = 5;  // all that is read of page 0
+
+/// One 16-bit result and where it goes: a word, or a low and a high byte.
+struct HeadWord {
+    RegisterCommand command;
+    uint16_t DiagRecord::*word;
+    uint8_t DiagRecord::*low = nullptr;
+    uint8_t DiagRecord::*high = nullptr;
+};
+
+constexpr HeadWord kHeadWords[] = {
+    {RegisterCommand::kReadPowerrail, &DiagRecord::powerrail_raw},
+    {RegisterCommand::kReadExt, &DiagRecord::ext_raw},
+    {RegisterCommand::kReadTeko1Voltage, &DiagRecord::teko1_voltage_raw},
+    {RegisterCommand::kReadTeko2Voltage, &DiagRecord::teko2_voltage_raw},
+    {RegisterCommand::kReadTeko1Current, &DiagRecord::teko1_current_raw},
+    {RegisterCommand::kReadTeko2Current, &DiagRecord::teko2_current_raw},
+    {RegisterCommand::kReadTeko1Impedances, nullptr, &DiagRecord::teko1_imp_0_1, &DiagRecord::teko1_imp_1_2},
+    {RegisterCommand::kReadTeko2Impedances, nullptr, &DiagRecord::teko2_imp_0_1, &DiagRecord::teko2_imp_1_2},
+    {RegisterCommand::kReadPseStates, nullptr, &DiagRecord::teko1_pse_state, &DiagRecord::teko2_pse_state},
+    {RegisterCommand::kReadPdStates, nullptr, &DiagRecord::teko1_pd_state, &DiagRecord::teko2_pd_state},
+    {RegisterCommand::kReadVcc, &DiagRecord::vcc_raw},
+    {RegisterCommand::kReadTemperature, &DiagRecord::temperature_raw},
+    {RegisterCommand::kReadTemperatureCal, &DiagRecord::temperature_cal},
+    {RegisterCommand::kReadSpare1, &DiagRecord::vspare1_raw},
+    {RegisterCommand::kReadSpare2, &DiagRecord::vspare2_raw},
+    {RegisterCommand::kReadEnableWord, &DiagRecord::teko_enable},
+    {RegisterCommand::kReadInputMode, &DiagRecord::input_mode},
+};
+
+bool read_mcu(McuDevice& device, uint8_t start, uint8_t length, uint8_t* data) {
+    return i2c_read(*device.bus, device.address, start, length, data);
+}
+
+bool read_head_words(McuDevice& device, DiagRecord& record) {
+    for (const HeadWord& head : kHeadWords) {
+        uint16_t value = 0;
+        if (!run_register_command(device, head.command, &value)) {
+            return false;
+        }
+        if (head.word != nullptr) {
+            record.*head.word = value;
+        } else {
+            record.*head.low = static_cast<uint8_t>(value);
+            record.*head.high = static_cast<uint8_t>(value >> 8);
+        }
+    }
+    record.teko_enable &= 0xFF;
+    record.input_mode &= 0xFF;
+    return true;
+}
+
+bool read_diag_page(McuDevice& device, RegisterCommand command, uint8_t page, uint8_t* data, uint8_t length) {
+    return run_register_command_with_param(device, page, command, nullptr) &&
+           read_mcu(device, kDataRegister, length, data);
+}
+
+bool read_pages(McuDevice& device, DiagRecord& record) {
+    return read_diag_page(device, RegisterCommand::kReadTeko1Page, kLastPage, record.teko1_pages[kLastPage],
+                          kDiagPageSize) &&
+           read_diag_page(device, RegisterCommand::kReadTeko2Page, kLastPage, record.teko2_pages[kLastPage],
+                          kDiagPageSize) &&
+           read_diag_page(device, RegisterCommand::kReadTeko1Page, 0, record.teko1_pages[0], kFirstPageBytes) &&
+           read_diag_page(device, RegisterCommand::kReadTeko2Page, 0, record.teko2_pages[0], kFirstPageBytes);
+}
+
+/// The check value is the low nibble of the last byte and is computed with that nibble clear.
+void check_nevent(const uint8_t* message, uint8_t& crc, uint8_t& crc_ok) {
+    uint8_t cleared[4];
+    std::memcpy(cleared, message, sizeof cleared);
+    cleared[3] &= 0xF0;
+    crc = crc8_1wire(kCrc8Start, cleared, sizeof cleared) & 0x0F;
+    crc_ok = (message[3] & 0x0F) == crc ? 1 : 0;
+}
+
+bool read_nevents(McuDevice& device, DiagRecord& record) {
+    uint8_t reply[20];
+    if (!run_register_command(device, RegisterCommand::kReadNevents, nullptr) ||
+        !read_mcu(device, kDataRegister, sizeof reply, reply)) {
+        return false;
+    }
+    std::memcpy(record.nevent1_msg, reply, sizeof record.nevent1_msg);
+    std::memcpy(record.nevent2_msg, reply + 16, sizeof record.nevent2_msg);
+    check_nevent(record.nevent1_msg, record.nevent1_crc, record.nevent1_crc_ok);
+    check_nevent(record.nevent2_msg, record.nevent2_crc, record.nevent2_crc_ok);
+    return true;
+}
+
+bool read_ports(McuDevice& device, DiagRecord& record) {
+    uint8_t reply[18];
+    static_assert(sizeof reply == 3 * std::size(decltype(record.ports){}));
+    if (!run_register_command(device, RegisterCommand::kReadPorts, nullptr) ||
+        !read_mcu(device, kDataRegister, sizeof reply, reply)) {
+        return false;
+    }
+    const uint8_t* byte = reply;
+    for (PortState& port : record.ports) {
+        port = {byte[0], byte[1], byte[2]};
+        byte += 3;
+    }
+    return true;
+}
+
+bool read_w1_rom(McuDevice& device, DiagRecord& record) {
+    // A failed command is not the end: the 1-Wire status tells.
+    run_register_command(device, RegisterCommand::kReadRom, nullptr);
+    return read_mcu(device, kDataRegister, sizeof record.w1_rom, record.w1_rom) &&
+           read_mcu(device, kParameterRegister, 1, &record.w1_rom_status);
+}
+
+/// Two checked parts: bytes 0 to 7 and bytes 8 to 31, each with its CRC in its last byte.
+bool eeprom_crc_ok(const uint8_t* eeprom) {
+    return crc8_1wire(kCrc8Start, eeprom, 7) == eeprom[7] && crc8_1wire(kCrc8Start, eeprom + 8, 23) == eeprom[31];
+}
+
+bool read_w1_eeprom(McuDevice& device, DiagRecord& record) {
+    record.w1_eeprom_status = 0;
+    for (uint8_t offset = 0; offset < sizeof record.w1_eeprom; offset = static_cast<uint8_t>(offset + kEepromChunk)) {
+        uint8_t chunk[kEepromChunk];
+        run_register_command_with_param(device, offset, RegisterCommand::kReadEeprom, nullptr);
+        if (!read_mcu(device, kDataRegister, sizeof chunk, chunk) ||
+            !read_mcu(device, kParameterRegister, 1, &record.w1_eeprom_status)) {
+            return false;
+        }
+        if (record.w1_eeprom_status != 0) {
+            return true;
+        }
+        std::memcpy(record.w1_eeprom + offset, chunk, sizeof chunk);
+    }
+    if (!eeprom_crc_ok(record.w1_eeprom)) {
+        record.w1_eeprom_status = kEepromCrcError;
+    }
+    return true;
+}
+
+}  // namespace
+
+bool read_diagnostics(McuDevice& device, DiagRecord& record) {
+    record.valid = 0;
+    std::fill(std::begin(record.w1_rom), std::end(record.w1_rom), uint8_t{0});
+    std::fill(std::begin(record.w1_eeprom), std::end(record.w1_eeprom), kEepromUnread);
+    if (!read_head_words(device, record) || !read_pages(device, record) || !read_nevents(device, record) ||
+        !read_ports(device, record) || !read_w1_rom(device, record) || !read_w1_eeprom(device, record)) {
+        return false;
+    }
+    record.valid = 1;
+    return true;
+}

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+// One i2c-dev bus and the two transfers that everything else is made of. Nothing else in the tool makes a system
+// call to the bus.
+#pragma once
+
+#include <cstdint>
+
+struct I2cBus {
+    int32_t bus_number = 0;  ///< N of /dev/i2c-N
+    int32_t fd = -1;         ///< negative: not open
+};
+
+/// Opens /dev/i2c-N for the number N in `bus_text` (see parse_int). False when the text is no number (the bus is then
+/// as it was), when it is negative (only bus_number has changed), or when the device can't be opened (fd is
+/// then -1). A descriptor opened before is replaced, not closed.
+bool open_bus(I2cBus& bus, const char* bus_text);
+
+/// Writes `length` bytes to the registers from `start` on, in one message. More than 256 bytes go out as several
+/// transfers that all begin at `start`: 256 registers later the device's pointer is back there. False at the first
+/// transfer that the device or the bus refuses; without an open bus, at once and without a system call.
+bool i2c_write(const I2cBus& bus, uint8_t address, uint8_t start, uint16_t length, const uint8_t* data);
+
+/// Reads `length` bytes from the registers from `start` on: the register number is written, then the bytes are read
+/// after a repeated start, as one transfer. Splits and fails like i2c_write.
+bool i2c_read(const I2cBus& bus, uint8_t address, uint8_t start, uint16_t length, uint8_t* data);
+
+bool i2c_write_byte(const I2cBus& bus, uint8_t address, uint8_t reg, uint8_t value);

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+// The one object for the MCU, through which every operation reaches it and reports.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "mcu/calibration.h"
+#include "mcu/i2c_bus.h"
+#include "mcu/mcu_info.h"
+#include "mcu/registers.h"
+#include "mcu/update_image.h"
+
+struct McuLink {
+    I2cBus* bus = nullptr;  ///< not owned; opening it again redirects all later transfers
+    uint8_t address = kMcuAddress;
+};
+
+struct UpdateSettings {
+    /// Outcome text of the latest operation that set one: the reason of a failure, or a report to be logged. Not
+    /// changed by operations that have nothing to say.
+    std::string last_error;
+    uint8_t force_update = 1;            ///< program even when the MCU is up to date
+    uint8_t update_without_reset = 0;    ///< leave the MCU running the old firmware
+    uint8_t update_without_disable = 0;  ///< leave the old region enabled
+    uint8_t reset_delay = 50;            ///< tenths of a second
+    uint8_t reset_now_sync = 0;          ///< reset without asking for a delayed one first
+};
+
+struct McuDevice : McuLink, McuInfo, UpdateImage, UpdateSettings, Calibration {
+    uint8_t reset_marker = 0x11;  ///< a marker register that holds anything else means that the MCU was reset
+
+    explicit McuDevice(I2cBus* i2c_bus) {
+        bus = i2c_bus;
+    }
+
+    McuInfo& info() {
+        return *this;
+    }
+};
+
+/// Formats the reason of a failure, cut to 127 characters, replaces `last_error` with it and returns false. The values
+/// may include the old last_error.
+bool fail(McuDevice& device, const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+/// Formats a report the same way and returns true.
+bool note(McuDevice& device, const char* format, ...) __attribute__((format(printf, 2, 3)));

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+
+inline constexpr uint8_t kVersionBlockSize = 32;
+
+/// Who the MCU is, what its flash holds and how it is laid out. All zero until read, and again after a reset, since
+/// the MCU's state is then unknown.
+struct McuInfo {
+    uint16_t swid = 0;             ///< software id of the running firmware
+    uint16_t hwid = 0;             ///< hardware id; 0: not read yet
+    uint8_t active_region = 0;     ///< region that the MCU runs from, 0 or 1
+    char serial[37] = {};          ///< 36 digits, "?" for a nibble above 9
+    uint32_t production_time = 0;  ///< seconds since 1970, UTC
+    uint16_t other_swid = 0;       ///< software id of the region that does not run
+    uint16_t swid0 = 0;
+    uint16_t swid1 = 0;
+    uint32_t region_size = 0;  ///< bytes
+    uint16_t page_size = 0;    ///< bytes
+    uint8_t segment_size = 0;  ///< bytes
+    uint32_t memory_size = 0;  ///< bytes
+    uint16_t crc0 = 0;         ///< checksum of region 0 as the MCU reports it
+    uint16_t crc1 = 0;
+    uint8_t version1[kVersionBlockSize] = {};  ///< the version block as received
+    uint8_t version2[kVersionBlockSize] = {};  ///< the second one; 0x11 bytes when the MCU did not answer
+    uint8_t version1_crc_ok = 0;
+    uint8_t version2_crc_ok = 0;
+    uint8_t version2_empty = 0;
+};

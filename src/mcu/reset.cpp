@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: MIT
+#include "mcu/reset.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "mcu/transactions.h"
+
+namespace {
+
+constexpr useconds_t kSettleUs = 10'000;
+constexpr useconds_t kRetryUs = 100'000;
+constexpr int kMinRequests = 4;
+constexpr uint32_t kRequestLimitMs = 2999;
+constexpr uint32_t kReachLimitMs = 1000;
+constexpr uint8_t kNoRequest = 0xFF;  // request status while no request has been made
+
+timespec now() {
+    timespec time{};
+    clock_gettime(CLOCK_MONOTONIC, &time);
+    return time;
+}
+
+/// The waiting that the operator sees: one ".(milliseconds)" per unanswered try.
+class WaitingDots {
+public:
+    /// Waits for the next try, prints the time since the first one began, and returns that time.
+    uint32_t wait() {
+        usleep(kRetryUs);
+        last_ = now();
+        const uint32_t ms = elapsed_ms(first_, last_);
+        std::printf(".(%lu)", static_cast<unsigned long>(ms));
+        std::fflush(stdout);
+        printed_ = true;
+        return ms;
+    }
+
+    void end_line() const {
+        if (printed_) {
+            std::putchar('\n');
+        }
+    }
+
+    const timespec& last() const {
+        return last_;
+    }
+
+private:
+    timespec first_ = now();
+    timespec last_ = first_;
+    bool printed_ = false;
+};
+
+/// True when the MCU has accepted the request; the report is then set. Otherwise `request_status` says why: bit 7 set
+/// for a refusal, clear when the MCU never answered.
+bool request_delayed_reset(McuDevice& device, uint8_t& request_status) {
+    const DataFrame frame = delayed_reset_frame(device.reset_delay);
+    WaitingDots dots;
+    for (int requests = 1;; ++requests) {
+        if (run_frame_command(device, frame.kStart, frame.bytes, frame.kLength, nullptr, 0, &request_status)) {
+            dots.end_line();
+            if (device.reset_delay == 0) {
+                return note(device, "MCU will reset now");
+            }
+            return note(device, "MCU will reset in %3.1fs", device.reset_delay * 0.1);
+        }
+        if (is_finished(request_status)) {
+            dots.end_line();
+            return false;
+        }
+        const uint32_t waited_ms = dots.wait();
+        if (requests >= kMinRequests && waited_ms > kRequestLimitMs) {
+            dots.end_line();
+            return false;
+        }
+    }
+}
+
+/// Whether the MCU acknowledges a byte: a key without a command, which does nothing.
+bool is_reachable(const McuDevice& device) {
+    return i2c_write_byte(*device.bus, device.address, kFrameKeyRegister, kWriteKey);
+}
+
+/// `start` is when the whole reset began: the report counts from there.
+void wait_until_reachable(McuDevice& device, const timespec& start, uint8_t request_status) {
+    WaitingDots dots;
+    for (uint32_t waited_ms = 0; waited_ms < kReachLimitMs;) {
+        if (is_reachable(device)) {
+            note(device, "MCU has been reset (%02x)", request_status);
+            break;
+        }
+        waited_ms = dots.wait();
+        note(device, "MCU could not be reached within %3.1fs - but it may has been reset (%02x)",
+             elapsed_ms(start, dots.last()) / 1000.0, request_status);
+    }
+    dots.end_line();
+}
+
+}  // namespace
+
+uint32_t elapsed_ms(const timespec& from, const timespec& to) {
+    const auto ms = static_cast<int64_t>((to.tv_nsec - from.tv_nsec) / 1'000'000);
+    const auto seconds = static_cast<int64_t>(to.tv_sec) - static_cast<int64_t>(from.tv_sec);
+    return static_cast<uint32_t>(ms + 1000 * seconds);
+}
+
+bool reset_mcu(McuDevice& device) {
+    usleep(kSettleUs);
+    device.info() = McuInfo{};
+    const timespec start = now();
+    uint8_t request_status = kNoRequest;
+    if (device.reset_now_sync == 0 && request_delayed_reset(device, request_status)) {
+        return true;
+    }
+    wait_until_reachable(device, start, request_status);
+    // Not examined: the MCU resets without answering.
+    const KeyFrame frame = reset_now_frame();
+    static_cast<void>(i2c_write(*device.bus, device.address, frame.kStart, frame.kLength, frame.bytes));
+    usleep(kSettleUs);
+    return true;
+}

@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: MIT
+#include "mcu/transactions.h"
+
+#include <unistd.h>
+
+namespace {
+
+constexpr int kPollLimit = 5001;
+constexpr useconds_t kPollPauseUs = 1000;
+
+bool read_mcu(McuDevice& device, uint8_t start, uint8_t length, uint8_t* data) {
+    return i2c_read(*device.bus, device.address, start, length, data);
+}
+
+bool write_mcu(McuDevice& device, uint8_t start, uint16_t length, const uint8_t* data) {
+    return i2c_write(*device.bus, device.address, start, length, data);
+}
+
+/// Returns the last status that could be read; it is not a finished one when the polls have run out.
+uint8_t poll_status(McuDevice& device, uint8_t status_register) {
+    uint8_t status = 0;
+    for (int i = 0; i < kPollLimit; ++i) {
+        uint8_t byte = 0;
+        if (read_mcu(device, status_register, 1, &byte)) {
+            status = byte;
+            if (is_finished(status)) {
+                return status;
+            }
+        }
+        usleep(kPollPauseUs);
+    }
+    return status;
+}
+
+bool fail_write(McuDevice& device, uint8_t start, uint16_t length) {
+    return fail(device, "I2C write error, start %02x, size %02x", start, length);
+}
+
+}  // namespace
+
+uint8_t poll_frame_status(McuDevice& device, uint8_t* response, uint8_t read_size) {
+    const uint8_t status = poll_status(device, kFrameCommandRegister);
+    if (read_size == 0) {
+        return status;
+    }
+    response[0] = 0;
+    if (is_finished(status) && !read_mcu(device, kFrameRegister, read_size, response)) {
+        return 0;
+    }
+    return status;
+}
+
+bool run_frame_command(McuDevice& device, uint8_t start, const uint8_t* frame, uint16_t length, uint8_t* response,
+                       uint8_t read_size, uint8_t* status_out) {
+    if (status_out != nullptr) {
+        *status_out = 0;
+    }
+    if (!write_mcu(device, start, length, frame)) {
+        return fail_write(device, start, length);
+    }
+    const uint8_t status = poll_frame_status(device, response, read_size);
+    if (status_out != nullptr) {
+        *status_out = status;
+    }
+    if (is_success(status)) {
+        return true;
+    }
+    return fail(device, "read poll error, cmd start %02x, size %02x, data %02x, read size %02x, error %02x", start,
+                length, frame[0], read_size, status);
+}
+
+bool run_register_command(McuDevice& device, RegisterCommand command, uint16_t* result) {
+    const auto code = static_cast<uint8_t>(command);
+    if (!write_mcu(device, kCommandRegister, 1, &code)) {
+        return fail(device, "I2C write error, start %02x, size %02x, cmd %02x", kCommandRegister, 1, code);
+    }
+    const uint8_t status = poll_status(device, kCommandRegister);
+    if (result != nullptr) {
+        *result = 0;
+    }
+    if (!is_success(status)) {
+        return fail(device, "read cmd error, cmd %02x, start %02x, result %02x", code, kCommandRegister, status);
+    }
+    if (result == nullptr) {
+        return true;
+    }
+    uint8_t bytes[2];
+    if (!read_mcu(device, kParameterRegister, sizeof bytes, bytes)) {
+        return fail(device, "I2C read error, cmd %02x, start %02x, size %02x", code, kParameterRegister, 2);
+    }
+    *result = get_le16(bytes);
+    return true;
+}
+
+bool run_register_command_with_param(McuDevice& device, uint16_t param, RegisterCommand command, uint16_t* result) {
+    uint8_t bytes[2];
+    put_le16(bytes, param);
+    if (!write_mcu(device, kParameterRegister, sizeof bytes, bytes)) {
+        return fail_write(device, kParameterRegister, sizeof bytes);
+    }
+    return run_register_command(device, command, result);
+}
+
+bool reset_diagnostics(McuDevice& device) {
+    return run_register_command(device, RegisterCommand::kResetDiagnostics, nullptr);
+}
+
+bool write_reset_marker(McuDevice& device) {
+    if (write_mcu(device, kMarkerRegister, 1, &device.reset_marker)) {
+        return true;
+    }
+    return fail(device, "I2C write error, start %02x, size %02x, value %02x", kMarkerRegister, 1, device.reset_marker);
+}
+
+bool read_status_block(McuDevice& device, uint8_t* block) {
+    const bool ok = read_mcu(device, kStatusBlockRegister, kStatusBlockSize, block);
+    block[kStatusBlockSize] = ok ? 1 : 0;
+    if (ok) {
+        return true;
+    }
+    return fail(device, "I2C read error, start %02x, size %02x", kStatusBlockRegister, kStatusBlockSize);
+}
+
+bool probe_mcu(McuDevice& device) {
+    uint8_t marker = 0;
+    return read_mcu(device, kMarkerRegister, 1, &marker);
+}
+
+bool read_charger_registers(McuDevice& device, CapRegisters& words) {
+    struct Word {
+        uint8_t reg;
+        uint16_t CapRegisters::*member;
+    };
+    static constexpr Word kWords[] = {
+        {kChargerStatusRegister, &CapRegisters::cap_status}, {kChargerVinRegister, &CapRegisters::cap_vin},
+        {kChargerIinRegister, &CapRegisters::cap_iin},       {kChargerVcapRegister, &CapRegisters::cap_vcap},
+        {kChargerIchgRegister, &CapRegisters::cap_ichg},
+    };
+    words = CapRegisters{};
+    for (const Word& word : kWords) {
+        uint8_t bytes[2];
+        if (!i2c_read(*device.bus, kChargerAddress, word.reg, sizeof bytes, bytes)) {
+            return false;
+        }
+        words.*word.member = get_le16(bytes);
+    }
+    return true;
+}

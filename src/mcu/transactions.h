@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+// What the MCU understands on top of plain transfers: register commands, frame commands, and a few single
+// registers. Nothing here repeats a failed transfer, and nothing but last_error of the device changes.
+#pragma once
+
+#include <cstdint>
+
+#include "mcu/frames.h"
+#include "mcu/mcu_device.h"
+
+/// The status block and one more byte: 1 when the block could be read, else 0.
+inline constexpr uint8_t kStatusBlockBufferSize = kStatusBlockSize + 1;
+
+/// Words of the charger, in the order in which they are read.
+struct CapRegisters {
+    uint16_t cap_status = 0;
+    uint16_t cap_vin = 0;
+    uint16_t cap_iin = 0;  ///< two's complement
+    uint16_t cap_vcap = 0;
+    uint16_t cap_ichg = 0;  ///< two's complement
+};
+
+/// Reads the frame status until the command has finished, up to 5001 times with 1 ms after each read that did not
+/// say so, then `read_size` response bytes (none for 0). Returns the last status read, and 0 when none could be
+/// read or the response could not.
+uint8_t poll_frame_status(McuDevice& device, uint8_t* response, uint8_t read_size);
+
+/// Writes the frame to the registers from `start` on, waits and fetches the response. `status_out`, when given,
+/// receives the completion status, 0 when the write failed. Failure: "I2C write error, …" when the write failed,
+/// else "read poll error, …" with the status.
+bool run_frame_command(McuDevice& device, uint8_t start, const uint8_t* frame, uint16_t length, uint8_t* response,
+                       uint8_t read_size, uint8_t* status_out);
+
+template <uint8_t Start>
+bool run_frame_command(McuDevice& device, const Frame<Start>& frame, uint8_t* response = nullptr,
+                       uint8_t read_size = 0) {
+    return run_frame_command(device, Start, frame.bytes, frame.kLength, response, read_size, nullptr);
+}
+
+/// Writes the code, waits as above, and reads the 16-bit result when one is wanted. A failure leaves 0 in the result if
+/// the command was sent. Failure: "I2C write error, …", "read cmd error, …" with the status, or "I2C read error, …".
+bool run_register_command(McuDevice& device, RegisterCommand command, uint16_t* result);
+
+/// Writes the 16-bit parameter first. Failure: "I2C write error, …", or as above.
+bool run_register_command_with_param(McuDevice& device, uint16_t param, RegisterCommand command, uint16_t* result);
+
+/// Clears the counters and sums of the MCU's diagnostics.
+bool reset_diagnostics(McuDevice& device);
+
+/// Writes the device's reset_marker. Failure: "I2C write error, …" with the marker.
+bool write_reset_marker(McuDevice& device);
+
+/// Reads the status block into 21 bytes: the last one becomes 1, on failure 0. Failure: "I2C read error, …".
+bool read_status_block(McuDevice& device, uint8_t* block);
+
+/// Reads the marker register and forgets it. Sets no text.
+bool probe_mcu(McuDevice& device);
+
+/// Reads the charger's words. The first that can't be read ends it; that one and those after it are 0 then. Sets no
+/// text.
+bool read_charger_registers(McuDevice& device, CapRegisters& words);

@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+/// What the last update file held. load_update_file fills it; a failed load leaves parts of the failed file here.
+struct UpdateImage {
+    uint16_t file_reserved0 = 0;
+    uint16_t file_swid = 0;
+    uint16_t file_crc0 = 0;  ///< checksum of region 0 once this file has been programmed there
+    uint16_t file_crc1 = 0;
+    uint16_t file_reserved10 = 0;
+    uint32_t file_region_size = 0;  ///< bytes, as the two below
+    uint16_t file_page_size = 0;
+    uint32_t file_memory_size = 0;
+    std::unique_ptr<uint8_t[]> file_image;     ///< 0x42000 bytes: byte i belongs to flash address i
+    std::unique_ptr<uint8_t[]> file_page_map;  ///< 528 bytes, one per page of the image; 0: not programmed
+};

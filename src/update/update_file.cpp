@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: MIT
+#include "update/update_file.h"
+
+#include <cstring>
+#include <new>
+
+#include "log/log.h"
+#include "update/file_layout.h"
+#include "util/crc.h"
+#include "util/little_endian.h"
+
+namespace {
+
+bool read_all(std::FILE* file, uint8_t* bytes, size_t count) {
+    return std::fread(bytes, 1, count, file) == count;
+}
+
+/// Offset of the byte behind the magic, or 0 when there is none.
+long find_start(std::FILE* file) {
+    char head[kFileSearchSize + 1];
+    // As text: a NUL in the prefix ends the search.
+    head[std::fread(head, 1, kFileSearchSize, file)] = '\0';
+    const char* magic = std::strstr(head, kFileMagic);
+    return magic == nullptr ? 0 : static_cast<long>(magic - head) + static_cast<long>(kFileMagicSize);
+}
+
+bool store_info(McuDevice& device, const uint8_t* info) {
+    device.file_reserved0 = get_le16(info + kInfoReserved0);
+    device.file_swid = get_le16(info + kInfoSwid0);
+    if (device.file_swid != get_le16(info + kInfoSwid1)) {
+        return fail(device, "invalid swid (region mismatch)");
+    }
+    device.file_crc0 = get_le16(info + kInfoCrc0);
+    device.file_crc1 = get_le16(info + kInfoCrc1);
+    device.file_reserved10 = get_le16(info + kInfoReserved10);
+    device.file_region_size = get_le32(info + kInfoRegionSize);
+    device.file_page_size = get_le16(info + kInfoPageSize);
+    device.file_memory_size = get_le32(info + kInfoMemorySize);
+    if (device.file_region_size != kRegionSize) {
+        return fail(device, "invalid region size (hwid mismatch)");
+    }
+    if (device.file_page_size != kPageSize) {
+        return fail(device, "invalid page size (hwid mismatch)");
+    }
+    if (device.file_memory_size != kMemorySize) {
+        return fail(device, "invalid memory size (hwid mismatch)");
+    }
+    return true;
+}
+
+/// Reads what lies between the magic and the info structure, and checks it against the checksum in the latter.
+bool read_body(McuDevice& device, std::FILE* file, const uint8_t* info) {
+    device.file_image.reset();
+    device.file_page_map.reset();
+    device.file_image.reset(new (std::nothrow) uint8_t[kMemorySize]);
+    device.file_page_map.reset(new (std::nothrow) uint8_t[kFilePageMapSize]);
+    if (device.file_image == nullptr || device.file_page_map == nullptr) {
+        return fail(device, "out of memory for the update file");
+    }
+    uint8_t free_bytes[kFileFreeSize];
+    if (!read_all(file, device.file_image.get(), kMemorySize) ||
+        !read_all(file, device.file_page_map.get(), kFilePageMapSize) ||
+        !read_all(file, free_bytes, sizeof free_bytes)) {
+        return fail(device, "could not read file");
+    }
+    uint16_t crc = crc16_buffer(kCrc16Start, device.file_image.get(), kMemorySize);
+    crc = crc16_buffer(crc, device.file_page_map.get(), kFilePageMapSize);
+    crc = crc16_buffer(crc, free_bytes, sizeof free_bytes);
+    crc = crc16_buffer(crc, info, kInfoFileCrc);
+    return crc == get_le16(info + kInfoFileCrc) || fail(device, "invalid file (CRC error)");
+}
+
+}  // namespace
+
+bool load_update_file(McuDevice& device, const char* path) {
+    std::FILE* file = std::fopen(path, "rb");
+    if (file == nullptr) {
+        return fail(device, "could not open file");
+    }
+    const bool ok = parse_update_file(device, file);
+    std::fclose(file);
+    return ok;
+}
+
+bool parse_update_file(McuDevice& device, std::FILE* file) {
+    const long start = find_start(file);
+    if (start == 0) {
+        return fail(device, "invalid file (could not find header)");
+    }
+    if (std::fseek(file, -static_cast<long>(kFileInfoSize), SEEK_END) != 0) {
+        return fail(device, "could not seek in file for info structure");
+    }
+    const long info_position = std::ftell(file);
+    uint8_t info[kFileInfoSize];
+    if (!read_all(file, info, sizeof info)) {
+        return fail(device, "could not read info structure");
+    }
+    if (std::fseek(file, start, SEEK_SET) != 0) {
+        return fail(device, "could not seek in file for start");
+    }
+    if (!store_info(device, info)) {
+        return false;
+    }
+    if (info_position - static_cast<long>(kFileBodySize) != start) {
+        return fail(device, "invalid file (wrong size)");
+    }
+    if (!read_body(device, file, info)) {
+        return false;
+    }
+    log_message(kLogInfo, "update file swid %04x crc %04x %04x", device.file_swid, device.file_crc0, device.file_crc1);
+    return true;
+}

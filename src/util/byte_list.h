@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: MIT
+// Lists of bytes on standard output, as all listings show them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/// Prints each byte as " %02x", with one more blank before every fifth, ninth, … byte.
+void print_grouped_bytes(const uint8_t* bytes, size_t count);

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: MIT
+// What the process owes the bus and the operator: no stray descriptors, no death by signal half-way.
+#pragma once
+
+#include <csignal>
+
+/// Opens /dev/null on whichever of the descriptors 0 to 2 is closed. Without this the bus could become
+/// descriptor 1, and everything printed would be written to the bus.
+void reserve_standard_descriptors();
+
+/// A reader of the output that goes away must not end the run between two transfers.
+void ignore_broken_pipe();
+
+/// A terminal that hangs up must not end the run from here on.
+void ignore_hangup();
+
+/// Restores, at the end of its scope, how the process met a hang-up at its start.
+class HangupScope {
+public:
+    HangupScope();
+    ~HangupScope();
+    HangupScope(const HangupScope&) = delete;
+    HangupScope& operator=(const HangupScope&) = delete;
+
+private:
+    struct sigaction before_ {};
+};
