@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: MIT
+#include "image/builder.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "image/flash_content.h"
+#include "util/crc.h"
+#include "util/little_endian.h"
+
+namespace {
+
+bool holds_anything(const uint8_t* begin, const uint8_t* end) {
+    return std::any_of(begin, end, [](uint8_t byte) { return byte != kErasedByte; });
+}
+
+std::string check_region(int region, const std::vector<uint8_t>& content) {
+    char text[128] = "";
+    if (content.empty()) {
+        std::snprintf(text, sizeof text, "region %d is empty", region);
+        return text;
+    }
+    if (content.size() > kRegionSize) {
+        std::snprintf(text, sizeof text, "region %d is longer than 0x%x bytes", region, kRegionSize);
+        return text;
+    }
+    for (size_t offset = kChecksumSize; offset < content.size(); ++offset) {
+        if (content[offset] != kErasedByte) {
+            std::snprintf(text, sizeof text,
+                          "region %d holds 0x%02x at offset 0x%zx, in its last page, which is never programmed", region,
+                          content[offset], offset);
+            return text;
+        }
+    }
+    return {};
+}
+
+bool is_note(const std::string& note) {
+    const size_t colon = note.find(": ");
+    return colon != std::string::npos && colon > 0 && colon + 2 < note.size() &&
+           std::all_of(note.begin(), note.end(), [](char c) { return c >= ' ' && c <= '~'; });
+}
+
+/// Sets `prefix` to what stands before the magic.
+std::string join_prefix(const BuildInput& input, std::string& prefix) {
+    prefix = input.prefix;
+    if (!prefix.empty() && prefix.back() != '\n' && !input.notes.empty()) {
+        prefix += '\n';
+    }
+    for (const std::string& note : input.notes) {
+        if (!is_note(note)) {
+            return "a note is not one \"key: value\" line of printable ASCII";
+        }
+        prefix += note + '\n';
+    }
+    if (prefix.size() > kPrefixLimit) {
+        return "prefix and notes are longer than " + std::to_string(kPrefixLimit) + " bytes";
+    }
+    if (prefix.find('\0') != std::string::npos) {
+        return "the prefix holds a NUL, which would hide the magic";
+    }
+    // In the joined text: the line end behind a note can complete the magic.
+    if (prefix.find(kFileMagic) != std::string::npos) {
+        return "prefix or notes hold the magic of the file";
+    }
+    return {};
+}
+
+void put_page_map(uint8_t* page_map, const uint8_t* image, bool mark_all) {
+    for (uint32_t page = 0; page < kMemoryPages; ++page) {
+        const uint8_t* content = image + page * kPageSize;
+        page_map[page] = is_programmed_page(page) && (mark_all || holds_anything(content, content + kPageSize));
+    }
+}
+
+void put_info(uint8_t* info, uint16_t swid, const uint8_t* image, const uint8_t* page_map) {
+    put_le16(info + kInfoSwid0, swid);
+    put_le16(info + kInfoSwid1, swid);
+    put_le16(info + kInfoCrc0, region_checksum(image, page_map, 0));
+    put_le16(info + kInfoCrc1, region_checksum(image, page_map, 1));
+    put_le32(info + kInfoRegionSize, kRegionSize);
+    put_le16(info + kInfoPageSize, kPageSize);
+    put_le32(info + kInfoMemorySize, kMemorySize);
+    // The body lies directly before the info structure, so that one pass covers both.
+    put_le16(info + kInfoFileCrc, crc16_buffer(kCrc16Start, info - kFileBodySize, kFileBodySize + kInfoFileCrc));
+}
+
+std::vector<uint8_t> assemble(const BuildInput& input, const std::string& prefix) {
+    const std::string head = prefix + kFileMagic;
+    std::vector<uint8_t> file(head.size() + kFileBodySize + kFileInfoSize);
+    std::copy(head.begin(), head.end(), file.begin());
+    uint8_t* image = file.data() + head.size();
+    std::fill_n(image, kMemorySize, kErasedByte);
+    for (uint32_t region = 0; region < kRegions; ++region) {
+        std::copy(input.regions[region].begin(), input.regions[region].end(), image + region * kRegionSize);
+    }
+    uint8_t* page_map = image + kMemorySize;
+    put_page_map(page_map, image, input.mark_all);
+    put_info(image + kFileBodySize, input.swid, image, page_map);
+    return file;
+}
+
+}  // namespace
+
+BuildResult build_update_file(const BuildInput& input) {
+    if (input.swid == 0) {
+        return {{}, "software id 0 means to the MCU that a region holds nothing"};
+    }
+    for (int region = 0; region < kRegions; ++region) {
+        const std::string error = check_region(region, input.regions[region]);
+        if (!error.empty()) {
+            return {{}, error};
+        }
+    }
+    std::string prefix;
+    const std::string error = join_prefix(input, prefix);
+    if (!error.empty()) {
+        return {{}, error};
+    }
+    return {assemble(input, prefix), {}};
+}

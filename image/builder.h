@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+// Makes an update file, as src/update/file_layout.h lays it out, from the contents of both regions.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "update/file_layout.h"
+
+/// What fits into the file before the magic, notes included.
+inline constexpr size_t kPrefixLimit = kFileSearchSize - kFileMagicSize;
+
+struct BuildInput {
+    /// Each from the first byte of its region on, at most 0x20000 bytes; what is missing at the end is erased flash.
+    std::vector<uint8_t> regions[2];
+    uint16_t swid = 0;               ///< 1 to 0xFFFF, of both regions
+    bool mark_all = false;           ///< program every page; otherwise only those that hold anything but 0xFF
+    std::string prefix;              ///< free bytes at the start of the file, NUL excepted
+    std::vector<std::string> notes;  ///< "key: value", printable ASCII; each becomes a line behind the prefix
+};
+
+struct BuildResult {
+    std::vector<uint8_t> file;  ///< empty when there is an error
+    std::string error;          ///< why no file can be made of this input; otherwise empty
+};
+
+/// Refuses what the tool would not load and what it would load but not program: content in the last page of a region.
+BuildResult build_update_file(const BuildInput& input);

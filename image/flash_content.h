@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+// What the flash holds once an update file has been programmed.
+#pragma once
+
+#include <cstdint>
+
+#include "mcu/flash_geometry.h"
+
+inline constexpr int kRegions = 2;
+inline constexpr uint8_t kErasedByte = 0xFF;
+
+/// False for the last page of each region and for all pages above the regions: the tool never programs those.
+constexpr bool is_programmed_page(uint32_t page) {
+    return page < kRegions * uint32_t{kRegionPages} && page % kRegionPages < kProgrammedPages;
+}
+
+/// The checksum that the MCU reports of region 0 or 1 after programming it. The region is erased first and only marked
+/// pages are written, so a page that is not marked counts as erased. REQUIRES: 0x42000 bytes and 528 marks.
+uint16_t region_checksum(const uint8_t* image, const uint8_t* page_map, int region);

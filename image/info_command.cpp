@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <cstdio>
+
+#include "image/commands.h"
+#include "image/host_file.h"
+#include "image/inspector.h"
+#include "update/update_file.h"
+
+namespace {
+
+constexpr size_t kReadLimit = 0x100000;
+
+void print_size(const Inspection& file) {
+    if (file.size > kReadLimit) {
+        std::printf("size:                     more than %zu bytes (only these are looked at)\n", kReadLimit);
+    } else {
+        std::printf("size:                     %zu bytes\n", file.size);
+    }
+    if (file.magic_offset) {
+        std::printf("expected size:            %zu bytes (%s)\n", file.expected_size,
+                    file.size == file.expected_size ? "ok" : "differs");
+    }
+}
+
+void print_prefix(const std::string& prefix) {
+    // A file must not be able to command the terminal.
+    if (!std::all_of(prefix.begin(), prefix.end(), [](char c) { return (c >= ' ' && c <= '~') || c == '\n'; })) {
+        std::printf("prefix:                   %zu bytes (not printable)\n", prefix.size());
+        return;
+    }
+    std::printf("prefix:                   %zu bytes\n", prefix.size());
+    for (size_t begin = 0, end = 0; begin < prefix.size(); begin = end + 1) {
+        end = std::min(prefix.find('\n', begin), prefix.size());
+        std::printf("note:                     %s\n", prefix.substr(begin, end - begin).c_str());
+    }
+}
+
+const char* verdict(unsigned stored, unsigned computed) {
+    return stored == computed ? "ok" : "differs";
+}
+
+void print_info(const Inspection& file) {
+    const InfoStructure& info = *file.info;
+    std::printf("info structure offset:    %zu bytes (24 bytes before the end)\n", file.size - kFileInfoSize);
+    std::printf("reserved word 0:          0x%04x\n", info.reserved0);
+    std::printf("region 0 software id:     0x%04x\n", info.swid[0]);
+    std::printf("region 1 software id:     0x%04x\n", info.swid[1]);
+    std::printf("reserved word 10:         0x%04x\n", info.reserved10);
+    std::printf("region size:              0x%x bytes\n", info.region_size);
+    std::printf("page size:                0x%x bytes\n", info.page_size);
+    std::printf("memory size:              0x%x bytes\n", info.memory_size);
+    std::printf("file checksum:            0x%04x stored, 0x%04x computed, %s\n", info.file_crc, file.computed_file_crc,
+                verdict(info.file_crc, file.computed_file_crc));
+}
+
+void print_region_checksums(const Inspection& file) {
+    for (int region = 0; region < kRegions; ++region) {
+        const unsigned stored = file.info ? file.info->region_crc[region] : 0U;
+        const unsigned computed = file.body ? file.body->computed_region_crc[region] : 0U;
+        if (file.info && file.body) {
+            std::printf("region %d checksum:        0x%04x stored, 0x%04x computed, %s\n", region, stored, computed,
+                        verdict(stored, computed));
+        } else if (file.info) {
+            std::printf("region %d checksum:        0x%04x stored\n", region, stored);
+        } else if (file.body) {
+            std::printf("region %d checksum:        0x%04x computed\n", region, computed);
+        }
+    }
+}
+
+void print_body(const FileBody& body) {
+    const uint8_t* b = body.free_bytes;
+    std::printf("free bytes:               %02x %02x %02x %02x %02x %02x\n", b[0], b[1], b[2], b[3], b[4], b[5]);
+    std::printf("marked pages:             %s\n", page_ranges(body.marked_pages).c_str());
+    for (int region = 0; region < kRegions; ++region) {
+        std::printf("region %d marked pages:    %zu of %u\n", region, count_programmed(body.marked_pages, region),
+                    kProgrammedPages);
+    }
+    const std::vector<uint16_t> in_vain = never_programmed(body.marked_pages);
+    if (!in_vain.empty()) {
+        std::printf("never programmed:         %s (marked in vain)\n", page_ranges(in_vain).c_str());
+    }
+}
+
+void print_verdict(const std::string& path) {
+    McuDevice device(nullptr);
+    if (load_update_file(device, path.c_str())) {
+        std::puts("loads:                    yes");
+    } else {
+        std::printf("loads:                    no (%s)\n", device.last_error.c_str());
+    }
+}
+
+}  // namespace
+
+bool run_info(const std::string& path, std::string& error) {
+    if (is_pipe(path)) {
+        error = path + " is a pipe, save it as a file first";
+        return false;
+    }
+    std::vector<uint8_t> bytes;
+    if (!read_bytes(path, kReadLimit, bytes, error)) {
+        return false;
+    }
+    const Inspection file =
+        inspect_update_file(bytes, bytes.size() > kReadLimit ? FileEnd::kCutOff : FileEnd::kIncluded);
+    std::printf("file:                     %s\n", path.c_str());
+    print_size(file);
+    if (!file.magic_offset) {
+        std::printf("magic offset:             none (no magic in the first %zu bytes)\n", kFileSearchSize);
+    } else {
+        std::printf("magic offset:             %zu bytes\n", *file.magic_offset);
+        print_prefix(file.prefix);
+    }
+    if (file.info) {
+        print_info(file);
+    }
+    print_region_checksums(file);
+    if (file.body) {
+        print_body(*file.body);
+    }
+    print_verdict(path);
+    return true;
+}

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+#include "image/inspector.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
+#include "util/crc.h"
+#include "util/little_endian.h"
+
+namespace {
+
+std::optional<size_t> find_magic(const std::vector<uint8_t>& bytes) {
+    const auto limit = bytes.begin() + static_cast<ptrdiff_t>(std::min(bytes.size(), kFileSearchSize));
+    // As the tool does: a NUL ends the search.
+    const auto head_end = std::find(bytes.begin(), limit, uint8_t{0});
+    const std::string_view magic(kFileMagic);
+    const auto found = std::search(bytes.begin(), head_end, magic.begin(), magic.end());
+    if (found == head_end) {
+        return std::nullopt;
+    }
+    return static_cast<size_t>(found - bytes.begin());
+}
+
+InfoStructure decode_info(const uint8_t* info) {
+    InfoStructure decoded;
+    decoded.reserved0 = get_le16(info + kInfoReserved0);
+    decoded.swid[0] = get_le16(info + kInfoSwid0);
+    decoded.swid[1] = get_le16(info + kInfoSwid1);
+    decoded.region_crc[0] = get_le16(info + kInfoCrc0);
+    decoded.region_crc[1] = get_le16(info + kInfoCrc1);
+    decoded.reserved10 = get_le16(info + kInfoReserved10);
+    decoded.region_size = get_le32(info + kInfoRegionSize);
+    decoded.page_size = get_le16(info + kInfoPageSize);
+    decoded.memory_size = get_le32(info + kInfoMemorySize);
+    decoded.file_crc = get_le16(info + kInfoFileCrc);
+    return decoded;
+}
+
+FileBody read_body(const uint8_t* image) {
+    const uint8_t* page_map = image + kMemorySize;
+    FileBody body;
+    std::copy_n(page_map + kFilePageMapSize, kFileFreeSize, body.free_bytes);
+    for (int region = 0; region < kRegions; ++region) {
+        body.computed_region_crc[region] = region_checksum(image, page_map, region);
+    }
+    for (uint16_t page = 0; page < kMemoryPages; ++page) {
+        if (page_map[page] != 0) {
+            body.marked_pages.push_back(page);
+        }
+    }
+    return body;
+}
+
+}  // namespace
+
+Inspection inspect_update_file(const std::vector<uint8_t>& bytes, FileEnd end) {
+    Inspection found;
+    found.size = bytes.size();
+    found.magic_offset = find_magic(bytes);
+    if (!found.magic_offset) {
+        return found;
+    }
+    const size_t start = *found.magic_offset + kFileMagicSize;
+    const size_t left = bytes.size() - start;
+    const uint8_t* content = bytes.data() + start;
+    found.prefix.assign(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(*found.magic_offset));
+    found.expected_size = start + kFileBodySize + kFileInfoSize;
+    if (left >= kFileBodySize) {
+        found.body = read_body(content);
+    }
+    if (left >= kFileInfoSize && end == FileEnd::kIncluded) {
+        found.info = decode_info(content + left - kFileInfoSize);
+        found.computed_file_crc = crc16_buffer(kCrc16Start, content, left - sizeof(uint16_t));
+    }
+    return found;
+}
+
+size_t count_programmed(const std::vector<uint16_t>& pages, int region) {
+    return static_cast<size_t>(std::count_if(pages.begin(), pages.end(), [region](uint16_t page) {
+        return is_programmed_page(page) && page / kRegionPages == region;
+    }));
+}
+
+std::vector<uint16_t> never_programmed(const std::vector<uint16_t>& pages) {
+    std::vector<uint16_t> result;
+    std::remove_copy_if(pages.begin(), pages.end(), std::back_inserter(result), is_programmed_page);
+    return result;
+}
+
+std::string page_ranges(const std::vector<uint16_t>& pages) {
+    std::string text;
+    for (size_t first = 0, last = 0; first < pages.size(); first = last + 1) {
+        last = first;
+        while (last + 1 < pages.size() && pages[last + 1] == pages[last] + 1) {
+            ++last;
+        }
+        text += text.empty() ? "" : ", ";
+        text += std::to_string(pages[first]);
+        if (last != first) {
+            text += '-' + std::to_string(pages[last]);
+        }
+    }
+    return text.empty() ? "none" : text;
+}

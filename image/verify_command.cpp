@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#include <cstdio>
+
+#include "image/commands.h"
+#include "image/flash_content.h"
+#include "image/host_file.h"
+#include "update/update_file.h"
+
+namespace {
+
+bool verify(const char* path) {
+    if (is_pipe(path)) {
+        std::printf("%s: a pipe, save it as a file first\n", path);
+        return false;
+    }
+    McuDevice device(nullptr);
+    if (!load_update_file(device, path)) {
+        std::printf("%s: %s\n", path, device.last_error.c_str());
+        return false;
+    }
+    const uint16_t stored[kRegions] = {device.file_crc0, device.file_crc1};
+    for (int region = 0; region < kRegions; ++region) {
+        if (stored[region] != region_checksum(device.file_image.get(), device.file_page_map.get(), region)) {
+            std::printf("%s: loads, but the checksum of region %d is wrong (the MCU would refuse to enable it)\n", path,
+                        region);
+            return false;
+        }
+    }
+    std::printf("%s: okay\n", path);
+    return true;
+}
+
+}  // namespace
+
+bool run_verify(const std::vector<std::string>& paths) {
+    bool all_good = true;
+    for (const std::string& path : paths) {
+        all_good = verify(path.c_str()) && all_good;
+    }
+    return all_good;
+}

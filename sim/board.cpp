@@ -1,0 +1,162 @@
+// SPDX-License-Identifier: MIT
+#include "sim/board.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "util/little_endian.h"
+
+namespace sim {
+
+namespace {
+
+uint16_t charger_word(const Scenario& scenario, uint8_t reg) {
+    switch (reg) {
+        case kChargerStatusRegister: return scenario.cap_status;
+        case kChargerVinRegister: return scenario.cap_vin;
+        case kChargerVcapRegister: return scenario.cap_vcap;
+        case kChargerIinRegister: return scenario.cap_iin;
+        case kChargerIchgRegister: return scenario.cap_ichg;
+        default: return 0;
+    }
+}
+
+/// The command that a write to the MCU starts; empty for none.
+std::string command_of(std::span<const uint8_t> bytes) {
+    if (bytes.size() < 2) {
+        return "";
+    }
+    const auto at = [&](uint8_t reg) -> int {
+        return reg >= bytes[0] && reg < bytes[0] + bytes.size() - 1 ? bytes[1U + reg - bytes[0]] : -1;
+    };
+    if (const int code = at(kFrameCommandRegister); code >= 0) {
+        const FrameForm* form = find_frame_form(static_cast<uint8_t>(code));
+        return form == nullptr ? "" : std::string(form->name);
+    }
+    const int code = at(kCommandRegister);
+    return code < 0 ? "" : register_command_name(static_cast<uint8_t>(code));
+}
+
+std::optional<uint16_t> page_of(std::span<const uint8_t> bytes) {
+    const size_t offset = 1U + kFramePageRegister - bytes[0];
+    const bool has_page = bytes[0] <= kFramePageRegister && offset + 2 < bytes.size();
+    return has_page ? std::optional(get_le16(&bytes[offset])) : std::nullopt;
+}
+
+std::optional<ForcedEnd> forced_end(const Fault& fault) {
+    switch (fault.kind) {
+        case FaultKind::kFail: return ForcedEnd{ForcedEnd::kFails, fault.status};
+        case FaultKind::kHang: return ForcedEnd{ForcedEnd::kHangs, 0};
+        case FaultKind::kSkip: return ForcedEnd{ForcedEnd::kPretends, 0};
+        default: return std::nullopt;
+    }
+}
+
+void flip(std::span<const Message> messages) {
+    for (const Message& message : messages) {
+        if (message.read) {
+            for (uint8_t& byte : message.bytes) {
+                byte ^= 0xFF;
+            }
+        }
+    }
+}
+
+}  // namespace
+
+Board::Board() : mcu(scenario, flash, [this](const std::string& text) { violations.push_back(text); }) {}
+
+void Board::add_fault(const std::string& text) {
+    std::string problem;
+    const auto fault = parse_fault(text, problem);
+    if (!fault) {
+        std::fprintf(stderr, "%s\n", problem.c_str());
+        std::abort();
+    }
+    faults.push_back(*fault);
+}
+
+TransferPlace Board::place_of(std::span<const Message> messages) const {
+    TransferPlace place{transfers_, std::nullopt, "", std::nullopt, now_us};
+    if (messages.empty()) {
+        return place;
+    }
+    const Message& first = messages.front();
+    if (first.address == scenario.mcu_address && !first.read && !first.bytes.empty()) {
+        place.mcu_register = first.bytes[0];
+        place.command = command_of(first.bytes);
+        place.page = page_of(first.bytes);
+    }
+    return place;
+}
+
+bool Board::answers(uint16_t address) const {
+    if (address == scenario.mcu_address) {
+        return mcu.answers();
+    }
+    switch (address) {
+        case kChargerAddress: return scenario.charger;
+        case kDisplayAddress: return scenario.display;
+        case kUsbAddress: return scenario.usb;
+        default: return false;
+    }
+}
+
+bool Board::carry_out(const Message& message, std::optional<ForcedEnd> forced) {
+    if (!answers(message.address)) {
+        return false;
+    }
+    if (message.address == scenario.mcu_address) {
+        if (message.read) {
+            mcu.read(message.bytes);
+        } else {
+            mcu.write(message.bytes, forced);
+        }
+    } else if (message.address == kChargerAddress && !message.read && !message.bytes.empty()) {
+        charger_pointer_ = message.bytes[0];
+    } else if (message.read) {
+        const uint16_t word = message.address == kChargerAddress ? charger_word(scenario, charger_pointer_) : 0;
+        for (size_t i = 0; i < message.bytes.size(); ++i) {
+            message.bytes[i] = static_cast<uint8_t>(i == 0 ? word : i == 1 ? word >> 8 : 0);
+        }
+    }
+    return true;
+}
+
+bool Board::transfer(std::span<const Message> messages) {
+    ++transfers_;
+    mcu.advance(now_us);
+    const TransferPlace place = place_of(messages);
+    std::optional<ForcedEnd> forced;
+    bool refused = false;
+    bool lost = false;
+    bool flipped = false;
+    for (Fault& fault : faults) {
+        if (fault.strikes(place)) {
+            dead_ = dead_ || fault.kind == FaultKind::kDead;
+            refused = refused || fault.kind == FaultKind::kNack;
+            lost = lost || fault.kind == FaultKind::kLost;
+            flipped = flipped || fault.kind == FaultKind::kFlip;
+            if (fault.kind == FaultKind::kRestart) {
+                mcu.restart();
+            }
+            if (const auto end = forced_end(fault)) {
+                forced = end;
+            }
+        }
+    }
+    bool acknowledged = !dead_ && !refused;
+    for (const Message& message : messages) {
+        acknowledged = acknowledged && carry_out(message, forced);
+    }
+    if (flipped) {
+        flip(messages);
+    }
+    acknowledged = acknowledged && !lost;
+    if (on_transfer) {
+        on_transfer({transfers_, now_us, messages, acknowledged});
+    }
+    return acknowledged;
+}
+
+}  // namespace sim

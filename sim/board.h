@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+// The simulated board: one bus with the MCU, the charger and the two presence chips on it, faults, a clock, and a list
+// of everything that the host did against the rules.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "sim/fault.h"
+#include "sim/flash_model.h"
+#include "sim/mcu_model.h"
+#include "sim/scenario.h"
+
+namespace sim {
+
+struct Message {
+    uint16_t address;
+    bool read;
+    std::span<uint8_t> bytes;
+};
+
+/// A transfer as it went over the wire, for traces and tests.
+struct Transfer {
+    uint64_t number;
+    uint64_t time_us;
+    std::span<const Message> messages;
+    bool acknowledged;
+};
+
+class Board {
+public:
+    Board();
+    Board(const Board&) = delete;
+    Board& operator=(const Board&) = delete;
+
+    Scenario scenario;
+    FlashModel flash;
+    McuModel mcu;
+    std::vector<Fault> faults;
+    std::vector<std::string> violations;  ///< what the host must not do
+    std::function<void(const Transfer&)> on_transfer;
+
+    /// The board's clock, in microseconds; the owner moves it.
+    uint64_t now_us = 0;
+
+    /// One I2C_RDWR transfer. False when a device did not acknowledge.
+    bool transfer(std::span<const Message> messages);
+
+    uint64_t transfers() const {
+        return transfers_;
+    }
+
+    /// Parses and adds a fault; aborts the program on a mistake in it. For tests.
+    void add_fault(const std::string& text);
+
+private:
+    bool carry_out(const Message& message, std::optional<ForcedEnd> forced);
+    bool answers(uint16_t address) const;
+    TransferPlace place_of(std::span<const Message> messages) const;
+
+    uint64_t transfers_ = 0;
+    bool dead_ = false;
+    uint8_t charger_pointer_ = 0;
+};
+
+}  // namespace sim

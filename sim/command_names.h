@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+// The MCU's commands under the names by which faults and traces call them.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "mcu/registers.h"
+
+namespace sim {
+
+/// How a frame must look. The key is 0 where the command takes none.
+struct FrameForm {
+    FrameCommand command;
+    std::string_view name;
+    uint8_t start;
+    uint8_t key;
+    bool changes;  ///< the flash, the regions or the running program
+};
+
+/// Null for a code that the MCU does not know.
+const FrameForm* find_frame_form(uint8_t code);
+
+/// "powerrail" and the like; "command-XX" for a code that has no name.
+std::string register_command_name(uint8_t code);
+
+/// True when some command has this name.
+bool is_command_name(std::string_view name);
+
+}  // namespace sim

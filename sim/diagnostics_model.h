@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+// What the register commands answer.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "sim/scenario.h"
+
+namespace sim {
+
+struct DiagnosticsReply {
+    bool known = true;
+    bool ok = true;
+    std::optional<uint16_t> word;  ///< for the parameter register
+    Bytes data;                    ///< for the data register
+};
+
+DiagnosticsReply diagnostics_reply(const Scenario& scenario, uint8_t code, uint16_t param);
+
+}  // namespace sim

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: MIT
+// The blocks in which the MCU says who it is.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+#include "sim/flash_model.h"
+#include "sim/scenario.h"
+
+namespace sim {
+
+std::array<uint8_t, 32> version_block(const Scenario& scenario, const FlashModel& flash);
+
+/// Empty when the MCU fails the command.
+std::optional<std::array<uint8_t, 32>> version2_block(const Scenario& scenario);
+
+std::array<uint8_t, 10> flash_status(const Scenario& scenario, const FlashModel& flash);
+
+}  // namespace sim

@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: MIT
+#include "sim/mcu_model.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "sim/diagnostics_model.h"
+#include "sim/identity_model.h"
+#include "util/little_endian.h"
+
+namespace sim {
+
+namespace {
+
+constexpr uint8_t kSuccess = kStatusFinished | kStatusSucceeded;
+constexpr uint64_t kUnreadResetUs = 10'000;
+constexpr uint32_t kNever = UINT32_MAX;
+
+bool is_live_register(uint8_t reg) {
+    return reg == kHandshakeRegister || (reg >= kParameterRegister && reg <= kMarkerRegister);
+}
+
+}  // namespace
+
+McuModel::McuModel(const Scenario& scenario, FlashModel& flash, std::function<void(const std::string&)> on_violation)
+    : scenario_(scenario), flash_(flash), on_violation_(std::move(on_violation)) {}
+
+void McuModel::advance(uint64_t now_us) {
+    now_us_ = std::max(now_us_, now_us);
+    if (reset_due_us && now_us_ >= *reset_due_us + reset_grace_us_) {
+        const uint64_t due = *reset_due_us;
+        restart();
+        silent_until_us_ = due + uint64_t{scenario_.boot_ms} * 1000;
+    }
+}
+
+bool McuModel::answers() const {
+    return scenario_.mcu && flash_.running() >= 0 && now_us_ >= silent_until_us_;
+}
+
+void McuModel::restart() {
+    reset_due_us.reset();
+    registers_ = {};
+    registers_[kHandshakeRegister] = scenario_.status[kHandshakeRegister];
+    pointer_ = 0;
+    frame_ = {};
+    command_ = {};
+    flash_.boot(scenario_.boot_choice == "latest" ? -1 : scenario_.boot_choice[0] - '0');
+    silent_until_us_ = now_us_ + uint64_t{scenario_.boot_ms} * 1000;
+}
+
+void McuModel::set_marker(uint8_t marker) {
+    registers_[kMarkerRegister] = marker;
+}
+
+void McuModel::write(std::span<const uint8_t> bytes, std::optional<ForcedEnd> forced) {
+    if (bytes.empty()) {
+        return;
+    }
+    const uint8_t start = bytes[0];
+    const std::span<const uint8_t> data = bytes.subspan(1);
+    pointer_ = start;
+    for (const uint8_t byte : data) {
+        registers_[pointer_++] = byte;
+    }
+    const auto covers = [&](uint8_t reg) { return reg >= start && reg < start + data.size(); };
+    if (covers(kCommandRegister)) {
+        start_register_command(forced);
+    }
+    if (covers(kFrameCommandRegister)) {
+        start_frame_command(start, data, forced);
+    }
+}
+
+void McuModel::read(std::span<uint8_t> bytes) {
+    for (uint8_t& byte : bytes) {
+        byte = read_register(pointer_++);
+    }
+}
+
+uint8_t McuModel::read_register(uint8_t reg) {
+    if (reg == kFrameCommandRegister) {
+        reset_grace_us_ = 0;
+        return poll(frame_);
+    }
+    if (reg == kCommandRegister) {
+        return poll(command_);
+    }
+    if (reg < kStatusBlockSize && !is_live_register(reg)) {
+        return scenario_.status[reg];
+    }
+    return registers_[reg];
+}
+
+uint8_t McuModel::poll(Completion& completion) {
+    if (completion.polls_left > 1) {
+        if (completion.polls_left != kNever) {
+            --completion.polls_left;
+        }
+        return 0;
+    }
+    return completion.status;
+}
+
+void McuModel::finish(Completion& completion, bool ok) {
+    completion = {ok ? kSuccess : kStatusFinished, scenario_.polls};
+}
+
+void McuModel::start_register_command(std::optional<ForcedEnd> forced) {
+    if (!forced) {
+        finish(command_, execute_register_command(registers_[kCommandRegister]));
+    } else if (forced->kind == ForcedEnd::kHangs) {
+        command_ = {0, kNever};
+    } else {
+        command_ = {forced->kind == ForcedEnd::kFails ? forced->status : kSuccess, scenario_.polls};
+    }
+}
+
+void McuModel::start_frame_command(uint8_t start, std::span<const uint8_t> frame, std::optional<ForcedEnd> forced) {
+    const uint8_t code = registers_[kFrameCommandRegister];
+    const FrameForm* form = find_frame_form(code);
+    const bool right_place =
+        form != nullptr && start == form->start && start + frame.size() == kFrameCommandRegister + 1;
+    if (!right_place || (form->key != 0 && registers_[kFrameKeyRegister] != form->key)) {
+        char text[96];
+        std::snprintf(text, sizeof text, "frame command %02x with a wrong form (%zu bytes at %02x, key %02x)", code,
+                      frame.size(), start, registers_[kFrameKeyRegister]);
+        on_violation_(text);
+        finish(frame_, false);
+    } else if (!forced) {
+        finish(frame_, execute_frame(*form, frame));
+    } else if (forced->kind == ForcedEnd::kHangs) {
+        frame_ = {0, kNever};
+    } else {
+        frame_ = {forced->kind == ForcedEnd::kFails ? forced->status : kSuccess, scenario_.polls};
+    }
+}
+
+bool McuModel::execute_frame(const FrameForm& form, std::span<const uint8_t> frame) {
+    switch (form.command) {
+        case FrameCommand::kReadVersion: respond(kFrameRegister, version_block(scenario_, flash_)); return true;
+        case FrameCommand::kReadVersion2: return read_version2();
+        case FrameCommand::kReadFlashStatus: respond(kFrameRegister, flash_status(scenario_, flash_)); return true;
+        case FrameCommand::kReadSegment: return read_segment(frame);
+        case FrameCommand::kEraseOther: return accept(flash_.erase_other());
+        case FrameCommand::kWriteSegment:
+            return accept(flash_.write_segment(get_le16(&frame[32]), frame[34], frame.first(kSegmentSize)));
+        case FrameCommand::kCommitPage: return accept(flash_.commit(get_le16(&frame[0]), get_le16(&frame[3])));
+        case FrameCommand::kEnableOther: return accept(flash_.enable_other(get_le16(&frame[0]), get_le16(&frame[35])));
+        case FrameCommand::kDisableCurrent: return accept(flash_.disable_running());
+        case FrameCommand::kResetDelayed: return delayed_reset(frame);
+        case FrameCommand::kResetNow: restart(); return true;
+    }
+    return false;
+}
+
+bool McuModel::read_version2() {
+    const auto block = version2_block(scenario_);
+    if (!block) {
+        return false;
+    }
+    respond(kFrameRegister, *block);
+    return true;
+}
+
+bool McuModel::read_segment(std::span<const uint8_t> frame) {
+    const auto data = flash_.segment(get_le16(&frame[0]), frame[2]);
+    if (!data) {
+        on_violation_("a segment outside the flash is read");
+        return false;
+    }
+    respond(kFrameRegister, *data);
+    return true;
+}
+
+bool McuModel::delayed_reset(std::span<const uint8_t> frame) {
+    bool good = frame[35] == (frame[0] ^ 0xFF) && frame[36] == 0xFF;
+    for (size_t i = 1; i <= 34; ++i) {
+        good = good && frame[i] == i;
+    }
+    if (!good) {
+        on_violation_("a delayed reset without its pattern");
+        return false;
+    }
+    reset_due_us = now_us_ + uint64_t{frame[0]} * 100'000;
+    // Even without a delay the host can still read that the command was accepted.
+    reset_grace_us_ = kUnreadResetUs;
+    return true;
+}
+
+bool McuModel::execute_register_command(uint8_t code) {
+    const DiagnosticsReply reply = diagnostics_reply(scenario_, code, get_le16(&registers_[kParameterRegister]));
+    if (!reply.known) {
+        on_violation_("unknown register command " + register_command_name(code));
+        return false;
+    }
+    if (reply.word) {
+        respond_word(*reply.word);
+    }
+    respond(kDataRegister, reply.data);
+    return reply.ok;
+}
+
+void McuModel::respond(uint8_t reg, std::span<const uint8_t> bytes) {
+    std::copy(bytes.begin(), bytes.end(), registers_.begin() + reg);
+}
+
+void McuModel::respond_word(uint16_t value) {
+    put_le16(&registers_[kParameterRegister], value);
+}
+
+bool McuModel::accept(const Verdict& verdict) {
+    if (!verdict.violation.empty()) {
+        on_violation_(verdict.violation);
+    }
+    return verdict.ok;
+}
+
+}  // namespace sim

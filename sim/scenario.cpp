@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: MIT
+#include "sim/scenario.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <optional>
+
+namespace sim {
+
+namespace {
+
+constexpr Knob kKnobs[] = {
+    {"mcu", &Scenario::mcu, false, "whether the MCU answers at all"},
+    {"charger", &Scenario::charger, false, "whether the charger answers at 0x09"},
+    {"display", &Scenario::display, false, "whether the display answers at 0x50"},
+    {"usb", &Scenario::usb, false, "whether the USB side answers at 0x10"},
+    {"mcu_address", &Scenario::mcu_address, true, "bus address of the MCU"},
+    {"hwid", &Scenario::hwid, true, "hardware id; the tool knows 1 to 3"},
+    {"serial", &Scenario::serial, true, "serial number, 36 digits; a to f are sent as they are"},
+    {"production_minutes", &Scenario::production_minutes, true, "production date in minutes since 1970"},
+    {"version_crc_good", &Scenario::version_crc_good, true, "whether the version block carries the right checksum"},
+    {"version2", &Scenario::version2, true, "second version block: empty, none (the command fails), or 64 hex digits"},
+    {"reported_region_size", &Scenario::reported_region_size, true, "region size in the flash status"},
+    {"reported_page_size", &Scenario::reported_page_size, true, "page size in the flash status"},
+    {"polls", &Scenario::polls, false, "at which status read a command has finished"},
+    {"boot_ms", &Scenario::boot_ms, false, "how long the MCU is silent after a reset"},
+    {"boot_choice", &Scenario::boot_choice, false,
+     "which region starts when both are enabled: 0, 1, or latest (enabled last)"},
+    {"status", &Scenario::status, false, "status block, 20 bytes; 10 and 12 to 15 are live registers"},
+    {"powerrail_raw", &Scenario::powerrail_raw, false, "power rail, ADC code"},
+    {"ext_raw", &Scenario::ext_raw, false, "external (XLR) input, ADC code"},
+    {"teko1_voltage_raw", &Scenario::teko1_voltage_raw, false, "TEKO1 voltage, ADC code"},
+    {"teko2_voltage_raw", &Scenario::teko2_voltage_raw, false, "TEKO2 voltage, ADC code"},
+    {"teko1_current_raw", &Scenario::teko1_current_raw, false, "TEKO1 current, ADC code"},
+    {"teko2_current_raw", &Scenario::teko2_current_raw, false, "TEKO2 current, ADC code"},
+    {"teko1_imp", &Scenario::teko1_imp, false,
+     "TEKO1 impedances in ohms, IMP_0_1 in the low byte, IMP_1_2 in the high"},
+    {"teko2_imp", &Scenario::teko2_imp, false, "TEKO2 impedances, likewise"},
+    {"pse_states", &Scenario::pse_states, false, "PSE states, TEKO1 in the low byte, TEKO2 in the high"},
+    {"pd_states", &Scenario::pd_states, false, "PD states, likewise"},
+    {"vcc_raw", &Scenario::vcc_raw, false, "Vcc, ADC code"},
+    {"temperature_raw", &Scenario::temperature_raw, false, "MCU temperature, ADC code"},
+    {"temperature_cal", &Scenario::temperature_cal, false, "MCU temperature sensor's code at 358.15 K"},
+    {"vspare1_raw", &Scenario::vspare1_raw, false, "spare input 1, ADC code"},
+    {"vspare2_raw", &Scenario::vspare2_raw, false, "spare input 2, ADC code"},
+    {"teko_enable", &Scenario::teko_enable, true, "enable settings word; a set bit disables"},
+    {"input_mode", &Scenario::input_mode, true, "input mode settings word"},
+    {"teko1_pages", &Scenario::teko1_pages, false, "diagnostic pages 0 to 5 of TEKO1, 32 bytes each"},
+    {"teko2_pages", &Scenario::teko2_pages, false, "diagnostic pages 0 to 5 of TEKO2"},
+    {"nevents", &Scenario::nevents, false, "NEVENT reply, 20 bytes; messages at 0 and 16"},
+    {"ports", &Scenario::ports, false, "ports A to F: output, input, direction each"},
+    {"w1_rom", &Scenario::w1_rom, false, "ROM code of the 1-Wire device, 8 bytes"},
+    {"w1_rom_status", &Scenario::w1_rom_status, false, "1-Wire status after the ROM was read"},
+    {"w1_eeprom", &Scenario::w1_eeprom, false, "EEPROM of the 1-Wire device, 32 bytes"},
+    {"w1_eeprom_status", &Scenario::w1_eeprom_status, false, "1-Wire status after EEPROM bytes were read"},
+    {"cap_status", &Scenario::cap_status, false, "charger register 0x1B"},
+    {"cap_vin", &Scenario::cap_vin, false, "charger register 0x25, input voltage"},
+    {"cap_iin", &Scenario::cap_iin, false, "charger register 0x28, input current, signed"},
+    {"cap_vcap", &Scenario::cap_vcap, false, "charger register 0x26, capacitor voltage"},
+    {"cap_ichg", &Scenario::cap_ichg, false, "charger register 0x29, charge current, signed"},
+    {"uptime", &Scenario::uptime, false, "/proc/uptime, or none"},
+    {"temp_nic", &Scenario::temp_nic, false, "/dev/temp_nic, or none"},
+    {"temp_disp", &Scenario::temp_disp, false, "/dev/temp_disp, or none"},
+    {"poe", &Scenario::poe, false, "level of GPIO 414, 0 with power over Ethernet, or none"},
+    {"gpio_exported", &Scenario::gpio_exported, false, "whether GPIO 414 has been exported already"},
+};
+
+std::optional<bool> parse_bool(const std::string& text) {
+    if (text == "1" || text == "on" || text == "yes" || text == "true") {
+        return true;
+    }
+    if (text == "0" || text == "off" || text == "no" || text == "false") {
+        return false;
+    }
+    return std::nullopt;
+}
+
+std::optional<uint64_t> parse_number(const std::string& text, uint64_t max) {
+    if (text.empty() || std::isdigit(static_cast<unsigned char>(text[0])) == 0) {
+        return std::nullopt;
+    }
+    char* end = nullptr;
+    const unsigned long long number = std::strtoull(text.c_str(), &end, 0);
+    return *end == '\0' && number <= max ? std::optional<uint64_t>(number) : std::nullopt;
+}
+
+/// Hexadecimal digits, with or without blanks between the bytes.
+std::optional<Bytes> parse_bytes(std::string text) {
+    std::erase(text, ' ');
+    if (text.size() % 2 != 0 ||
+        !std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isxdigit(c) != 0; })) {
+        return std::nullopt;
+    }
+    Bytes bytes;
+    for (size_t i = 0; i < text.size(); i += 2) {
+        bytes.push_back(static_cast<uint8_t>(std::strtoul(text.substr(i, 2).c_str(), nullptr, 16)));
+    }
+    return bytes;
+}
+
+template <typename Number>
+std::string assign_number(Number& field, const std::string& text) {
+    constexpr uint64_t max = std::numeric_limits<Number>::max();
+    const auto number = parse_number(text, max);
+    if (!number) {
+        return "not a number from 0 to " + std::to_string(max);
+    }
+    field = static_cast<Number>(*number);
+    return "";
+}
+
+std::string assign(bool& field, const std::string& text) {
+    const auto value = parse_bool(text);
+    if (!value) {
+        return "neither on nor off";
+    }
+    field = *value;
+    return "";
+}
+
+std::string assign(uint16_t& field, const std::string& text) {
+    return assign_number(field, text);
+}
+
+std::string assign(uint32_t& field, const std::string& text) {
+    return assign_number(field, text);
+}
+
+std::string assign(std::string& field, const std::string& text) {
+    field = text;
+    return "";
+}
+
+std::string assign(Bytes& field, const std::string& text) {
+    const auto bytes = parse_bytes(text);
+    if (!bytes || bytes->size() != field.size()) {
+        return "not " + std::to_string(field.size()) + " bytes in hexadecimal";
+    }
+    field = *bytes;
+    return "";
+}
+
+std::string to_text(bool value) {
+    return value ? "on" : "off";
+}
+
+std::string to_text(uint32_t value) {
+    return std::to_string(value);
+}
+
+std::string to_text(uint16_t value) {
+    char text[8];
+    std::snprintf(text, sizeof text, "0x%04x", value);
+    return text;
+}
+
+std::string to_text(const std::string& value) {
+    return value;
+}
+
+std::string to_text(const Bytes& value) {
+    std::string text;
+    for (const uint8_t byte : value) {
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%02x", byte);
+        text += digits;
+    }
+    return text;
+}
+
+/// What the value must be beyond its type; empty when it is fine.
+std::string check(const Scenario& scenario) {
+    const auto is_hex = [](unsigned char c) { return std::isxdigit(c) != 0; };
+    if (scenario.serial.size() != 36 || !std::all_of(scenario.serial.begin(), scenario.serial.end(), is_hex)) {
+        return "not 36 digits";
+    }
+    const std::string& version2 = scenario.version2;
+    if (version2 != "empty" && version2 != "none" &&
+        (version2.size() != 64 || !std::all_of(version2.begin(), version2.end(), is_hex))) {
+        return "neither empty nor none nor 64 hex digits";
+    }
+    if (scenario.boot_choice != "0" && scenario.boot_choice != "1" && scenario.boot_choice != "latest") {
+        return "neither 0 nor 1 nor latest";
+    }
+    return "";
+}
+
+}  // namespace
+
+std::span<const Knob> knobs() {
+    return kKnobs;
+}
+
+std::string knob_value(const Scenario& scenario, const Knob& knob) {
+    return std::visit([&](auto member) { return to_text(scenario.*member); }, knob.member);
+}
+
+std::string set_knob(Scenario& scenario, std::string_view name, const std::string& value) {
+    const auto* knob =
+        std::find_if(std::begin(kKnobs), std::end(kKnobs), [&](const Knob& k) { return k.name == name; });
+    if (knob == std::end(kKnobs)) {
+        return "no such knob: " + std::string(name);
+    }
+    Scenario changed = scenario;
+    std::string problem = std::visit([&](auto member) { return assign(changed.*member, value); }, knob->member);
+    if (problem.empty()) {
+        problem = check(changed);
+    }
+    if (!problem.empty()) {
+        return std::string(name) + "=" + value + ": " + problem;
+    }
+    scenario = changed;
+    return "";
+}
+
+}  // namespace sim

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: MIT
+// The situation of the simulated board: everything that a test or an operator can choose, each with a name. The names,
+// defaults and meanings are in scenario.cpp, and `sv_board knobs` prints them.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace sim {
+
+using Bytes = std::vector<uint8_t>;
+
+struct Scenario {
+    // Who is on the bus.
+    bool mcu = true;
+    bool charger = true;
+    bool display = true;
+    bool usb = false;
+    uint16_t mcu_address = 0x08;
+
+    // Identity.
+    uint16_t hwid = 3;
+    std::string serial = "202611220000000000000000000000000001";
+    uint32_t production_minutes = 29'500'000;
+    bool version_crc_good = true;
+    std::string version2 = "empty";
+    uint32_t reported_region_size = 0x20000;
+    uint16_t reported_page_size = 0x200;
+
+    // Time.
+    uint32_t polls = 1;
+    uint32_t boot_ms = 5;
+    std::string boot_choice = "latest";
+
+    // What the MCU reports of its inputs; bytes 10 and 12 to 15 are live registers.
+    Bytes status = {0x8A, 0x02, 0x11, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 12, 63, 15, 63};
+    uint16_t powerrail_raw = 1666;
+    uint16_t ext_raw = 190;
+    uint16_t teko1_voltage_raw = 1660;
+    uint16_t teko2_voltage_raw = 190;
+    uint16_t teko1_current_raw = 700;
+    uint16_t teko2_current_raw = 190;
+    uint16_t teko1_imp = 0x0C0C;
+    uint16_t teko2_imp = 0x3F3F;
+    uint16_t pse_states = 0x0303;
+    uint16_t pd_states = 0x0319;
+    uint16_t vcc_raw = 850;
+    uint16_t temperature_raw = 1274;
+    uint16_t temperature_cal = 2560;
+    uint16_t vspare1_raw = 190;
+    uint16_t vspare2_raw = 190;
+    uint16_t teko_enable = 0x0000;
+    uint16_t input_mode = 0x0000;
+    Bytes teko1_pages = Bytes(192, 0);
+    Bytes teko2_pages = Bytes(192, 0);
+    Bytes nevents = {0x12, 0x34, 0x56, 0x71, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x12, 0x34, 0x56, 0x71};
+    Bytes ports = Bytes(18, 0);
+    Bytes w1_rom = {0x2D, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x97};
+    uint16_t w1_rom_status = 0;
+    Bytes w1_eeprom = Bytes(32, 0xFF);
+    uint16_t w1_eeprom_status = 0;
+
+    // The charger's words.
+    uint16_t cap_status = 0x0022;
+    uint16_t cap_vin = 0x2A80;
+    uint16_t cap_iin = 0x0360;
+    uint16_t cap_vcap = 0x0BF0;
+    uint16_t cap_ichg = 0x0040;
+
+    // The host's files. "none": the file is not there.
+    std::string uptime = "93784.50 180000.00";
+    std::string temp_nic = "45.0";
+    std::string temp_disp = "40.0";
+    std::string poe = "1";
+    bool gpio_exported = false;
+};
+
+struct Knob {
+    using Member = std::variant<bool Scenario::*, uint16_t Scenario::*, uint32_t Scenario::*, std::string Scenario::*,
+                                Bytes Scenario::*>;
+    std::string_view name;
+    Member member;
+    bool lasting;  ///< part of the board rather than of its situation: kept in the state file
+    std::string_view meaning;
+};
+
+std::span<const Knob> knobs();
+
+/// The value as set_knob takes it.
+std::string knob_value(const Scenario& scenario, const Knob& knob);
+
+/// Sets a knob by name. Returns an empty text, or what is wrong.
+std::string set_knob(Scenario& scenario, std::string_view name, const std::string& value);
+
+}  // namespace sim

@@ -1,0 +1,210 @@
+// SPDX-License-Identifier: MIT
+// sv_board: runs a program against the simulated board.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "sim/board.h"
+#include "sim/state_file.h"
+#include "sim/testbed.h"
+#include "sim/trace.h"
+
+namespace {
+
+constexpr int kOwnFailure = 125;  // neither a status of the program nor of the shell
+
+struct RunOptions {
+    int bus = 0;
+    bool fast = false;
+    std::string state_path;
+    std::string trace_path;
+    std::string syslog_path;
+    std::string firmware_path;
+    uint32_t firmware_swid = 0x0100;
+    std::vector<std::string> settings;
+    std::vector<std::string> faults;
+    std::vector<std::string> command;
+};
+
+int complain(const std::string& problem) {
+    std::fprintf(stderr, "sv_board: %s\n", problem.c_str());
+    return kOwnFailure;
+}
+
+std::string apply_settings(const RunOptions& options, sim::Board& board) {
+    for (const std::string& setting : options.settings) {
+        const size_t equals = setting.find('=');
+        if (equals == std::string::npos) {
+            return setting + ": not KEY=VALUE";
+        }
+        std::string problem = sim::set_knob(board.scenario, setting.substr(0, equals), setting.substr(equals + 1));
+        if (!problem.empty()) {
+            return problem;
+        }
+    }
+    for (const std::string& text : options.faults) {
+        std::string problem;
+        const auto fault = sim::parse_fault(text, problem);
+        if (!fault) {
+            return problem;
+        }
+        board.faults.push_back(*fault);
+    }
+    return "";
+}
+
+/// Puts a program into region 0 of a new board.
+std::string install_firmware(const RunOptions& options, sim::Board& board) {
+    std::ifstream in(options.firmware_path, std::ios::binary);
+    if (!in) {
+        return options.firmware_path + ": could not be opened";
+    }
+    const std::vector<uint8_t> program{std::istreambuf_iterator<char>(in), {}};
+    if (program.empty() || program.size() > kChecksumSize) {
+        return options.firmware_path + ": not 1 to " + std::to_string(kChecksumSize) + " bytes of program";
+    }
+    board.flash.install(0, program, static_cast<uint16_t>(options.firmware_swid));
+    return "";
+}
+
+/// The board as the last run left it, or a new one, in the situation that was asked for.
+std::string make_board(const RunOptions& options, sim::Board& board, sim::SavedClock& clock) {
+    const bool known = !options.state_path.empty() && std::filesystem::exists(options.state_path);
+    std::string problem;
+    if (known) {
+        problem = sim::load_state(options.state_path, board, clock);
+    }
+    if (problem.empty() && !options.firmware_path.empty()) {
+        problem = known ? "--firmware is for a new board; " + options.state_path + " exists"
+                        : install_firmware(options, board);
+    }
+    return problem.empty() ? apply_settings(options, board) : problem;
+}
+
+/// The preload stands beside the program in the build tree and below the library folder when installed.
+std::string find_preload() {
+    std::error_code error;
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    for (const char* place : {"../lib/sv_board_preload.so", "../" SV_BOARD_LIBDIR "/sv_board/sv_board_preload.so"}) {
+        if (std::filesystem::exists(folder / place, error)) {
+            return std::filesystem::canonical(folder / place, error).string();
+        }
+    }
+    return "";
+}
+
+void report_violations(const sim::Board& board) {
+    if (board.violations.empty()) {
+        return;
+    }
+    std::fprintf(stderr, "sv_board: the board saw %zu violation(s) of its rules:\n", board.violations.size());
+    for (const std::string& text : board.violations) {
+        std::fprintf(stderr, "sv_board:   %s\n", text.c_str());
+    }
+}
+
+int run_program(const RunOptions& options) {
+    sim::Board board;
+    sim::SavedClock clock;
+    if (const std::string problem = make_board(options, board, clock); !problem.empty()) {
+        return complain(problem);
+    }
+    const std::string preload = find_preload();
+    if (preload.empty()) {
+        return complain("sv_board_preload.so is not where it belongs");
+    }
+    std::ofstream trace;
+    sim::TraceDecoder decoder(sim::board_time_us(clock.offset_us));
+    if (!options.trace_path.empty()) {
+        trace.open(options.trace_path);
+        if (!trace) {
+            return complain(options.trace_path + ": could not be opened");
+        }
+        board.on_transfer = [&](const sim::Transfer& transfer) {
+            trace << decoder.line(transfer, board.scenario.mcu_address);
+        };
+    }
+    std::string syslog_path;
+    if (!options.syslog_path.empty()) {
+        syslog_path = std::filesystem::absolute(options.syslog_path).string();
+        std::ofstream(syslog_path, std::ios::trunc);
+    }
+    sim::Testbed testbed(board, {options.bus, options.fast, syslog_path, clock.offset_us, preload});
+    if (!testbed.problem().empty()) {
+        return complain(testbed.problem());
+    }
+    const int status = testbed.run(options.command);
+    if (!testbed.problem().empty()) {
+        complain(testbed.problem());
+    }
+    const std::lock_guard<std::mutex> lock(testbed.mutex());
+    report_violations(board);
+    if (!options.state_path.empty()) {
+        board.mcu.advance(testbed.now_us());
+        clock.offset_us = testbed.clock_offset_us();
+        if (const std::string problem = sim::save_state(options.state_path, board, clock); !problem.empty()) {
+            return complain(problem);
+        }
+    }
+    return status;
+}
+
+int print_knobs() {
+    const sim::Scenario defaults;
+    for (const sim::Knob& knob : sim::knobs()) {
+        std::printf("%s=%s\n    %s%s\n", std::string(knob.name).c_str(), sim::knob_value(defaults, knob).c_str(),
+                    std::string(knob.meaning).c_str(), knob.lasting ? " (kept in the state file)" : "");
+    }
+    return 0;
+}
+
+int show_state(const std::string& path) {
+    sim::Board board;
+    sim::SavedClock clock;
+    if (const std::string problem = sim::load_state(path, board, clock); !problem.empty()) {
+        return complain(problem);
+    }
+    board.mcu.advance(sim::board_time_us(clock.offset_us));
+    std::fputs(sim::state_text(board, clock).c_str(), stdout);
+    return 0;
+}
+
+void add_run_options(CLI::App& run, RunOptions& options) {
+    run.add_option("--bus", options.bus, "N of /dev/i2c-N")->check(CLI::Range(0, 255))->capture_default_str();
+    run.add_option("--state", options.state_path, "file that holds the board between runs; made if it is not there");
+    run.add_option("--firmware", options.firmware_path, "program in region 0 of a new board, as raw bytes");
+    run.add_option("--swid", options.firmware_swid, "its software id")->check(CLI::Range(1, 0xFFFF));
+    run.add_option("--set", options.settings, "KEY=VALUE, see 'sv_board knobs'; may be repeated")
+        ->allow_extra_args(false);
+    run.add_option("--fault", options.faults, "KIND[=STATUS]@WHERE[#N][xCOUNT], see docs/testing.md; may be repeated")
+        ->allow_extra_args(false);
+    run.add_option("--trace", options.trace_path, "file for one line per transfer");
+    run.add_option("--syslog", options.syslog_path, "file for the program's lines to the system log");
+    run.add_flag("--fast", options.fast, "waiting takes no time");
+    run.add_option("command", options.command, "the program and its words, behind --")->required();
+    run.positionals_at_end();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("Runs programs against a simulated board.");
+    app.set_version_flag("--version", "sv_board " SV_VERSION);
+    app.require_subcommand(1);
+    RunOptions options;
+    CLI::App* run = app.add_subcommand("run", "run a program with the board on its I2C bus");
+    add_run_options(*run, options);
+    CLI::App* knob_list = app.add_subcommand("knobs", "list what can be set, with defaults and meaning");
+    CLI::App* show = app.add_subcommand("show", "show the board that a state file holds");
+    std::string state_path;
+    show->add_option("--state", state_path, "the file")->required();
+    CLI11_PARSE(app, argc, argv);
+    if (*run) {
+        return run_program(options);
+    }
+    return *knob_list ? print_knobs() : show_state(state_path);
+}

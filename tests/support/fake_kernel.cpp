@@ -1,0 +1,218 @@
+// SPDX-License-Identifier: MIT
+#include "tests/support/fake_kernel.h"
+
+#include <linux/i2c-dev.h>
+#include <linux/i2c.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <numeric>
+#include <optional>
+
+#include "sim/host_model.h"
+
+namespace {
+
+constexpr int kFirstBusDescriptor = 100'000;
+
+FakeKernel* kernel = nullptr;
+
+std::string describe(std::span<const sim::Message> messages) {
+    char text[32];
+    const sim::Message& first = messages.front();
+    std::snprintf(text, sizeof text, "%c %02x %02x", messages.size() == 2 ? 'R' : 'W', first.address, first.bytes[0]);
+    std::string line = text;
+    if (messages.size() == 2) {
+        return line + " " + std::to_string(messages[1].bytes.size());
+    }
+    line += ":";
+    for (const uint8_t byte : first.bytes.subspan(1)) {
+        std::snprintf(text, sizeof text, " %02x", byte);
+        line += text;
+    }
+    return line;
+}
+
+int bus_ioctl(sim::Board& board, unsigned long request, void* argument) {
+    if (request != I2C_RDWR) {
+        std::fprintf(stderr, "unexpected ioctl %lx on the bus\n", request);
+        std::abort();
+    }
+    const auto* rdwr = static_cast<i2c_rdwr_ioctl_data*>(argument);
+    std::vector<sim::Message> messages;
+    for (uint32_t i = 0; i < rdwr->nmsgs; ++i) {
+        const i2c_msg& message = rdwr->msgs[i];
+        messages.push_back({message.addr, (message.flags & I2C_M_RD) != 0, std::span(message.buf, message.len)});
+    }
+    kernel->wire.push_back(describe(messages));
+    board.now_us = kernel->now_us;
+    if (board.transfer(messages)) {
+        return static_cast<int>(rdwr->nmsgs);
+    }
+    errno = ENXIO;
+    return -1;
+}
+
+/// The content of a faked file; an inner nothing for one that is not there, an outer one for a path that is not faked.
+std::optional<std::optional<std::string>> faked_file(const std::string& path) {
+    if (const auto file = kernel->files.find(path); file != kernel->files.end()) {
+        return file->second;
+    }
+    const sim::Scenario& scenario = kernel->buses[0]->scenario;
+    const bool exported = scenario.gpio_exported || (kernel->exported == "414" && kernel->export_works);
+    for (const sim::HostFile& file : sim::host_files(scenario)) {
+        if (file.path == path) {
+            return path == sim::kGpioValue && !exported ? std::nullopt : file.content;
+        }
+    }
+    return std::nullopt;
+}
+
+std::FILE* open_content(const std::string& content) {
+    std::FILE* file = std::tmpfile();
+    std::fwrite(content.data(), 1, content.size(), file);
+    std::rewind(file);
+    return file;
+}
+
+ssize_t write_export(void* /*cookie*/, const char* bytes, size_t count) {
+    kernel->exported.append(bytes, count);
+    return static_cast<ssize_t>(count);
+}
+
+timespec virtual_time() {
+    return {static_cast<time_t>(kernel->now_us / 1'000'000), static_cast<long>(kernel->now_us % 1'000'000 * 1000)};
+}
+
+}  // namespace
+
+FakeKernel::FakeKernel(sim::Board& board) : buses{{0, &board}} {
+    kernel = this;
+}
+
+FakeKernel::~FakeKernel() {
+    kernel = nullptr;
+}
+
+uint64_t FakeKernel::slept_us() const {
+    return std::accumulate(sleeps_us.begin(), sleeps_us.end(), uint64_t{0});
+}
+
+// The linker sends the tool's calls here (--wrap).
+extern "C" {
+
+int __real_open(const char* path, int flags, ...);
+int __real_ioctl(int fd, unsigned long request, ...);
+int __real_usleep(useconds_t us);
+int __real_clock_gettime(clockid_t clock, timespec* time);
+time_t __real_time(time_t* out);
+std::FILE* __real_fopen(const char* path, const char* mode);
+int __real_access(const char* path, int kind);
+void __real_openlog(const char* identity, int option, int facility);
+
+int __wrap_open(const char* path, int flags, ...) {
+    int bus = -1;
+    if (kernel != nullptr && std::sscanf(path, "/dev/i2c-%d", &bus) == 1) {
+        if (kernel->buses.count(bus) != 0) {
+            return kFirstBusDescriptor + bus;
+        }
+        errno = ENOENT;
+        return -1;
+    }
+    va_list values;
+    va_start(values, flags);
+    const int mode = va_arg(values, int);
+    va_end(values);
+    return __real_open(path, flags, mode);
+}
+
+int __wrap_ioctl(int fd, unsigned long request, ...) {
+    va_list values;
+    va_start(values, request);
+    void* argument = va_arg(values, void*);
+    va_end(values);
+    if (kernel != nullptr && fd >= kFirstBusDescriptor) {
+        return bus_ioctl(*kernel->buses.at(fd - kFirstBusDescriptor), request, argument);
+    }
+    return __real_ioctl(fd, request, argument);
+}
+
+int __wrap_usleep(useconds_t us) {
+    if (kernel == nullptr) {
+        return __real_usleep(us);
+    }
+    kernel->sleeps_us.push_back(us);
+    kernel->now_us += us;
+    return 0;
+}
+
+int __wrap_clock_gettime(clockid_t clock, timespec* time) {
+    if (kernel == nullptr) {
+        return __real_clock_gettime(clock, time);
+    }
+    *time = virtual_time();
+    return 0;
+}
+
+time_t __wrap_time(time_t* out) {
+    if (kernel == nullptr) {
+        return __real_time(out);
+    }
+    return virtual_time().tv_sec;
+}
+
+void __wrap_openlog(const char* identity, int option, int facility) {
+    if (kernel == nullptr) {
+        __real_openlog(identity, option, facility);
+        return;
+    }
+    kernel->openlog_identities.push_back(std::string(identity) + " " + std::to_string(option) + " " +
+                                         std::to_string(facility));
+}
+
+void __wrap_syslog(int priority, const char* format, ...) {
+    char text[2048];
+    va_list values;
+    va_start(values, format);
+    std::vsnprintf(text, sizeof text, format, values);
+    va_end(values);
+    if (kernel != nullptr) {
+        kernel->syslog.push_back({priority, text});
+    }
+}
+
+std::FILE* __wrap_fopen(const char* path, const char* mode) {
+    if (kernel == nullptr) {
+        return __real_fopen(path, mode);
+    }
+    if (std::strcmp(path, sim::kGpioExport) == 0) {
+        kernel->exported.clear();
+        return fopencookie(nullptr, mode, {nullptr, write_export, nullptr, nullptr});
+    }
+    const bool is_host_file = std::strncmp(path, "/proc/", 6) == 0 || std::strncmp(path, "/dev/temp", 9) == 0 ||
+                              std::strncmp(path, "/sys/", 5) == 0;
+    const auto content = faked_file(path);
+    if (content && *content) {
+        return open_content(**content);
+    }
+    if (content || is_host_file) {
+        errno = ENOENT;
+        return nullptr;
+    }
+    return __real_fopen(path, mode);
+}
+
+int __wrap_access(const char* path, int kind) {
+    if (kernel == nullptr || std::strcmp(path, sim::kGpioFolder) != 0) {
+        return __real_access(path, kind);
+    }
+    return kernel->buses[0]->scenario.gpio_exported ? 0 : -1;
+}
+
+}  // extern "C"

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+// The kernel as the tool sees it, replaced at the system call: the bus leads to simulated boards, sleeping advances a
+// virtual clock, the host's files come from the board's scenario, and the system log is kept. Only the paths and
+// descriptors named here are faked; everything else reaches the real system.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "sim/board.h"
+
+struct SyslogLine {
+    int priority;
+    std::string text;
+
+    bool operator==(const SyslogLine&) const = default;
+};
+
+/// One at a time: it is in force while it lives.
+class FakeKernel {
+public:
+    explicit FakeKernel(sim::Board& board);
+    ~FakeKernel();
+    FakeKernel(const FakeKernel&) = delete;
+    FakeKernel& operator=(const FakeKernel&) = delete;
+
+    std::map<int, sim::Board*> buses;          ///< /dev/i2c-N and what is behind it; board N = 0 at first
+    std::map<std::string, std::string> files;  ///< exact contents in place of the scenario's
+    std::vector<SyslogLine> syslog;
+    std::vector<std::string> openlog_identities;
+    std::vector<uint32_t> sleeps_us;
+    std::vector<std::string> wire;  ///< every ioctl on the bus: "W 08 a5: 42 43" or "R 08 80 32"
+    std::string exported;           ///< what was written to the GPIO's export file
+    bool export_works = true;
+    uint64_t now_us = 1'763'330'000'000'000;  ///< 2025-11-16 21:53:20 UTC
+
+    uint64_t slept_us() const;
+};

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+// Update files for tests, written without any code of the tool or of the packer.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// CRC-16/MODBUS bit by bit, as textbooks write it: the tool's own uses tables.
+uint16_t textbook_crc16(const std::vector<uint8_t>& bytes);
+
+struct UpdateFileBytes {
+    std::string prefix;
+    std::vector<uint8_t> image = std::vector<uint8_t>(0x42000, 0xFF);
+    std::vector<uint8_t> page_map = std::vector<uint8_t>(528, 0);
+    uint16_t swid0 = 0x0123;
+    uint16_t swid1 = 0x0123;
+    uint16_t reserved0 = 0;
+    uint16_t reserved10 = 0;
+    uint32_t region_size = 0x20000;
+    uint16_t page_size = 0x200;
+    uint32_t memory_size = 0x42000;
+    uint16_t crc_error = 0;  ///< flips bits of the file's checksum
+
+    /// Checksum of a region once the marked pages have been programmed into erased flash.
+    uint16_t region_crc(int region) const;
+
+    /// Fills the first 255 pages of both regions with a pattern and marks them.
+    void fill_all_pages();
+
+    /// Fills one page with a pattern and marks it.
+    void fill_page(uint16_t page);
+
+    std::vector<uint8_t> bytes() const;
+};
+
+/// Writes the bytes to a new file in the test's temporary folder and returns its path.
+std::string write_temporary(const std::string& name, const std::vector<uint8_t>& bytes);
