@@ -66,7 +66,6 @@ TEST(Fault, CommandsEndAsTheFaultSays) {
         {"fail=0xa1@commit/256", "a1  c0w "},
         {"hang@commit/256", "00  c0w "},
         {"skip@commit/256", "c0  c0w "},
-        {"fail@erase", "c0w c0w "},
         {"fail@commit/300", "c0w c0w "},
         {"lost@commit/256", "--w c0w "},
         {"nack@commit/256", "--  c0w "},
@@ -101,9 +100,9 @@ TEST(Fault, ASkippedResetNeverComesDueAndALostOneDoes) {
 }
 
 TEST(Fault, AMistakeIsExplained) {
-    for (const std::string text :
-         {"", "nack", "nack@", "nack@-1", "nack@1 ", "nack@1x", "nack@1x2+5ms", "nack@1+5s", "nack@1#", "nack@commit/",
-          "fail=128@erase", "fail=0x100@erase", "fail=@erase", "NACK@1"}) {
+    for (const std::string text : {"", "nack", "nack@", "nack@-1", "nack@1 ", "nack@1x", "nack@1x2+5ms", "nack@1+5s",
+                                   "nack@1#", "nack@commit/", "nack@0", "nack@1#0", "nack@1x0", "nack@commit/65792",
+                                   "fail=128@erase", "fail=0x100@erase", "fail=@erase", "NACK@1"}) {
         std::string problem;
         EXPECT_FALSE(sim::parse_fault(text, problem)) << text;
         EXPECT_EQ(problem, text + ": not a fault; it is written KIND[=STATUS]@WHERE[#N][xCOUNT]");
@@ -113,7 +112,9 @@ TEST(Fault, AMistakeIsExplained) {
         {"nack@reg-1", "nack@reg-1: no such command: reg-1"},
         {"fail@1", "fail@1: fail needs the name of a command"},
         {"hang@reg-0e", "hang@reg-0e: hang needs the name of a command"},
-        {"skip@2", "skip@2: skip needs the name of a command"}};
+        {"skip@2", "skip@2: skip needs the name of a command"},
+        {"nack=0x80@1", "nack=0x80@1: nack takes no status"},
+        {"fail@erase/5", "fail@erase/5: erase has no page"}};
     for (const auto& [text, reason] : cases) {
         std::string problem;
         EXPECT_FALSE(sim::parse_fault(text, problem)) << text;

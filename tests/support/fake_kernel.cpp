@@ -92,12 +92,12 @@ timespec virtual_time() {
 
 }  // namespace
 
-FakeKernel::FakeKernel(sim::Board& board) : buses{{0, &board}} {
+FakeKernel::FakeKernel(sim::Board& board) : buses{{0, &board}}, older_(kernel) {
     kernel = this;
 }
 
 FakeKernel::~FakeKernel() {
-    kernel = nullptr;
+    kernel = older_;
 }
 
 uint64_t FakeKernel::slept_us() const {

@@ -18,7 +18,7 @@ struct SyslogLine {
     bool operator==(const SyslogLine&) const = default;
 };
 
-/// One at a time: it is in force while it lives.
+/// In force while it lives; the youngest counts.
 class FakeKernel {
 public:
     explicit FakeKernel(sim::Board& board);
@@ -37,4 +37,7 @@ public:
     uint64_t now_us = 1'763'330'000'000'000;  ///< 2025-11-16 21:53:20 UTC
 
     uint64_t slept_us() const;
+
+private:
+    FakeKernel* older_;
 };

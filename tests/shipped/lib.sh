@@ -1,0 +1,59 @@
+# shellcheck shell=bash
+# SPDX-License-Identifier: MIT
+# For the scripts beside it: SCRIPT FOLDER_OF_THE_PROGRAMS SOURCE_FOLDER. Sets up a scratch folder and works there.
+export LC_ALL=C
+PATH=$(realpath "$1"):$PATH:/usr/sbin:/sbin
+firmware=$(realpath "$2")/examples/firmware
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cd "$work" || exit
+
+fail() {
+  echo "FAILED: $*" >&2
+  exit 1
+}
+
+# The program runs with the board on its bus; its transfers are in the file "trace", and waiting takes no time.
+run_board() {
+  sv_board run --fast --trace trace "$@"
+}
+
+# expect STATUS STDOUT STDERR COMMAND...: the outputs, without the time of log lines, are patterns of the shell. They
+# stay in the files "out" and "err". What the board saw against its rules is on standard error and always a failure.
+expect() {
+  local want_status=$1 want_out=$2 want_err=$3 status=0
+  shift 3
+  "$@" >out 2>err || status=$?
+  sed -i 's/^\[[0-9:]*\] //' err
+  [ "$status" -eq "$want_status" ] || fail "$*: status $status instead of $want_status: $(cat err)"
+  # shellcheck disable=SC2053
+  [[ $(tr '\b' '<' <out) == $want_out ]] || fail "$*: printed: $(tail -c 400 out)"
+  # shellcheck disable=SC2053
+  [[ $(cat err) == $want_err ]] || fail "$*: complained: $(cat err)"
+  ! grep -q violation err || fail "$*: $(cat err)"
+}
+
+# expect_same WHAT ACTUAL WANTED
+expect_same() {
+  [ "$2" = "$3" ] || fail "$1: '$2' instead of '$3'"
+}
+
+# count FILE PATTERN: matching lines
+count() {
+  grep -c -e "$2" "$1" || true
+}
+
+# version_field NAME: of the last --version
+version_field() {
+  sed -n "s/^$1 *= //p" out
+}
+
+# same_bytes FILE1 OFFSET1 FILE2 OFFSET2 COUNT
+same_bytes() {
+  cmp -n "$5" -i "$2:$4" "$1" "$3" || fail "$1 at $2 differs from $3 at $4"
+}
+
+pack() {
+  sv_image pack --region0 "$firmware/v2-region0.bin" --region1 "$firmware/v2-region1.bin" --swid 0x0101 --mark-all \
+    -o new.svu >/dev/null
+}
