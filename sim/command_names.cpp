@@ -79,4 +79,8 @@ bool is_command_name(std::string_view name) {
                        [&](const RegisterName& r) { return r.name == name; });
 }
 
+bool has_page(std::string_view name) {
+    return name == "segment" || name == "commit" || name == "read-segment";
+}
+
 }  // namespace sim

@@ -29,4 +29,7 @@ std::string register_command_name(uint8_t code);
 /// True when some command has this name.
 bool is_command_name(std::string_view name);
 
+/// True when the frame of this name carries a page number.
+bool has_page(std::string_view name);
+
 }  // namespace sim

@@ -31,7 +31,8 @@ bool needs_command(FaultKind kind) {
 }
 
 uint64_t number(const std::string& text) {
-    return std::strtoull(text.c_str(), nullptr, 0);
+    const bool hexadecimal = text.size() > 1 && text[1] == 'x';
+    return std::strtoull(text.c_str(), nullptr, hexadecimal ? 16 : 10);
 }
 
 }  // namespace
@@ -61,8 +62,8 @@ bool Fault::strikes(const TransferPlace& place) {
 
 std::optional<Fault> parse_fault(const std::string& text, std::string& problem) {
     static const std::regex form(
-        R"(([a-z]+)(?:=(0x[0-9a-f]{1,2}))?@(?:(\d+)|reg-([0-9a-f]{2})|([a-z][a-z0-9-]*)(?:/(\d+))?))"
-        R"((?:#(\d+))?(?:x(\d+|\*)|\+(\d+)ms)?)");
+        R"(([a-z]+)(?:=(0x[0-9a-f]{1,2}))?@(?:([1-9]\d{0,17})|reg-([0-9a-f]{2})|([a-z][a-z0-9-]*)(?:/(\d{1,3}))?))"
+        R"((?:#([1-9]\d{0,17}))?(?:x([1-9]\d{0,17}|\*)|\+(\d{1,12})ms)?)");
     std::smatch part;
     if (!std::regex_match(text, part, form)) {
         problem = text + ": not a fault; it is written KIND[=STATUS]@WHERE[#N][xCOUNT]";
@@ -71,6 +72,22 @@ std::optional<Fault> parse_fault(const std::string& text, std::string& problem) 
     const auto kind = find_kind(part[1]);
     if (!kind) {
         problem = text + ": no such kind of fault: " + part[1].str();
+        return std::nullopt;
+    }
+    if (part[5].matched && !is_command_name(part[5].str())) {
+        problem = text + ": no such command: " + part[5].str();
+        return std::nullopt;
+    }
+    if (part[6].matched && !has_page(part[5].str())) {
+        problem = text + ": " + part[5].str() + " has no page";
+        return std::nullopt;
+    }
+    if (part[2].matched && *kind != FaultKind::kFail) {
+        problem = text + ": " + part[1].str() + " takes no status";
+        return std::nullopt;
+    }
+    if (!part[5].matched && needs_command(*kind)) {
+        problem = text + ": " + part[1].str() + " needs the name of a command";
         return std::nullopt;
     }
     Fault fault;
@@ -83,19 +100,8 @@ std::optional<Fault> parse_fault(const std::string& text, std::string& problem) 
     } else if (part[4].matched) {
         fault.where = RegisterPlace{static_cast<uint8_t>(std::strtoul(part[4].str().c_str(), nullptr, 16))};
     } else {
-        if (!is_command_name(part[5].str())) {
-            problem = text + ": no such command: " + part[5].str();
-            return std::nullopt;
-        }
-        CommandPlace place{part[5], std::nullopt};
-        if (part[6].matched) {
-            place.page = static_cast<uint16_t>(number(part[6]));
-        }
-        fault.where = place;
-    }
-    if (needs_command(fault.kind) && !std::holds_alternative<CommandPlace>(fault.where)) {
-        problem = text + ": " + part[1].str() + " needs the name of a command";
-        return std::nullopt;
+        const auto page = static_cast<uint16_t>(number(part[6]));
+        fault.where = CommandPlace{part[5], part[6].matched ? std::optional(page) : std::nullopt};
     }
     fault.first = part[7].matched ? number(part[7]) : 1;
     if (part[8].matched) {

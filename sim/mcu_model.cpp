@@ -17,7 +17,7 @@ constexpr uint64_t kUnreadResetUs = 10'000;
 constexpr uint32_t kNever = UINT32_MAX;
 
 bool is_live_register(uint8_t reg) {
-    return reg == kHandshakeRegister || (reg >= kParameterRegister && reg <= kMarkerRegister);
+    return reg >= kParameterRegister && reg <= kMarkerRegister;
 }
 
 }  // namespace
@@ -27,8 +27,8 @@ McuModel::McuModel(const Scenario& scenario, FlashModel& flash, std::function<vo
 
 void McuModel::advance(uint64_t now_us) {
     now_us_ = std::max(now_us_, now_us);
-    if (reset_due_us && now_us_ >= *reset_due_us + reset_grace_us_) {
-        const uint64_t due = *reset_due_us;
+    const uint64_t due = reset_due_us.value_or(0) + reset_grace_us_;
+    if (reset_due_us && now_us_ >= due) {
         restart();
         silent_until_us_ = due + uint64_t{scenario_.boot_ms} * 1000;
     }
@@ -41,7 +41,8 @@ bool McuModel::answers() const {
 void McuModel::restart() {
     reset_due_us.reset();
     registers_ = {};
-    registers_[kHandshakeRegister] = scenario_.status[kHandshakeRegister];
+    handshake_written_ = false;
+    reset_grace_us_ = 0;
     pointer_ = 0;
     frame_ = {};
     command_ = {};
@@ -64,6 +65,7 @@ void McuModel::write(std::span<const uint8_t> bytes, std::optional<ForcedEnd> fo
         registers_[pointer_++] = byte;
     }
     const auto covers = [&](uint8_t reg) { return reg >= start && reg < start + data.size(); };
+    handshake_written_ = handshake_written_ || covers(kHandshakeRegister);
     if (covers(kCommandRegister)) {
         start_register_command(forced);
     }
@@ -86,7 +88,7 @@ uint8_t McuModel::read_register(uint8_t reg) {
     if (reg == kCommandRegister) {
         return poll(command_);
     }
-    if (reg < kStatusBlockSize && !is_live_register(reg)) {
+    if (reg < kStatusBlockSize && !is_live_register(reg) && !(reg == kHandshakeRegister && handshake_written_)) {
         return scenario_.status[reg];
     }
     return registers_[reg];
@@ -127,6 +129,8 @@ void McuModel::start_frame_command(uint8_t start, std::span<const uint8_t> frame
                       frame.size(), start, registers_[kFrameKeyRegister]);
         on_violation_(text);
         finish(frame_, false);
+    } else if (!forced && form->command == FrameCommand::kResetNow) {
+        restart();  // and nobody is left to answer
     } else if (!forced) {
         finish(frame_, execute_frame(*form, frame));
     } else if (forced->kind == ForcedEnd::kHangs) {
@@ -149,7 +153,7 @@ bool McuModel::execute_frame(const FrameForm& form, std::span<const uint8_t> fra
         case FrameCommand::kEnableOther: return accept(flash_.enable_other(get_le16(&frame[0]), get_le16(&frame[35])));
         case FrameCommand::kDisableCurrent: return accept(flash_.disable_running());
         case FrameCommand::kResetDelayed: return delayed_reset(frame);
-        case FrameCommand::kResetNow: restart(); return true;
+        case FrameCommand::kResetNow: break;
     }
     return false;
 }

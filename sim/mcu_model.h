@@ -78,6 +78,7 @@ private:
     std::function<void(const std::string&)> on_violation_;
     std::array<uint8_t, 256> registers_{};
     uint8_t pointer_ = 0;
+    bool handshake_written_ = false;
     Completion frame_;
     Completion command_;
     uint64_t now_us_ = 0;

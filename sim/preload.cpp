@@ -20,6 +20,7 @@
 
 namespace {
 
+constexpr char kFolder[] = "/sys/class/gpio/gpio414";
 constexpr uint64_t kNsPerSecond = 1'000'000'000;
 
 /// The next definition of a function that this library replaces.
@@ -64,7 +65,6 @@ uint64_t to_ns(const timespec& time) {
 
 /// The kernel exports the line when "414" has been written; here it happens as soon as anyone looks for the result.
 void settle_gpio(const char* path) {
-    static constexpr char kFolder[] = "/sys/class/gpio/gpio414";
     const char* root = std::getenv("UMOCKDEV_DIR");
     if (root == nullptr || path == nullptr || std::strncmp(path, kFolder, sizeof kFolder - 1) != 0) {
         return;
@@ -103,10 +103,10 @@ void write_syslog(int priority, const char* format, va_list values) {
     if (path == nullptr) {
         return;
     }
-    char line[2048];
-    const int head = std::snprintf(line, sizeof line, "<%d> ", LOG_PRI(priority));
-    std::vsnprintf(line + head, sizeof line - static_cast<size_t>(head) - 1, format, values);
-    std::strcat(line, "\n");
+    char message[2048];
+    std::vsnprintf(message, sizeof message, format, values);
+    char line[2100];
+    std::snprintf(line, sizeof line, "<%d> %s\n", LOG_PRI(priority), message);
     const int fd = next<int(const char*, int, ...)>("open")(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
     if (fd >= 0) {
         static_cast<void>(!write(fd, line, std::strlen(line)));
@@ -131,6 +131,7 @@ void syslog(int priority, const char* format, ...) {
     va_end(values);
 }
 
+// The C library's name for it in programs built with _FORTIFY_SOURCE. NOLINTNEXTLINE(bugprone-reserved-identifier)
 void __syslog_chk(int priority, int /*flag*/, const char* format, ...) {
     va_list values;
     va_start(values, format);

@@ -182,6 +182,9 @@ std::string check(const Scenario& scenario) {
         (version2.size() != 64 || !std::all_of(version2.begin(), version2.end(), is_hex))) {
         return "neither empty nor none nor 64 hex digits";
     }
+    if (scenario.mcu_address < 0x03 || scenario.mcu_address > 0x77) {
+        return "not an address from 0x03 to 0x77";
+    }
     if (scenario.boot_choice != "0" && scenario.boot_choice != "1" && scenario.boot_choice != "latest") {
         return "neither 0 nor 1 nor latest";
     }

@@ -56,11 +56,11 @@ std::string restore_lines(Lines lines, std::vector<uint8_t> memory, Board& board
         !take_number(lines, "reset.due_us", 0, INT64_MAX, due_us)) {
         return "no valid running, latest, marker, clock.offset_us or reset.due_us";
     }
-    if (const std::string problem = restore_regions(lines, board); !problem.empty()) {
+    if (std::string problem = restore_regions(lines, board); !problem.empty()) {
         return problem;
     }
     for (const auto& [name, value] : lines) {
-        if (const std::string problem = set_knob(board.scenario, name, value); !problem.empty()) {
+        if (std::string problem = set_knob(board.scenario, name, value); !problem.empty()) {
             return problem;
         }
     }
@@ -83,7 +83,7 @@ std::string state_text(const Board& board, const SavedClock& clock) {
         << "\nclock.offset_us=" << clock.offset_us << "\nreset.due_us=" << board.mcu.reset_due_us.value_or(0) << "\n";
     for (size_t i = 0; i < board.flash.regions.size(); ++i) {
         const RegionState& region = board.flash.regions[i];
-        char line[96];
+        char line[192];
         std::snprintf(line, sizeof line, "region%zu.swid=0x%04x\nregion%zu.enabled=%d\nregion%zu.checksum=0x%04x\n", i,
                       region.swid, i, region.enabled ? 1 : 0, i, region.checksum);
         out << line;

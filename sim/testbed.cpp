@@ -21,8 +21,6 @@
 #include "sim/i2c_dev.h"
 #include "sim/shared_clock.h"
 
-extern char** environ;
-
 namespace sim {
 
 namespace fs = std::filesystem;
@@ -155,6 +153,7 @@ int Testbed::run(const std::vector<std::string>& command) {
         setenv(kSyslogVariable, options_.syslog_path.c_str(), 1);
     }
     std::vector<char*> words;
+    words.reserve(command.size() + 1);
     for (const std::string& word : command) {
         words.push_back(const_cast<char*>(word.c_str()));
     }
@@ -169,6 +168,7 @@ int Testbed::run(const std::vector<std::string>& command) {
     sigemptyset(&defaults);
     sigaddset(&defaults, SIGINT);
     sigaddset(&defaults, SIGQUIT);
+    sigaddset(&defaults, SIGPIPE);  // which libumockdev has made this process ignore
     posix_spawnattr_setsigdefault(&attributes, &defaults);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
     pid_t child = 0;

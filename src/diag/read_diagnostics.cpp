@@ -132,9 +132,9 @@ bool eeprom_crc_ok(const uint8_t* eeprom) {
 
 bool read_w1_eeprom(McuDevice& device, DiagRecord& record) {
     record.w1_eeprom_status = 0;
-    for (uint8_t offset = 0; offset < sizeof record.w1_eeprom; offset = static_cast<uint8_t>(offset + kEepromChunk)) {
+    for (size_t offset = 0; offset < sizeof record.w1_eeprom; offset += kEepromChunk) {
         uint8_t chunk[kEepromChunk];
-        run_register_command_with_param(device, offset, RegisterCommand::kReadEeprom, nullptr);
+        run_register_command_with_param(device, static_cast<uint16_t>(offset), RegisterCommand::kReadEeprom, nullptr);
         if (!read_mcu(device, kDataRegister, sizeof chunk, chunk) ||
             !read_mcu(device, kParameterRegister, 1, &record.w1_eeprom_status)) {
             return false;

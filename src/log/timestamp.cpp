@@ -25,5 +25,6 @@ void format_timestamp(uint32_t seconds, char* buffer, size_t size) {
 }
 
 void format_minutes_timestamp(uint32_t minutes, char* buffer, size_t size) {
-    format_utc(static_cast<std::time_t>(minutes * 60U), buffer, size);
+    const uint32_t seconds = minutes * 60U;
+    format_utc(static_cast<std::time_t>(seconds), buffer, size);
 }

@@ -8,6 +8,17 @@ namespace {
 constexpr int kPollLimit = 5001;
 constexpr useconds_t kPollPauseUs = 1000;
 
+struct ChargerWord {
+    uint8_t reg;
+    uint16_t CapRegisters::*member;
+};
+
+constexpr ChargerWord kChargerWords[] = {
+    {kChargerStatusRegister, &CapRegisters::cap_status}, {kChargerVinRegister, &CapRegisters::cap_vin},
+    {kChargerIinRegister, &CapRegisters::cap_iin},       {kChargerVcapRegister, &CapRegisters::cap_vcap},
+    {kChargerIchgRegister, &CapRegisters::cap_ichg},
+};
+
 bool read_mcu(McuDevice& device, uint8_t start, uint8_t length, uint8_t* data) {
     return i2c_read(*device.bus, device.address, start, length, data);
 }
@@ -127,17 +138,8 @@ bool probe_mcu(McuDevice& device) {
 }
 
 bool read_charger_registers(McuDevice& device, CapRegisters& words) {
-    struct Word {
-        uint8_t reg;
-        uint16_t CapRegisters::*member;
-    };
-    static constexpr Word kWords[] = {
-        {kChargerStatusRegister, &CapRegisters::cap_status}, {kChargerVinRegister, &CapRegisters::cap_vin},
-        {kChargerIinRegister, &CapRegisters::cap_iin},       {kChargerVcapRegister, &CapRegisters::cap_vcap},
-        {kChargerIchgRegister, &CapRegisters::cap_ichg},
-    };
     words = CapRegisters{};
-    for (const Word& word : kWords) {
+    for (const ChargerWord& word : kChargerWords) {
         uint8_t bytes[2];
         if (!i2c_read(*device.bus, kChargerAddress, word.reg, sizeof bytes, bytes)) {
             return false;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Where everything stands in an update file. docs/update-file.md draws it.
+// Where everything stands in an update file.
 //
 //   prefix (any bytes but NUL) | magic | image | page map | 6 free bytes | info structure
 //

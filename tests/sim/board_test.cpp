@@ -29,6 +29,11 @@ void hand_over_onto_program(Board& board) {
     write_segments(board, 256);
 }
 
+void write_page256(Board& board) {
+    write_segments(board, 256);
+    run_frame(board, commit_of(256));
+}
+
 Bytes changed(Bytes bytes, size_t index, uint8_t value) {
     bytes[index] = value;
     return bytes;
@@ -45,6 +50,7 @@ const Refused kRefused[] = {
     {"no segments", nothing, commit_of(256)},
     {"a segment is missing", hand_over<256, 15>, commit_of(256)},
     {"segments of another page", hand_over<257>, commit_of(256)},
+    {"page committed twice", write_page256, commit_of(256)},
     {"wrong page checksum", hand_over<256>, commit_of(256, 0x71)},
     {"segment of the running region", nothing, segment_of(0, 0)},
     {"commit in the running region", nothing, commit_of(254)},
@@ -137,6 +143,7 @@ TEST(Board, AResetStartsTheEnabledRegionAndLosesTheRegistersAfterASilence) {
     EXPECT_EQ(read_bytes(board, 0xA5, 2), (Bytes{0, 0}));
     EXPECT_EQ(running_region(board), 1);
     EXPECT_EQ(board.flash.regions[1].swid, 0x2423);
+    EXPECT_EQ(board.flash.latest, 1);
     EXPECT_TRUE(board.violations.empty());
 }
 
@@ -194,10 +201,9 @@ TEST(Board, CommandsFinishAtThePollThatTheScenarioSays) {
     board.scenario.polls = 3;
     for (const uint8_t reg : {uint8_t{0xA6}, uint8_t{0x0E}}) {
         write_bytes(board, {reg, 0x00});
-        EXPECT_EQ(read_bytes(board, reg, 1), Bytes{0x00});
-        EXPECT_EQ(read_bytes(board, reg, 1), Bytes{0x00});
-        EXPECT_EQ(read_bytes(board, reg, 1), kSucceeded);
-        EXPECT_EQ(read_bytes(board, reg, 1), kSucceeded);
+        for (const Bytes& status : {Bytes{0x00}, Bytes{0x00}, kSucceeded, kSucceeded}) {
+            EXPECT_EQ(read_bytes(board, reg, 1), status);
+        }
     }
 }
 

@@ -79,11 +79,13 @@ TEST_F(StatusLine, InputsAndOutputs) {
         {0x00, 0xAB, 0x00, " IO=NOT_supported 00 ab 00 00 00 00 00 00 00 00 00 00 00 00 00 11 0c 3f 0f 3f 01 CAP"},
         {0x65, 0x00, 0x00, " IO=NOT_supported 65 00 00 00 00 00 00 00 00 00 00 00 00 00 00 11 0c 3f 0f 3f 01 CAP"},
     };
-    board.mcu.set_marker(0x11);
     for (const auto& c : cases) {
-        board.scenario.status[0] = c.byte0;
-        board.scenario.status[1] = c.byte1;
-        board.scenario.status[2] = c.byte2;
+        sim::Board fresh;
+        fresh.mcu.set_marker(0x11);
+        fresh.scenario.status[0] = c.byte0;
+        fresh.scenario.status[1] = c.byte1;
+        fresh.scenario.status[2] = c.byte2;
+        FakeKernel own(fresh);
         const std::string text = line();
         EXPECT_NE(text.find(c.text), std::string::npos) << c.text << " not in " << text;
     }
@@ -113,7 +115,7 @@ TEST_F(StatusLine, DashesForEverySourceThatCannotBeRead) {
         {[](sim::Board& b) { b.scenario.charger = false; }, " CAP=----/----V/---W USB="},
         {[](sim::Board& b) { b.scenario.cap_status = 0xFFDF; }, " CAP=notF/"},
         {[](sim::Board& b) { b.scenario.temp_nic = "none"; }, " TEMP=0.1degC,40.0degC,"},
-        {[](sim::Board& b) { b.scenario.temperature_cal = 1; }, ",40.0degC,794805.8degC"},
+        {[](sim::Board& b) { b.scenario.temperature_cal = 0; }, ",40.0degC,infdegC"},
     };
     for (const auto& c : cases) {
         sim::Board broken;
