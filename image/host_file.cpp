@@ -65,7 +65,7 @@ bool tool_loads(const std::string& path, std::string& error) {
     if (load_update_file(device, path.c_str())) {
         return true;
     }
-    error = "the file just made would not be loaded: " + device.last_error;
+    error = "the file just made would not be loaded: " + std::string(device.last_error.c_str());
     return false;
 }
 

@@ -113,6 +113,12 @@ int run_program(const RunOptions& options) {
     if (const std::string problem = make_board(options, board, clock); !problem.empty()) {
         return complain(problem);
     }
+    if (!options.state_path.empty()) {
+        // Before the program runs: what it does must not be lost.
+        if (const std::string problem = sim::save_state(options.state_path, board, clock); !problem.empty()) {
+            return complain(problem);
+        }
+    }
     const std::string preload = find_preload();
     if (preload.empty()) {
         return complain("sv_board_preload.so is not where it belongs");

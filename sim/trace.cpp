@@ -130,7 +130,7 @@ std::string TraceDecoder::line(const Transfer& transfer, uint16_t mcu_address) {
         what = "address only";
     }
     if (!transfer.acknowledged) {
-        return line + (last.read ? "read" : what) + " - not acknowledged |" + (last.read ? "" : hex(first.bytes)) +
+        return line + (last.read ? "read" : what) + " - not acknowledged |" + (first.read ? "" : hex(first.bytes)) +
                "\n";
     }
     return line + what + " |" + (first.read ? "" : hex(first.bytes)) + (last.read ? " ->" + hex(last.bytes) : "") +

@@ -28,7 +28,7 @@ bool run_bus(CommandContext& context) {
 }
 
 bool run_addr(CommandContext& context) {
-    int32_t address = 0;
+    int64_t address = 0;
     if (!parse_int(context.words.take(), address)) {
         log_message(kLogError, "address invalid");
         return false;
@@ -114,8 +114,10 @@ void pause_before_next_command(const CommandContext& context) {
 }
 
 int run_tool(int argc, char* const* argv) {
-    reserve_standard_descriptors();
-    ignore_broken_pipe();
+    if (!reserve_standard_descriptors()) {
+        return kFailure;
+    }
+    ignore_output_signals();
     openlog("sv_updater", LOG_NDELAY, LOG_LOCAL0);
     const char* program = argc > 0 ? argv[0] : "sv_updater";
     if (argc <= 1) {

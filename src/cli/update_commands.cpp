@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <new>
 #include <utility>
 
 #include "log/log.h"
@@ -16,6 +15,7 @@
 #include "update/flash_region.h"
 #include "update/update_file.h"
 #include "update/update_procedure.h"
+#include "util/byte_buffer.h"
 #include "util/parse_number.h"
 #include "util/process.h"
 
@@ -166,7 +166,7 @@ bool run_read(CommandContext& context) {
         std::puts("could not open file");
         return false;
     }
-    const std::unique_ptr<uint8_t[]> memory(new (std::nothrow) uint8_t[kMemorySize]);
+    const ByteBuffer memory = allocate_bytes(kMemorySize);
     if (memory == nullptr) {
         log_message(kLogError, "out of memory for the read-back");
         return false;

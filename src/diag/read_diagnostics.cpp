@@ -49,17 +49,27 @@ bool read_mcu(McuDevice& device, uint8_t start, uint8_t length, uint8_t* data) {
     return i2c_read(*device.bus, device.address, start, length, data);
 }
 
+uint16_t load(const DiagRecord& record, const HeadWord& head) {
+    return head.word != nullptr ? record.*head.word : static_cast<uint16_t>(record.*head.low | record.*head.high << 8);
+}
+
+void store(DiagRecord& record, const HeadWord& head, uint16_t value) {
+    if (head.word != nullptr) {
+        record.*head.word = value;
+    } else {
+        record.*head.low = static_cast<uint8_t>(value);
+        record.*head.high = static_cast<uint8_t>(value >> 8);
+    }
+}
+
 bool read_head_words(McuDevice& device, DiagRecord& record) {
     for (const HeadWord& head : kHeadWords) {
-        uint16_t value = 0;
-        if (!run_register_command(device, head.command, &value)) {
+        // A command that was sent and failed leaves 0 in its field, one that could not be sent what was there.
+        uint16_t value = load(record, head);
+        const bool ok = run_register_command(device, head.command, &value);
+        store(record, head, value);
+        if (!ok) {
             return false;
-        }
-        if (head.word != nullptr) {
-            record.*head.word = value;
-        } else {
-            record.*head.low = static_cast<uint8_t>(value);
-            record.*head.high = static_cast<uint8_t>(value >> 8);
         }
     }
     record.teko_enable &= 0xFF;

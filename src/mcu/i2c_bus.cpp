@@ -56,16 +56,16 @@ bool transfer_chunks(const I2cBus& bus, uint8_t address, uint8_t start, uint16_t
 }  // namespace
 
 bool open_bus(I2cBus& bus, const char* bus_text) {
-    int32_t number = 0;
-    if (!parse_int(bus_text, number)) {
+    int64_t number = 0;
+    if (!parse_int(bus_text, number) || number > INT32_MAX) {
         return false;
     }
-    bus.bus_number = number;
+    bus.bus_number = static_cast<int32_t>(std::max<int64_t>(number, INT32_MIN));
     if (number < 0) {
         return false;
     }
     char path[32];
-    std::snprintf(path, sizeof path, "/dev/i2c-%d", number);
+    std::snprintf(path, sizeof path, "/dev/i2c-%d", bus.bus_number);
     bus.fd = open(path, O_RDWR);
     return bus.fd >= 0;
 }

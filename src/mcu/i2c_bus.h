@@ -10,9 +10,9 @@ struct I2cBus {
     int32_t fd = -1;         ///< negative: not open
 };
 
-/// Opens /dev/i2c-N for the number N in `bus_text` (see parse_int). False when the text is no number (the bus is then
-/// as it was), when it is negative (only bus_number has changed), or when the device can't be opened (fd is
-/// then -1). A descriptor opened before is replaced, not closed.
+/// Opens /dev/i2c-N for the number N in `bus_text` (see parse_int). False when the text is no number, or one above 31
+/// bits (the bus is then as it was), when it is negative (only bus_number has changed), or when the device can't be
+/// opened (fd is then -1). A descriptor opened before is replaced, not closed.
 bool open_bus(I2cBus& bus, const char* bus_text);
 
 /// Writes `length` bytes to the registers from `start` on, in one message. More than 256 bytes go out as several

@@ -3,9 +3,9 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 
 #include "mcu/calibration.h"
+#include "mcu/error_text.h"
 #include "mcu/i2c_bus.h"
 #include "mcu/mcu_info.h"
 #include "mcu/registers.h"
@@ -19,7 +19,7 @@ struct McuLink {
 struct UpdateSettings {
     /// Outcome text of the latest operation that set one: the reason of a failure, or a report to be logged. Not
     /// changed by operations that have nothing to say.
-    std::string last_error;
+    ErrorText last_error;
     uint8_t force_update = 1;            ///< program even when the MCU is up to date
     uint8_t update_without_reset = 0;    ///< leave the MCU running the old firmware
     uint8_t update_without_disable = 0;  ///< leave the old region enabled

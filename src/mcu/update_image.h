@@ -2,7 +2,8 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
+
+#include "util/byte_buffer.h"
 
 /// What the last update file held. load_update_file fills it; a failed load leaves parts of the failed file here.
 struct UpdateImage {
@@ -14,6 +15,6 @@ struct UpdateImage {
     uint32_t file_region_size = 0;  ///< bytes, as the two below
     uint16_t file_page_size = 0;
     uint32_t file_memory_size = 0;
-    std::unique_ptr<uint8_t[]> file_image;     ///< 0x42000 bytes: byte i belongs to flash address i
-    std::unique_ptr<uint8_t[]> file_page_map;  ///< 528 bytes, one per page of the image; 0: not programmed
+    ByteBuffer file_image;     ///< 0x42000 bytes: byte i belongs to flash address i
+    ByteBuffer file_page_map;  ///< 528 bytes, one per page of the image; 0: not programmed
 };

@@ -73,7 +73,7 @@ bool read_memory(McuDevice& device, uint16_t first_page, uint16_t end_page, uint
         return fail(device, "version info not available");
     }
     const uint32_t pages = end_page > first_page ? static_cast<uint32_t>(end_page - first_page) : 0;
-    if (uint64_t{pages} * device.page_size > buffer_size) {
+    if (pages > 0 && uint64_t{end_page} * device.page_size > buffer_size) {
         return fail(device, "buffer too small");
     }
     ProgressLine progress;

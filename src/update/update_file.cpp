@@ -2,7 +2,6 @@
 #include "update/update_file.h"
 
 #include <cstring>
-#include <new>
 
 #include "log/log.h"
 #include "update/file_layout.h"
@@ -52,8 +51,8 @@ bool store_info(McuDevice& device, const uint8_t* info) {
 bool read_body(McuDevice& device, std::FILE* file, const uint8_t* info) {
     device.file_image.reset();
     device.file_page_map.reset();
-    device.file_image.reset(new (std::nothrow) uint8_t[kMemorySize]);
-    device.file_page_map.reset(new (std::nothrow) uint8_t[kFilePageMapSize]);
+    device.file_image = allocate_bytes(kMemorySize);
+    device.file_page_map = allocate_bytes(kFilePageMapSize);
     if (device.file_image == nullptr || device.file_page_map == nullptr) {
         return fail(device, "out of memory for the update file");
     }

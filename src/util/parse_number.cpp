@@ -3,12 +3,12 @@
 
 #include <cstdlib>
 
-bool parse_int(const char* text, int32_t& value) {
+bool parse_int(const char* text, int64_t& value) {
     char* end = nullptr;
     // strtoll and not strtol: the result must not depend on the width of long.
     const long long number = std::strtoll(text, &end, 0);
     const bool whole = *end == '\0';
-    value = whole ? static_cast<int32_t>(number) : 0;
+    value = whole ? number : 0;
     return whole;
 }
 

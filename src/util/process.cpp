@@ -2,23 +2,21 @@
 #include "util/process.h"
 
 #include <fcntl.h>
-#include <poll.h>
+#include <unistd.h>
 
-void reserve_standard_descriptors() {
-    pollfd descriptors[] = {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}};
-    if (poll(descriptors, 3, 0) <= 0) {
-        return;
-    }
+bool reserve_standard_descriptors() {
     // In ascending order: open() takes the lowest free number, which is then the closed one.
-    for (const pollfd& descriptor : descriptors) {
-        if ((descriptor.revents & POLLNVAL) != 0) {
-            static_cast<void>(open("/dev/null", O_RDWR));
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+        if (fcntl(descriptor, F_GETFD) < 0 && open("/dev/null", O_RDWR) != descriptor) {
+            return false;
         }
     }
+    return true;
 }
 
-void ignore_broken_pipe() {
+void ignore_output_signals() {
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 void ignore_hangup() {

@@ -5,11 +5,12 @@
 #include <csignal>
 
 /// Opens /dev/null on whichever of the descriptors 0 to 2 is closed. Without this the bus could become
-/// descriptor 1, and everything printed would be written to the bus.
-void reserve_standard_descriptors();
+/// descriptor 1, and everything printed would be written to the bus. False when one of them stays closed.
+bool reserve_standard_descriptors();
 
-/// A reader of the output that goes away must not end the run between two transfers.
-void ignore_broken_pipe();
+/// A reader of the output that goes away, or a limit to the size of its file, must not end the run between two
+/// transfers.
+void ignore_output_signals();
 
 /// A terminal that hangs up must not end the run from here on.
 void ignore_hangup();

@@ -47,11 +47,11 @@ TEST(TraceDecoder, EachTransferIsOneLineInTheProtocolsWords) {
               "     9    1234.567 mcu frame commit page=300 crc=fd70 | a0 2c 01 00 70 fd 42 41\n"
               "    10    1234.567 mcu status of commit: finished, failed | a6 -> 80\n"
               "    11    1234.567 mcu frame erase - not acknowledged | a5 42 43\n"
-              "    12    1234.567 mcu read - not acknowledged |\n"
+              "    12    1234.567 mcu read - not acknowledged | a6\n"
               "    13    1234.567 mcu reset marker | 0f -> 11\n"
               "    14    1234.567 charger register 25 | 25 -> 80 2a\n"
               "    15    1234.567 display address only |\n"
-              "    16    1234.567 33 read - not acknowledged |\n"
+              "    16    1234.567 33 read - not acknowledged | 00\n"
               "    17    1234.567 mcu write 1 bytes at a5 | a5 42\n"
               "    18    1234.567 mcu write 1 bytes at a6 | a6 77\n"
               "    19    1234.567 mcu select register 0f | 0f\n");

@@ -4,11 +4,18 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
 #include "mcu/mcu_device.h"
 #include "tests/support/fake_kernel.h"
 #include "tests/support/tool_run.h"
 
 using Wire = std::vector<std::string>;
+
+/// For the messages of failed tests.
+inline void PrintTo(const ErrorText& text, std::ostream* out) {
+    *out << '"' << text.c_str() << '"';
+}
 
 class DeviceTest : public testing::Test {
 protected:

@@ -39,7 +39,7 @@ while read -r file; do
   # A function begins with the last line in column 0 before its brace in column 0.
   long=$(awk '/^[A-Za-z_].*[^;]$/ { first = NR } /^}$/ { if (NR - first >= 80) print FILENAME ":" first }' "$file")
   [ -z "$long" ] || complain "$long: a function of more than 80 lines"
-done < <(find . \( -name .git -o -name 'build*' \) -prune -o -type f \( -name '*.cpp' -o -name '*.h' -o -name '*.sh' \
+done < <(find . -type d \( -name .git -o -name 'build*' \) -prune -o -type f \( -name '*.cpp' -o -name '*.h' -o -name '*.sh' \
   -o -name CMakeLists.txt -o -name '*.cmake' -o -path './scripts/*' \) -print)
 [ "$checked" -gt 0 ] || complain "no file was found"
 exit "$bad"

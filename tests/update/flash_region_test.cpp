@@ -26,7 +26,7 @@ TEST_F(FlashRegion, EraseSaysWhichRegionItTakesForTheOtherOne) {
 TEST_F(FlashRegion, PageGoesOutAsSegmentsAndACommit) {
     std::vector<uint8_t> data(512);
     std::iota(data.begin(), data.end(), uint8_t{0});
-    ASSERT_TRUE(write_page(device, 0x101, data.data(), 512)) << device.last_error;
+    ASSERT_TRUE(write_page(device, 0x101, data.data(), 512)) << device.last_error.c_str();
     ASSERT_EQ(kernel.wire.size(), 34U);
     EXPECT_EQ(
         kernel.wire[30],

@@ -32,7 +32,7 @@ TEST_F(UpdateFile, LoadsAndLogsAFileOfTheRightShape) {
     file.reserved10 = 0x2222;
     const std::vector<uint8_t> bytes = file.bytes();
     ASSERT_EQ(bytes.size(), 270'902U);
-    ASSERT_TRUE(load(bytes)) << device.last_error;
+    ASSERT_TRUE(load(bytes)) << device.last_error.c_str();
     char text[64];
     std::snprintf(text, sizeof text, "update file swid 0123 crc %04x %04x", file.region_crc(0), file.region_crc(1));
     EXPECT_EQ(kernel.syslog, (std::vector<SyslogLine>{{6, text}}));

@@ -8,7 +8,7 @@
 TEST(ParseInt, ReadsWholeNumbersOfEveryBase) {
     const struct {
         const char* text;
-        int32_t value;
+        int64_t value;
     } cases[] = {
         {"0", 0},
         {"12", 12},
@@ -18,15 +18,14 @@ TEST(ParseInt, ReadsWholeNumbersOfEveryBase) {
         {"010", 8},
         {"", 0},
         {"  5", 5},
-        {"0x7fffffff", INT32_MAX},
+        {"0x7fffffff", 0x7FFFFFFF},
         {"-0x10", -16},
-        // Only the low 32 bits are kept, and what does not fit 64 bits counts as the nearest number.
-        {"4294967297", 1},
-        {"99999999999999999999", -1},
-        {"-99999999999999999999", 0},
+        {"4294967297", 4'294'967'297},
+        {"99999999999999999999", INT64_MAX},
+        {"-99999999999999999999", INT64_MIN},
     };
     for (const auto& c : cases) {
-        int32_t value = 77;
+        int64_t value = 77;
         EXPECT_TRUE(parse_int(c.text, value)) << c.text;
         EXPECT_EQ(value, c.value) << c.text;
     }
@@ -34,7 +33,7 @@ TEST(ParseInt, ReadsWholeNumbersOfEveryBase) {
 
 TEST(ParseInt, RefusesWhatIsNotWhollyANumber) {
     for (const char* text : {"x", "12z", "1 ", "0x", "08", "1.5", "--1", " ", "-"}) {
-        int32_t value = 77;
+        int64_t value = 77;
         EXPECT_FALSE(parse_int(text, value)) << text;
         EXPECT_EQ(value, 0) << text;
     }

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+/// One line of at most 127 characters; what is longer is cut.
+class ErrorText {
+public:
+    ErrorText& operator=(std::string_view text) {
+        const size_t length = std::min(text.size(), sizeof text_ - 1);
+        std::memmove(text_, text.data(), length);
+        text_[length] = '\0';
+        return *this;
+    }
+
+    const char* c_str() const {
+        return text_;
+    }
+
+    bool operator==(std::string_view text) const {
+        return text == text_;
+    }
+
+private:
+    char text_[128] = "";
+};
