@@ -96,8 +96,7 @@ TEST(CommandLine, WholeRuns) {
         {{"--addr", "264", "--probe"}, 0, "1\n", "", 1},  // its low 8 bits are 8
         {{"--probe", "--bom-version"}, 0, "1\n-todo-\n", "", 1},
         {{"--bus", "1", "--probe", "--bus", "0", "--probe"}, 255, "0\n", "", 1},
-        {{"--bus", "1", "--version"}, 255, "", log_line("error", version_error), 1},
-    };
+        {{"--bus", "1", "--version"}, 255, "", log_line("error", version_error), 1}};
     for (const auto& c : cases) {
         sim::Board board;
         sim::Board silent;

@@ -59,16 +59,14 @@ TEST(IdentityCommands, PlainFields) {
         const char* word;
         uint32_t minutes;
         const char* out;
-    } cases[] = {
-        {"--hw-version", 0, "0002\n"},
-        {"--sw-version", 0, "ABCD\n"},
-        {"--serial", 0, "202611220000000000000000000000000001\n"},
-        {"--date", 30'000'000, "2027-01-15 08:00:00\n"},
-        {"--date", 0, "1970-01-01 00:00:00\n"},
-        {"--date", 0xFFFFFFFF, "2106-02-07 06:27:00\n"},  // the seconds wrap at 32 bits and lose their rest
-        {"--bom-version", 0, "-todo-\n"},
-        {"--probe", 0, "1\n"},
-    };
+    } cases[] = {{"--hw-version", 0, "0002\n"},
+                 {"--sw-version", 0, "ABCD\n"},
+                 {"--serial", 0, "202611220000000000000000000000000001\n"},
+                 {"--date", 30'000'000, "2027-01-15 08:00:00\n"},
+                 {"--date", 0, "1970-01-01 00:00:00\n"},
+                 {"--date", 0xFFFFFFFF, "2106-02-07 06:27:00\n"},  // the seconds wrap at 32 bits and lose their rest
+                 {"--bom-version", 0, "-todo-\n"},
+                 {"--probe", 0, "1\n"}};
     for (const auto& c : cases) {
         sim::Board board;
         board.flash.install(0, std::vector<uint8_t>{1}, 0xABCD);
@@ -96,18 +94,16 @@ TEST(IdentityCommands, FailuresEndTheRun) {
         const char* fault;
         std::string out;
         std::string text;  // of the log line, if there is one
-    } cases[] = {
-        {{"--version", "--bom-version"}, "nack@1", "", "could not read version (" + write_error + ")"},
-        {{"--version"},
-         "nack@7",
-         "",
-         "could not read status (could not read status (I2C write error, start a6, size 01))"},
-        {{"--hw-version", "--bom-version"}, "nack@1", "", write_error},
-        {{"--sw-version"}, "nack@1", "", write_error},
-        {{"--serial"}, "nack@1", "", write_error},
-        {{"--date"}, "nack@1", "", write_error},
-        {{"--probe", "--bom-version"}, "nack@1", "0\n", ""},
-    };
+    } cases[] = {{{"--version", "--bom-version"}, "nack@1", "", "could not read version (" + write_error + ")"},
+                 {{"--version"},
+                  "nack@7",
+                  "",
+                  "could not read status (could not read status (I2C write error, start a6, size 01))"},
+                 {{"--hw-version", "--bom-version"}, "nack@1", "", write_error},
+                 {{"--sw-version"}, "nack@1", "", write_error},
+                 {{"--serial"}, "nack@1", "", write_error},
+                 {{"--date"}, "nack@1", "", write_error},
+                 {{"--probe", "--bom-version"}, "nack@1", "0\n", ""}};
     for (const auto& c : cases) {
         sim::Board board;
         board.add_fault(c.fault);

@@ -25,11 +25,9 @@ TEST(ResetDelay, CountsTenthsCutTowardZero) {
     const struct {
         const char* text;
         int tenths;
-    } cases[] = {
-        {"1.5", 15}, {"0.7", 6}, {"2.3", 22},   {"25.5", 255}, {"25.6", 255},  {"30", 255},  {"-1", 0},
-        {"0", 0},    {"-0", 0},  {"", 0},       {"nan", 0},    {"-nan", 0},    {"inf", 255}, {"-inf", 0},
-        {"0.05", 0}, {"0.1", 1}, {"0x10", 160}, {"1e1", 100},  {"25.49", 254},
-    };
+    } cases[] = {{"1.5", 15}, {"0.7", 6}, {"2.3", 22},   {"25.5", 255}, {"25.6", 255}, {"30", 255},  {"-1", 0},
+                 {"0", 0},    {"-0", 0},  {"", 0},       {"nan", 0},    {"-nan", 0},   {"inf", 255}, {"-inf", 0},
+                 {"0.05", 0}, {"0.1", 1}, {"0x10", 160}, {"1e1", 100},  {"25.49", 254}};
     for (const auto& c : cases) {
         sim::Board board;
         FakeKernel kernel(board);
@@ -63,8 +61,7 @@ TEST(ResetCommands, LogTheirOutcomeAndPauseBeforeTheNextCommand) {
          {10'000, 10'000, 1'000'000, 10'000}},
         {{"--reset-now-sync", "--reset-now", "--bom-version"},
          {"MCU has been reset (ff)", "MCU will reset now"},
-         {10'000, 10'000, 1'000'000, 10'000, 1'000'000}},
-    };
+         {10'000, 10'000, 1'000'000, 10'000, 1'000'000}}};
     for (const auto& c : cases) {
         sim::Board board;
         FakeKernel kernel(board);

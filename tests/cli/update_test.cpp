@@ -2,6 +2,8 @@
 // --update and --upd from the command line to the flash.
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 #include "tests/support/tool_run.h"
 #include "tests/support/update_file_bytes.h"
 
@@ -158,8 +160,7 @@ TEST_F(Update, DecisionWithoutForce) {
          log_line("info", "reboot only (other (1) is up to date)") + log_line("info", "overall SV MCU update = okay")},
         {"no id, other region with another id", image0, 0, image1, 0x0124, true, done(1)},
         {"no id, other region with other content", image0, 0, {1}, 0x0123, true, done(1)},
-        {"no id, nothing in the other region", image0, 0, {}, 0, true, done(1)},
-    };
+        {"no id, nothing in the other region", image0, 0, {}, 0, true, done(1)}};
     for (const auto& c : cases) {
         sim::Board fresh;
         fresh.flash.install(1, c.other, c.other_swid);
@@ -211,8 +212,7 @@ TEST_F(Update, SettingsShapeTheEndOfTheUpdate) {
         {{"--update-without-reset", "--update-with-reset", "--reset-delay", "1.5"},
          disabled + log_line("info", "reset: MCU will reset in 1.5s") + report +
              log_line("info", "overall SV MCU update = okay"),
-         6},
-    };
+         6}};
     for (const auto& c : cases) {
         sim::Board fresh;
         FakeKernel own(fresh);
@@ -291,8 +291,7 @@ TEST_F(Update, EveryFailedStepEndsItsAttemptWithItsReason) {
         {"fail@disable",
          "could not disable current region (0, " + poll + "a5, size 02, data 42, read size 00, error 80)",
          "enabled other region 1\n"},
-        {"nack@segment/256x5", "could not write segment 0100 00 (I2C write error, start 80, size 27)", "x* 0.0%\n"},
-    };
+        {"nack@segment/256x5", "could not write segment 0100 00 (I2C write error, start 80, size 27)", "x* 0.0%\n"}};
     for (const auto& c : cases) {
         sim::Board fresh;
         fresh.add_fault(c.fault);
@@ -303,6 +302,28 @@ TEST_F(Update, EveryFailedStepEndsItsAttemptWithItsReason) {
         EXPECT_NE(run.out.find(c.out), std::string::npos) << c.fault;
         EXPECT_EQ(fresh.violations, std::vector<std::string>{}) << c.fault;
     }
+}
+
+TEST_F(Update, HangUpsAreIgnoredFromTheEraseToTheVerdict) {
+    file.fill_page(256);
+    save();
+    const auto is_ignored = [] {
+        struct sigaction action {};
+        sigaction(SIGHUP, nullptr, &action);
+        return action.sa_handler == SIG_IGN;
+    };
+    std::vector<uint64_t> ignored;
+    board.on_transfer = [&](const sim::Transfer& transfer) {
+        if (is_ignored()) {
+            ignored.push_back(transfer.number);
+        }
+    };
+    EXPECT_EQ(run_tool_words({"--update", path, "--probe"}).status, 0);
+    // 107 transfers of identity and power; erase, a page, enable, disable and reset; the probe.
+    ASSERT_EQ(kernel.wire.size(), 107U + 42U + 1U);
+    EXPECT_EQ(ignored.size(), 42U);
+    EXPECT_EQ(ignored.front(), 108U);
+    EXPECT_FALSE(is_ignored());
 }
 
 TEST_F(Update, GeometryOfTheMcuMustBeTheFiles) {

@@ -133,7 +133,7 @@ TEST_F(Diagnostics, EndsAtTheFirstFailureAndSaysWhetherItHasAReason) {
         {"fail@read-ports", "read cmd error, cmd 89, start 0e, result 80", 72},
         {"fail@read-rom", "", 0},  // ignored, and its text stays
         {"nack@76", "older", 76},  // the ROM itself
-        {"nack@97", "older", 97},  // the very last status
+        {"nack@97", "older", 97}   // the very last status
     };
     for (const auto& c : cases) {
         sim::Board faulty;

@@ -78,25 +78,23 @@ TEST(Builder, PrefixAndNotes) {
     const std::string bad_note = "a note is not one \"key: value\" line of printable ASCII";
     const std::string magic_inside = "prefix or notes hold the magic of the file";
     const std::string too_long = "prefix and notes are longer than 1016 bytes";
-    const PrefixCase cases[] = {
-        {"", {}, ""},
-        {"raw\x01", {}, "raw\x01"},
-        {"no line end", {"k: v", "k: : w"}, "no line end\nk: v\nk: : w\n"},
-        {"line\n", {"k: v"}, "line\nk: v\n"},
-        {"SVxM", {}, "SVxM"},  // the start of a magic before the real one
-        {std::string(1016, 'x'), {}, std::string(1016, 'x')},
-        {std::string(1017, 'x'), {}, too_long},
-        {std::string(1012, 'x'), {"k: v"}, too_long},
-        {std::string("a\0b", 3), {}, "the prefix holds a NUL, which would hide the magic"},
-        {"..SVxMega\n..", {}, magic_inside},
-        {"", {"k: SVxMega"}, magic_inside},
-        {"", {"novalue"}, bad_note},
-        {"", {": v"}, bad_note},
-        {"", {"k: "}, bad_note},
-        {"", {"k: two\nlines"}, bad_note},
-        {"", {std::string("k: \0", 4)}, bad_note},
-        {"", {"k: \x1b[2J"}, bad_note},
-    };
+    const PrefixCase cases[] = {{"", {}, ""},
+                                {"raw\x01", {}, "raw\x01"},
+                                {"no line end", {"k: v", "k: : w"}, "no line end\nk: v\nk: : w\n"},
+                                {"line\n", {"k: v"}, "line\nk: v\n"},
+                                {"SVxM", {}, "SVxM"},  // the start of a magic before the real one
+                                {std::string(1016, 'x'), {}, std::string(1016, 'x')},
+                                {std::string(1017, 'x'), {}, too_long},
+                                {std::string(1012, 'x'), {"k: v"}, too_long},
+                                {std::string("a\0b", 3), {}, "the prefix holds a NUL, which would hide the magic"},
+                                {"..SVxMega\n..", {}, magic_inside},
+                                {"", {"k: SVxMega"}, magic_inside},
+                                {"", {"novalue"}, bad_note},
+                                {"", {": v"}, bad_note},
+                                {"", {"k: "}, bad_note},
+                                {"", {"k: two\nlines"}, bad_note},
+                                {"", {std::string("k: \0", 4)}, bad_note},
+                                {"", {"k: \x1b[2J"}, bad_note}};
     for (const PrefixCase& c : cases) {
         BuildInput input = small_input();
         input.prefix = c.prefix;
@@ -122,8 +120,7 @@ TEST(Builder, RefusesContentThatCannotBeProgrammed) {
         {0, {}, "region 0 is empty"},
         {1, Bytes(0x20001, 0xFF), "region 1 is longer than 0x20000 bytes"},
         {0, Bytes(0x1FE01, 0x00), "region 0 holds 0x00 at offset 0x1fe00, in its last page, which is never programmed"},
-        {1, last_page, "region 1 holds 0x00 at offset 0x1fe02, in its last page, which is never programmed"},
-    };
+        {1, last_page, "region 1 holds 0x00 at offset 0x1fe02, in its last page, which is never programmed"}};
     for (const auto& c : cases) {
         BuildInput input = small_input();
         input.regions[c.region] = c.content;

@@ -78,11 +78,9 @@ TEST(Inspector, TellsOfATruncatedFileWhatIsThere) {
     const struct {
         size_t size;
         bool magic, body, info;
-    } cases[] = {
-        {0, false, false, false},        {9, false, false, false},       {10, true, false, false},
-        {10 + 23, true, false, false},   {10 + 24, true, false, true},   {kMap, true, false, true},
-        {kSize - 25, true, false, true}, {kSize - 24, true, true, true}, {kSize - 1, true, true, true},
-    };
+    } cases[] = {{0, false, false, false},        {9, false, false, false},       {10, true, false, false},
+                 {10 + 23, true, false, false},   {10 + 24, true, false, true},   {kMap, true, false, true},
+                 {kSize - 25, true, false, true}, {kSize - 24, true, true, true}, {kSize - 1, true, true, true}};
     for (const auto& c : cases) {
         const Inspection found = inspect_update_file(Bytes(whole.begin(), whole.begin() + static_cast<long>(c.size)));
         EXPECT_EQ(found.magic_offset.has_value(), c.magic) << c.size;
@@ -97,14 +95,12 @@ TEST(Inspector, FindsTheFirstMagicInTheFirst1024BytesAsText) {
     const struct {
         std::string head;
         std::optional<size_t> offset;
-    } cases[] = {
-        {magic + magic, 0},
-        {"SVxM" + magic, 4},
-        {std::string(1016, 'x') + magic, 1016},
-        {std::string(1017, 'x') + magic, std::nullopt},
-        {std::string(1, '\0') + magic, std::nullopt},
-        {"SVxMega", std::nullopt},
-    };
+    } cases[] = {{magic + magic, 0},
+                 {"SVxM" + magic, 4},
+                 {std::string(1016, 'x') + magic, 1016},
+                 {std::string(1017, 'x') + magic, std::nullopt},
+                 {std::string(1, '\0') + magic, std::nullopt},
+                 {"SVxMega", std::nullopt}};
     for (const auto& c : cases) {
         EXPECT_EQ(inspect_update_file(Bytes(c.head.begin(), c.head.end())).magic_offset, c.offset) << c.head;
     }

@@ -12,12 +12,10 @@ TEST(Log, NamesEveryLevelAndPassesTheNumberOn) {
     const struct {
         int level;
         const char* line;
-    } cases[] = {
-        {-1, "[21:53:20] unknwn: x\n"}, {0, "[21:53:20] unknwn: x\n"}, {1, "[21:53:20] alert : x\n"},
-        {2, "[21:53:20] crit  : x\n"},  {3, "[21:53:20] error : x\n"}, {4, "[21:53:20] warn  : x\n"},
-        {5, "[21:53:20] notice: x\n"},  {6, "[21:53:20] info  : x\n"}, {7, "[21:53:20] debug : x\n"},
-        {8, "[21:53:20] unknwn: x\n"},
-    };
+    } cases[] = {{-1, "[21:53:20] unknwn: x\n"}, {0, "[21:53:20] unknwn: x\n"}, {1, "[21:53:20] alert : x\n"},
+                 {2, "[21:53:20] crit  : x\n"},  {3, "[21:53:20] error : x\n"}, {4, "[21:53:20] warn  : x\n"},
+                 {5, "[21:53:20] notice: x\n"},  {6, "[21:53:20] info  : x\n"}, {7, "[21:53:20] debug : x\n"},
+                 {8, "[21:53:20] unknwn: x\n"}};
     for (const auto& c : cases) {
         sim::Board board;
         FakeKernel kernel(board);
@@ -55,7 +53,7 @@ TEST(Timestamp, RendersSecondsAndMinutesInUtc) {
         {false, 86400, "1970-01-02 00:00:00"},      {false, 0, "2025-11-16 21:53:20"},
         {false, 0xFFFFFFFF, "2106-02-07 06:28:15"}, {true, 1440, "1970-01-02 00:00:00"},
         {true, 0, "1970-01-01 00:00:00"},           {true, 30'000'000, "2027-01-15 08:00:00"},
-        {true, 71'582'789, "1970-01-01 00:00:44"},  // 60 times that wraps at 32 bits
+        {true, 71'582'789, "1970-01-01 00:00:44"}  // 60 times that wraps at 32 bits
     };
     for (const auto& c : cases) {
         (c.minutes ? format_minutes_timestamp : format_timestamp)(c.value, text, sizeof text);

@@ -18,10 +18,8 @@ TEST(OpenBus, OpensTheDeviceFileOfTheNumber) {
         bool ok;
         int32_t number;
         int32_t fd;
-    } cases[] = {
-        {"1", true, 1, 100'001}, {"0x2", true, 2, 100'002}, {"010", true, 8, 100'008},
-        {"1a", false, 5, 55},    {"-1", false, -1, 55},     {"3", false, 3, -1},
-    };
+    } cases[] = {{"1", true, 1, 100'001}, {"0x2", true, 2, 100'002}, {"010", true, 8, 100'008},
+                 {"1a", false, 5, 55},    {"-1", false, -1, 55},     {"3", false, 3, -1}};
     for (const auto& c : cases) {
         I2cBus bus{5, 55};
         EXPECT_EQ(open_bus(bus, c.text), c.ok) << c.text;

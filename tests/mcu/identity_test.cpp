@@ -52,11 +52,11 @@ TEST_F(Identity, SecondVersionBlock) {
         int empty;
         int crc_ok;
         int first_byte;
-    } cases[] = {
-        {"empty", 1, 1, 0xFF},           {std::string(60, 'f') + "1234", 1, 1, 0xFF}, {"none", 1, 1, 0x11},
-        {zeros_30 + "fe4f", 0, 1, 0x00},  // CRC-16/MODBUS of 30 zero bytes is 0x4FFE
-        {zeros_30 + "fe5f", 0, 0, 0x00},
-    };
+    } cases[] = {{"empty", 1, 1, 0xFF},
+                 {std::string(60, 'f') + "1234", 1, 1, 0xFF},
+                 {"none", 1, 1, 0x11},
+                 {zeros_30 + "fe4f", 0, 1, 0x00},  // CRC-16/MODBUS of 30 zero bytes is 0x4FFE
+                 {zeros_30 + "fe5f", 0, 0, 0x00}};
     for (const auto& c : cases) {
         board.scenario.version2 = c.block;
         device.last_error = "";
@@ -102,11 +102,9 @@ TEST_F(Identity, FlashStatusGivesChecksumsAndChecksTheGeometry) {
         uint32_t region_size;
         uint16_t page_size;
         const char* text;
-    } cases[] = {
-        {0x20000, 0x200, ""},
-        {0x10000, 0x200, "invalid region size (hwid vs. read, 0003 20000 10000)"},
-        {0x20000, 0x100, "invalid page size (hwid vs. read, 0003 00200 00100)"},
-    };
+    } cases[] = {{0x20000, 0x200, ""},
+                 {0x10000, 0x200, "invalid region size (hwid vs. read, 0003 20000 10000)"},
+                 {0x20000, 0x100, "invalid page size (hwid vs. read, 0003 00200 00100)"}};
     ASSERT_TRUE(read_version(device, nullptr));
     for (const auto& c : cases) {
         board.scenario.reported_region_size = c.region_size;

@@ -26,12 +26,10 @@ TEST_F(Reset, AcceptedRequestIsAllThereIs) {
         uint8_t delay;
         std::string frame;
         const char* text;
-    } cases[] = {
-        {50, "W 08 80: 32" + kPattern + " cd ff 42 48", "MCU will reset in 5.0s"},
-        {0, "W 08 80: 00" + kPattern + " ff ff 42 48", "MCU will reset now"},
-        {255, "W 08 80: ff" + kPattern + " 00 ff 42 48", "MCU will reset in 25.5s"},
-        {1, "W 08 80: 01" + kPattern + " fe ff 42 48", "MCU will reset in 0.1s"},
-    };
+    } cases[] = {{50, "W 08 80: 32" + kPattern + " cd ff 42 48", "MCU will reset in 5.0s"},
+                 {0, "W 08 80: 00" + kPattern + " ff ff 42 48", "MCU will reset now"},
+                 {255, "W 08 80: ff" + kPattern + " 00 ff 42 48", "MCU will reset in 25.5s"},
+                 {1, "W 08 80: 01" + kPattern + " fe ff 42 48", "MCU will reset in 0.1s"}};
     for (const auto& c : cases) {
         sim::Board fresh;
         FakeKernel own(fresh);

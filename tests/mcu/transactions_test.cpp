@@ -54,8 +54,7 @@ TEST_F(Transactions, FramesOnTheWire) {
          "W 08 80: 23 01" + zeros_2_to_34 + " ef be 42 45"},
         {[&] { return run_frame_command(device, disable_frame()); }, "W 08 a5: 42 46"},
         {[&] { return run_frame_command(device, delayed_reset_frame(50)); }, "W 08 80: 32" + pattern + " cd ff 42 48"},
-        {[&] { return run_frame_command(device, read_segment_frame(0x20F, 15)); }, "W 08 a0: 0f 02 0f 00 00 da 81"},
-    };
+        {[&] { return run_frame_command(device, read_segment_frame(0x20F, 15)); }, "W 08 a0: 0f 02 0f 00 00 da 81"}};
     for (const auto& c : cases) {
         kernel.wire.clear();
         c.send();
@@ -80,8 +79,7 @@ TEST_F(Transactions, FrameCommandReportsEveryFailure) {
          3},
         {"hang@read-version", "read poll error, cmd start a6, size 01, data 00, read size 20, error 00", 0, 5001, 5002},
         {"nack@2x*", "read poll error, cmd start a6, size 01, data 00, read size 20, error 00", 0, 5001, 5002},
-        {"nack@3", "read poll error, cmd start a6, size 01, data 00, read size 20, error 00", 0x00, 0, 3},
-    };
+        {"nack@3", "read poll error, cmd start a6, size 01, data 00, read size 20, error 00", 0x00, 0, 3}};
     for (const auto& c : cases) {
         sim::Board faulty;
         faulty.add_fault(c.fault);
@@ -132,13 +130,11 @@ TEST_F(Transactions, RegisterCommandReportsEveryFailure) {
         const char* text;
         uint16_t result;
         size_t transfers;
-    } cases[] = {
-        {"nack@1", "I2C write error, start 0c, size 02", 0x7777, 1},
-        {"nack@2", "I2C write error, start 0e, size 01, cmd 80", 0x7777, 2},
-        {"fail@read-powerrail", "read cmd error, cmd 80, start 0e, result 80", 0, 3},
-        {"hang@read-powerrail", "read cmd error, cmd 80, start 0e, result 00", 0, 5003},
-        {"nack@4", "I2C read error, cmd 80, start 0c, size 02", 0, 4},
-    };
+    } cases[] = {{"nack@1", "I2C write error, start 0c, size 02", 0x7777, 1},
+                 {"nack@2", "I2C write error, start 0e, size 01, cmd 80", 0x7777, 2},
+                 {"fail@read-powerrail", "read cmd error, cmd 80, start 0e, result 80", 0, 3},
+                 {"hang@read-powerrail", "read cmd error, cmd 80, start 0e, result 00", 0, 5003},
+                 {"nack@4", "I2C read error, cmd 80, start 0c, size 02", 0, 4}};
     for (const auto& c : cases) {
         sim::Board faulty;
         faulty.add_fault(c.fault);

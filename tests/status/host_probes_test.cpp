@@ -13,23 +13,21 @@ TEST_F(HostProbes, Uptime) {
     const struct {
         const char* file;
         const char* text;
-    } cases[] = {
-        {"93784.50 180000.00\n", "1d 02:03:04"},
-        {"59.99 1.0\n", "0d 00:00:59"},
-        {"0.00 0.00\n", "0d 00:00:00"},
-        {"86400.00 0.0\n", "1d 00:00:00"},
-        {"3599.9 1\n", "0d 00:59:59"},
-        {"abc 1\n", "0d 00:00:00"},
-        {"12.5\n", "0d 00:00:00"},  // no blank: the line end belongs to the word
-        {"12.5", "0d 00:00:12"},
-        {"", "no uptime"},
-        // Single precision: 16777217 s is not a float; the day before it is.
-        {"16777217.00 1\n", "194d 04:20:16"},
-        {"-5 1\n", "0d 00:00:00"},
-        {"nan 1\n", "0d 00:00:00"},
-        {"1e30 1\n", "4294967295d 255"},
-        {"inf 1\n", "4294967295d 255"},
-    };
+    } cases[] = {{"93784.50 180000.00\n", "1d 02:03:04"},
+                 {"59.99 1.0\n", "0d 00:00:59"},
+                 {"0.00 0.00\n", "0d 00:00:00"},
+                 {"86400.00 0.0\n", "1d 00:00:00"},
+                 {"3599.9 1\n", "0d 00:59:59"},
+                 {"abc 1\n", "0d 00:00:00"},
+                 {"12.5\n", "0d 00:00:00"},  // no blank: the line end belongs to the word
+                 {"12.5", "0d 00:00:12"},
+                 {"", "no uptime"},
+                 // Single precision: 16777217 s is not a float; the day before it is.
+                 {"16777217.00 1\n", "194d 04:20:16"},
+                 {"-5 1\n", "0d 00:00:00"},
+                 {"nan 1\n", "0d 00:00:00"},
+                 {"1e30 1\n", "4294967295d 255"},
+                 {"inf 1\n", "4294967295d 255"}};
     for (const auto& c : cases) {
         kernel.files["/proc/uptime"] = c.file;
         char text[kUptimeTextSize] = "";
@@ -48,10 +46,8 @@ TEST_F(HostProbes, Temperatures) {
         const char* file;
         float value;
         bool ok;
-    } cases[] = {
-        {"42.5\n", 42.5F, true},           {"42.5", 42.0F, true},  {"7", 7.0F, true}, {"-3.5\n", -3.5F, true},
-        {"1234567890", 12345678.0F, true}, {"x42\n", 0.0F, false}, {"", 0.0F, false}, {"\n", 0.0F, false},
-    };
+    } cases[] = {{"42.5\n", 42.5F, true},           {"42.5", 42.0F, true},  {"7", 7.0F, true}, {"-3.5\n", -3.5F, true},
+                 {"1234567890", 12345678.0F, true}, {"x42\n", 0.0F, false}, {"", 0.0F, false}, {"\n", 0.0F, false}};
     for (const auto& c : cases) {
         kernel.files["/dev/temp_nic"] = "20.0\n";
         kernel.files["/dev/temp_disp"] = c.file;
@@ -74,10 +70,11 @@ TEST_F(HostProbes, PoeIsLowActiveAndExportsTheLineOnce) {
         bool ok;
         bool present;
         const char* written;
-    } cases[] = {
-        {true, "0", true, true, ""},     {true, "1", true, false, ""},        {true, "x", true, false, ""},
-        {false, "0", true, true, "414"}, {false, "none", false, true, "414"},
-    };
+    } cases[] = {{true, "0", true, true, ""},
+                 {true, "1", true, false, ""},
+                 {true, "x", true, false, ""},
+                 {false, "0", true, true, "414"},
+                 {false, "none", false, true, "414"}};
     for (const auto& c : cases) {
         board.scenario.gpio_exported = c.exported;
         board.scenario.poe = c.value;

@@ -77,8 +77,7 @@ TEST_F(StatusLine, InputsAndOutputs) {
         {0x8B, 0x00, 0xFF, " IN=Ln2/15 OUT=Ln1 CAP"},
         {0x90, 0x00, 0x00, " IN=off   OUT=Ln2 CAP"},
         {0x00, 0xAB, 0x00, " IO=NOT_supported 00 ab 00 00 00 00 00 00 00 00 00 00 00 00 00 11 0c 3f 0f 3f 01 CAP"},
-        {0x65, 0x00, 0x00, " IO=NOT_supported 65 00 00 00 00 00 00 00 00 00 00 00 00 00 00 11 0c 3f 0f 3f 01 CAP"},
-    };
+        {0x65, 0x00, 0x00, " IO=NOT_supported 65 00 00 00 00 00 00 00 00 00 00 00 00 00 00 11 0c 3f 0f 3f 01 CAP"}};
     for (const auto& c : cases) {
         sim::Board fresh;
         fresh.mcu.set_marker(0x11);
@@ -96,27 +95,25 @@ TEST_F(StatusLine, DashesForEverySourceThatCannotBeRead) {
     const struct {
         std::function<void(sim::Board&)> break_it;
         const char* text;
-    } cases[] = {
-        {[](sim::Board& b) { b.scenario.display = false; }, "  DISP=off POE="},
-        {[](sim::Board& b) { b.scenario.usb = true; }, " USB=on TEMP="},
-        {[](sim::Board& b) { b.scenario.uptime = "none"; }, " up no uptime  DISP="},
-        {[](sim::Board& b) { b.scenario.poe = "none"; }, " POE=--- SVMCU=on  RST="},
-        {[](sim::Board& b) { b.scenario.poe = "0"; }, " POE=on  SVMCU=on  RST="},
-        {[](sim::Board& b) { b.scenario.mcu = false; },
-         " POE=off SVMCU=off RST=--- SW=----/-/---- PWR=----V IN=----- OUT=--- CAP=full/"},
-        {[](sim::Board& b) { b.scenario.mcu = false, b.scenario.poe = "0"; },
-         " POE=on  SVMCU=off RST=--- SW=----/-/---- PWR=----V IN=PoE   OUT=--- CAP=full/"},
-        {[](sim::Board& b) { b.add_fault("nack@reg-00"); }, " RST=--- SW=0100/0/"},
-        {[](sim::Board& b) { b.add_fault("nack@reg-00"); }, "V IN=----- OUT=--- CAP="},
-        {[](sim::Board& b) { b.scenario.hwid = 9; }, " SW=----/-/---- PWR="},
-        {[](sim::Board& b) { b.add_fault("fail@read-flash-status"); }, " SW=----/-/---- PWR="},
-        {[](sim::Board& b) { b.add_fault("fail@read-ports"); }, " PWR=----V IN="},
-        {[](sim::Board& b) { b.add_fault("fail@read-ports"); }, " TEMP=45.0degC,40.0degC"},
-        {[](sim::Board& b) { b.scenario.charger = false; }, " CAP=----/----V/---W USB="},
-        {[](sim::Board& b) { b.scenario.cap_status = 0xFFDF; }, " CAP=notF/"},
-        {[](sim::Board& b) { b.scenario.temp_nic = "none"; }, " TEMP=0.1degC,40.0degC,"},
-        {[](sim::Board& b) { b.scenario.temperature_cal = 0; }, ",40.0degC,infdegC"},
-    };
+    } cases[] = {{[](sim::Board& b) { b.scenario.display = false; }, "  DISP=off POE="},
+                 {[](sim::Board& b) { b.scenario.usb = true; }, " USB=on TEMP="},
+                 {[](sim::Board& b) { b.scenario.uptime = "none"; }, " up no uptime  DISP="},
+                 {[](sim::Board& b) { b.scenario.poe = "none"; }, " POE=--- SVMCU=on  RST="},
+                 {[](sim::Board& b) { b.scenario.poe = "0"; }, " POE=on  SVMCU=on  RST="},
+                 {[](sim::Board& b) { b.scenario.mcu = false; },
+                  " POE=off SVMCU=off RST=--- SW=----/-/---- PWR=----V IN=----- OUT=--- CAP=full/"},
+                 {[](sim::Board& b) { b.scenario.mcu = false, b.scenario.poe = "0"; },
+                  " POE=on  SVMCU=off RST=--- SW=----/-/---- PWR=----V IN=PoE   OUT=--- CAP=full/"},
+                 {[](sim::Board& b) { b.add_fault("nack@reg-00"); }, " RST=--- SW=0100/0/"},
+                 {[](sim::Board& b) { b.add_fault("nack@reg-00"); }, "V IN=----- OUT=--- CAP="},
+                 {[](sim::Board& b) { b.scenario.hwid = 9; }, " SW=----/-/---- PWR="},
+                 {[](sim::Board& b) { b.add_fault("fail@read-flash-status"); }, " SW=----/-/---- PWR="},
+                 {[](sim::Board& b) { b.add_fault("fail@read-ports"); }, " PWR=----V IN="},
+                 {[](sim::Board& b) { b.add_fault("fail@read-ports"); }, " TEMP=45.0degC,40.0degC"},
+                 {[](sim::Board& b) { b.scenario.charger = false; }, " CAP=----/----V/---W USB="},
+                 {[](sim::Board& b) { b.scenario.cap_status = 0xFFDF; }, " CAP=notF/"},
+                 {[](sim::Board& b) { b.scenario.temp_nic = "none"; }, " TEMP=0.1degC,40.0degC,"},
+                 {[](sim::Board& b) { b.scenario.temperature_cal = 0; }, ",40.0degC,infdegC"}};
     for (const auto& c : cases) {
         sim::Board broken;
         broken.mcu.set_marker(0x11);
@@ -154,14 +151,12 @@ TEST_F(StatusLine, LogSummary) {
         uint8_t byte0;
         uint8_t byte1;
         std::string text;
-    } cases[] = {
-        {0x9B, 0x02, "status SVMCU=on, OK=1 1, IN=Ln2/5, OUT=1+2" + rest + "9b 02 25" + pages},
-        {0x8A, 0x02, "status SVMCU=on, OK=1 1, IN=Ln1/5, OUT=Ln1" + rest + "8a 02 25" + pages},
-        {0x91, 0x02, "status SVMCU=on, OK=1 1, IN=ext/0, OUT=Ln2" + rest + "91 02 25" + pages},
-        {0x81, 0x00, "status SVMCU=on, OK=1 1, IN=ext/?, OUT=no" + rest + "81 00 25" + pages},
-        {0x80, 0x00, "status SVMCU=on, OK=1 1, IN=off, OUT=no" + rest + "80 00 25" + pages},
-        {0x05, 0x00, "status SVMCU=on, OK=1 1, IO=NOT_supported" + rest + "05 00 25" + pages},
-    };
+    } cases[] = {{0x9B, 0x02, "status SVMCU=on, OK=1 1, IN=Ln2/5, OUT=1+2" + rest + "9b 02 25" + pages},
+                 {0x8A, 0x02, "status SVMCU=on, OK=1 1, IN=Ln1/5, OUT=Ln1" + rest + "8a 02 25" + pages},
+                 {0x91, 0x02, "status SVMCU=on, OK=1 1, IN=ext/0, OUT=Ln2" + rest + "91 02 25" + pages},
+                 {0x81, 0x00, "status SVMCU=on, OK=1 1, IN=ext/?, OUT=no" + rest + "81 00 25" + pages},
+                 {0x80, 0x00, "status SVMCU=on, OK=1 1, IN=off, OUT=no" + rest + "80 00 25" + pages},
+                 {0x05, 0x00, "status SVMCU=on, OK=1 1, IO=NOT_supported" + rest + "05 00 25" + pages}};
     for (const auto& c : cases) {
         s.status[0] = c.byte0;
         s.status[1] = c.byte1;

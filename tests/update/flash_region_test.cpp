@@ -51,8 +51,7 @@ TEST_F(FlashRegion, PageSizesThatFitAndThatDoNot) {
         // The board refuses segment 16; 8160 bytes are 255 of them.
         {8160,
          "could not write segment 0101 10 (read poll error, cmd start 80, size 27, data 00, read size 00, error 80)",
-         34},
-    };
+         34}};
     for (const auto& c : cases) {
         kernel.wire.clear();
         EXPECT_FALSE(write_page(device, 0x101, data.data(), c.size));

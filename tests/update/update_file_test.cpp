@@ -89,8 +89,7 @@ TEST_F(UpdateFile, RefusesEveryOtherFileWithItsReason) {
         {"image", edited([](auto& b) { b[8] ^= 1; }), "invalid file (CRC error)"},
         {"page map", edited([](auto& b) { b[8 + 0x42000 + 527] ^= 1; }), "invalid file (CRC error)"},
         {"free bytes", edited([](auto& b) { b[8 + 0x42000 + 528 + 5] ^= 1; }), "invalid file (CRC error)"},
-        {"reserved word", edited([](auto& b) { b[b.size() - 14] ^= 1; }), "invalid file (CRC error)"},
-    };
+        {"reserved word", edited([](auto& b) { b[b.size() - 14] ^= 1; }), "invalid file (CRC error)"}};
     for (const auto& c : cases) {
         device.last_error = "";
         kernel.syslog.clear();
@@ -104,12 +103,10 @@ TEST_F(UpdateFile, RefusesWhatIsNoFile) {
     const struct {
         const char* path;
         const char* text;
-    } cases[] = {
-        {"/does/not/exist", "could not open file"},
-        {"/", "invalid file (could not find header)"},
-        {"/dev/null", "invalid file (could not find header)"},
-        {"/dev/zero", "invalid file (could not find header)"},
-    };
+    } cases[] = {{"/does/not/exist", "could not open file"},
+                 {"/", "invalid file (could not find header)"},
+                 {"/dev/null", "invalid file (could not find header)"},
+                 {"/dev/zero", "invalid file (could not find header)"}};
     for (const auto& c : cases) {
         EXPECT_FALSE(load_update_file(device, c.path));
         EXPECT_EQ(device.last_error, c.text) << c.path;
