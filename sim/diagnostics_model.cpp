@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "sim/diagnostics_model.h"
 
+#include <algorithm>
+
 #include "mcu/registers.h"
 
 namespace sim {
@@ -40,9 +42,61 @@ Bytes part(const Bytes& bytes, size_t offset, size_t count) {
     return result;
 }
 
+struct Setting {
+    RegisterCommand command;
+    uint16_t Scenario::*member;
+};
+
+constexpr Setting kSettings[] = {
+    {RegisterCommand::kWriteEnableWord, &Scenario::teko_enable},
+    {RegisterCommand::kWriteInputMode, &Scenario::input_mode},
+    {RegisterCommand::kSetLed1, &Scenario::led1},
+    {RegisterCommand::kSetLed2, &Scenario::led2},
+    {RegisterCommand::kTestExtSwitch, &Scenario::test_extsw},
+    {RegisterCommand::kTest10V, &Scenario::test_10v},
+    {RegisterCommand::kTestMessage, &Scenario::test_msg},
+};
+
+/// Sums, counts and maxima of both lines; the last measurements stay.
+void reset_diagnostics(Scenario& scenario) {
+    constexpr size_t page5 = size_t{5} * 32;
+    for (Bytes* pages : {&scenario.teko1_pages, &scenario.teko2_pages}) {
+        std::fill_n(pages->begin() + page5 + 6, 11, uint8_t{0});  // cable_sum to imp_valid_count
+        std::fill_n(pages->begin() + page5 + 19, 3, uint8_t{0});  // the maxima and the count behind them
+    }
+}
+
+/// Takes the power from the XLR input; other sources stay.
+bool switch_off(Scenario& scenario, uint16_t param) {
+    if (param != kSwitchOffXlr) {
+        return false;
+    }
+    scenario.xlr_off = true;
+    if ((scenario.status[0] & 3) == 1) {
+        scenario.status[0] = static_cast<uint8_t>(scenario.status[0] & ~3);
+    }
+    scenario.status[1] = static_cast<uint8_t>(scenario.status[1] & ~2);
+    return true;
+}
+
+/// The host proves with the check word that it has seen both settings words.
+bool store(Scenario& scenario, uint16_t param) {
+    if (param != (scenario.teko_enable ^ scenario.input_mode)) {
+        return false;
+    }
+    scenario.stored = param;
+    return true;
+}
+
 }  // namespace
 
-DiagnosticsReply diagnostics_reply(const Scenario& scenario, uint8_t code, uint16_t param) {
+DiagnosticsReply diagnostics_reply(Scenario& scenario, uint8_t code, uint16_t param) {
+    for (const Setting& setting : kSettings) {
+        if (static_cast<uint8_t>(setting.command) == code) {
+            scenario.*setting.member = param;
+            return {.word = {}, .data = {}};
+        }
+    }
     for (const WordSource& source : kWords) {
         if (static_cast<uint8_t>(source.command) == code) {
             return {.word = scenario.*source.member, .data = {}};
@@ -59,7 +113,12 @@ DiagnosticsReply diagnostics_reply(const Scenario& scenario, uint8_t code, uint1
             return {.ok = scenario.w1_eeprom_status == 0,
                     .word = scenario.w1_eeprom_status,
                     .data = part(scenario.w1_eeprom, param, 8)};
-        case RegisterCommand::kResetDiagnostics: return {.word = {}, .data = {}};
+        case RegisterCommand::kResetDiagnostics: reset_diagnostics(scenario); return {.word = {}, .data = {}};
+        case RegisterCommand::kStoreSettings: return {.ok = store(scenario, param), .word = {}, .data = {}};
+        case RegisterCommand::kSwitchOff: return {.ok = switch_off(scenario, param), .word = {}, .data = {}};
+        case RegisterCommand::kWriteW1Pio:
+            scenario.w1_pio = param;
+            return {.ok = scenario.w1_pio_status == 0, .word = scenario.w1_pio_status, .data = scenario.w1_pio_data};
         default: return {.known = false, .word = {}, .data = {}};
     }
 }

@@ -16,6 +16,7 @@ struct DiagnosticsReply {
     Bytes data;                    ///< for the data register
 };
 
-DiagnosticsReply diagnostics_reply(const Scenario& scenario, uint8_t code, uint16_t param);
+/// Settings go into the scenario, and the reset of the diagnostics clears its counters and sums.
+DiagnosticsReply diagnostics_reply(Scenario& scenario, uint8_t code, uint16_t param);
 
 }  // namespace sim

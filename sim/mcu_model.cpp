@@ -22,7 +22,7 @@ bool is_live_register(uint8_t reg) {
 
 }  // namespace
 
-McuModel::McuModel(const Scenario& scenario, FlashModel& flash, std::function<void(const std::string&)> on_violation)
+McuModel::McuModel(Scenario& scenario, FlashModel& flash, std::function<void(const std::string&)> on_violation)
     : scenario_(scenario), flash_(flash), on_violation_(std::move(on_violation)) {}
 
 void McuModel::advance(uint64_t now_us) {
@@ -65,7 +65,12 @@ void McuModel::write(std::span<const uint8_t> bytes, std::optional<ForcedEnd> fo
         registers_[pointer_++] = byte;
     }
     const auto covers = [&](uint8_t reg) { return reg >= start && reg < start + data.size(); };
-    handshake_written_ = handshake_written_ || covers(kHandshakeRegister);
+    if (covers(kHandshakeRegister)) {
+        handshake_written_ = true;
+        if (registers_[kHandshakeRegister] == 0) {
+            scenario_.status[0] = static_cast<uint8_t>(scenario_.status[0] & ~0x40);  // the message has been taken
+        }
+    }
     if (covers(kCommandRegister)) {
         start_register_command(forced);
     }

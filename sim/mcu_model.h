@@ -24,7 +24,7 @@ struct ForcedEnd {
 class McuModel {
 public:
     /// A rule that the host has broken is told to `on_violation`.
-    McuModel(const Scenario& scenario, FlashModel& flash, std::function<void(const std::string&)> on_violation);
+    McuModel(Scenario& scenario, FlashModel& flash, std::function<void(const std::string&)> on_violation);
 
     /// Lets time pass: a pending reset comes due. Time never goes back.
     void advance(uint64_t now_us);
@@ -73,7 +73,7 @@ private:
     uint8_t read_register(uint8_t reg);
     uint8_t poll(Completion& completion);
 
-    const Scenario& scenario_;
+    Scenario& scenario_;
     FlashModel& flash_;
     std::function<void(const std::string&)> on_violation_;
     std::array<uint8_t, 256> registers_{};

@@ -14,6 +14,12 @@ namespace sim {
 
 using Bytes = std::vector<uint8_t>;
 
+/// Diagnostic pages of a line under load.
+Bytes healthy_pages();
+
+/// EEPROM contents with both checksums right.
+Bytes sound_eeprom();
+
 struct Scenario {
     // Who is on the bus.
     bool mcu = true;
@@ -36,8 +42,20 @@ struct Scenario {
     uint32_t boot_ms = 5;
     std::string boot_choice = "latest";
 
+    // Settings, as the commands leave them.
+    uint16_t teko_enable = 0x0000;
+    uint16_t input_mode = 0x0000;
+    uint16_t stored = 0xFFFF;
+    uint16_t led1 = 0;
+    uint16_t led2 = 0;
+    bool xlr_off = false;
+    uint16_t w1_pio = 0;
+    uint16_t test_extsw = 0;
+    uint16_t test_10v = 0;
+    uint16_t test_msg = 0;
+
     // What the MCU reports of its inputs; bytes 10 and 12 to 15 are live registers.
-    Bytes status = {0x8A, 0x02, 0x11, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 12, 63, 15, 63};
+    Bytes status = {0x8A, 0x02, 0x01, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 12, 63, 15, 63};
     uint16_t powerrail_raw = 1666;
     uint16_t ext_raw = 190;
     uint16_t teko1_voltage_raw = 1660;
@@ -53,15 +71,16 @@ struct Scenario {
     uint16_t temperature_cal = 2560;
     uint16_t vspare1_raw = 190;
     uint16_t vspare2_raw = 190;
-    uint16_t teko_enable = 0x0000;
-    uint16_t input_mode = 0x0000;
-    Bytes teko1_pages = Bytes(192, 0);
+    Bytes teko1_pages = healthy_pages();
     Bytes teko2_pages = Bytes(192, 0);
     Bytes nevents = {0x12, 0x34, 0x56, 0x71, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x12, 0x34, 0x56, 0x71};
-    Bytes ports = Bytes(18, 0);
+    Bytes ports = {0x81, 0x81, 0x9F, 0x40, 0x44, 0xF0, 0x0F, 0x0F, 0x0F,
+                   0x00, 0x22, 0x80, 0x10, 0x11, 0x3C, 0x05, 0x85, 0x0F};
     Bytes w1_rom = {0x2D, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x97};
     uint16_t w1_rom_status = 0;
-    Bytes w1_eeprom = Bytes(32, 0xFF);
+    Bytes w1_eeprom = sound_eeprom();
+    Bytes w1_pio_data = Bytes(8, 0);
+    uint16_t w1_pio_status = 0;
     uint16_t w1_eeprom_status = 0;
 
     // The charger's words.
@@ -79,9 +98,19 @@ struct Scenario {
     bool gpio_exported = false;
 };
 
+/// Bits within one of the byte strings, counted from the lowest bit of its first byte.
+struct BitField {
+    Bytes Scenario::*bytes;
+    size_t first_bit;
+    size_t bits;  ///< up to 32
+};
+
+uint32_t get_bits(const Bytes& bytes, const BitField& field);
+void set_bits(Bytes& bytes, const BitField& field, uint32_t value);
+
 struct Knob {
     using Member = std::variant<bool Scenario::*, uint16_t Scenario::*, uint32_t Scenario::*, std::string Scenario::*,
-                                Bytes Scenario::*>;
+                                Bytes Scenario::*, BitField>;
     std::string_view name;
     Member member;
     bool lasting;  ///< part of the board rather than of its situation: kept in the state file

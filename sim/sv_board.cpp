@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "sim/board.h"
+#include "sim/presets.h"
 #include "sim/state_file.h"
 #include "sim/testbed.h"
 #include "sim/trace.h"
@@ -25,6 +26,7 @@ struct RunOptions {
     std::string syslog_path;
     std::string firmware_path;
     uint32_t firmware_swid = 0x0100;
+    std::string preset = "healthy";
     std::vector<std::string> settings;
     std::vector<std::string> faults;
     std::vector<std::string> command;
@@ -36,6 +38,9 @@ int complain(const std::string& problem) {
 }
 
 std::string apply_settings(const RunOptions& options, sim::Board& board) {
+    if (std::string problem = sim::apply_preset(board.scenario, options.preset); !problem.empty()) {
+        return problem;
+    }
     for (const std::string& setting : options.settings) {
         const size_t equals = setting.find('=');
         if (equals == std::string::npos) {
@@ -168,6 +173,14 @@ int print_knobs() {
     return 0;
 }
 
+int print_presets() {
+    for (const sim::Preset& preset : sim::presets()) {
+        std::printf("%s: %s\n    %s\n", std::string(preset.name).c_str(), std::string(preset.meaning).c_str(),
+                    std::string(preset.settings).c_str());
+    }
+    return 0;
+}
+
 int show_state(const std::string& path) {
     sim::Board board;
     sim::SavedClock clock;
@@ -184,6 +197,7 @@ void add_run_options(CLI::App& run, RunOptions& options) {
     run.add_option("--state", options.state_path, "file that holds the board between runs; made if it is not there");
     run.add_option("--firmware", options.firmware_path, "program in region 0 of a new board, as raw bytes");
     run.add_option("--swid", options.firmware_swid, "its software id")->check(CLI::Range(1, 0xFFFF));
+    run.add_option("--preset", options.preset, "a typical situation, see 'sv_board presets'")->capture_default_str();
     run.add_option("--set", options.settings, "KEY=VALUE, see 'sv_board knobs'; may be repeated")
         ->allow_extra_args(false);
     run.add_option("--fault", options.faults, "KIND[=STATUS]@WHERE[#N][xCOUNT], see docs/testing.md; may be repeated")
@@ -205,6 +219,7 @@ int main(int argc, char** argv) {
     CLI::App* run = app.add_subcommand("run", "run a program with the board on its I2C bus");
     add_run_options(*run, options);
     CLI::App* knob_list = app.add_subcommand("knobs", "list what can be set, with defaults and meaning");
+    CLI::App* preset_list = app.add_subcommand("presets", "list the typical situations");
     CLI::App* show = app.add_subcommand("show", "show the board that a state file holds");
     std::string state_path;
     show->add_option("--state", state_path, "the file")->required();
@@ -212,5 +227,8 @@ int main(int argc, char** argv) {
     if (*run) {
         return run_program(options);
     }
-    return *knob_list ? print_knobs() : show_state(state_path);
+    if (*knob_list) {
+        return print_knobs();
+    }
+    return *preset_list ? print_presets() : show_state(state_path);
 }

@@ -8,6 +8,7 @@
 
 #include "cli/diagnostic_commands.h"
 #include "cli/identity_commands.h"
+#include "cli/mode_commands.h"
 #include "cli/update_commands.h"
 #include "cli/usage.h"
 #include "log/log.h"
@@ -62,9 +63,17 @@ constexpr Command kCommands[] = {
     {"--upd", 1, run_upd},
     {"--read-update", 1, run_read_update},
     {"--debug-update", 0, run_debug_update},
+    {"--set-mode", 1, run_set_mode},
+    {"--set", 1, run_set_mode},
     {"--status", 0, run_status},
     {"--status-poetest", 0, run_status},
     {"--status-poetest-rebooted", 0, run_status_rebooted},
+    {"--no-dump-reset", 0, run_no_dump_reset},
+    {"--dump", 0, run_dump},
+    {"--dumps", 0, run_dumps},
+    {"--status-poe", 0, run_status_poe},
+    {"--status-cable", 0, run_status_cable},
+    {"--status-pse-adc", 0, run_status_pse_adc},
 };
 
 const Command* find_command(std::string_view keyword) {

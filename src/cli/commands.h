@@ -42,6 +42,7 @@ struct CommandContext {
     CommandList words;
     I2cBus& bus;
     McuDevice& device;
+    bool reset_after_dump = true;  ///< dumps and the PSE-ADC report end with a reset of the diagnostics
 };
 
 /// A keyword and what it runs. The handler takes its arguments from the list and returns false to end the run with

@@ -61,11 +61,18 @@ inline constexpr uint8_t kReadKey = 0xDA;
 /// Register commands: the code goes to kCommandRegister. "Data" is what kDataRegister then holds.
 enum class RegisterCommand : uint8_t {
     kReadEnableWord = 0x00,
+    kWriteEnableWord = 0x01,  ///< parameter: the word
     kReadInputMode = 0x02,
-    kReadEeprom = 0x0A,  ///< parameter: offset; 8 bytes data, 1-Wire status in kParameterRegister
-    kReadRom = 0x0B,     ///< 8 bytes data, 1-Wire status in kParameterRegister
+    kWriteInputMode = 0x03,  ///< parameter: the word
+    kSetLed1 = 0x06,         ///< parameter: LED code
+    kSetLed2 = 0x07,
+    kStoreSettings = 0x08,  ///< parameter: enable word XOR input mode
+    kReadEeprom = 0x0A,     ///< parameter: offset; 8 bytes data, 1-Wire status in kParameterRegister
+    kReadRom = 0x0B,        ///< 8 bytes data, 1-Wire status in kParameterRegister
+    kSwitchOff = 0x0D,      ///< parameter: kSwitchOffXlr
     kReadPowerrail = 0x80,
     kReadExt = 0x81,
+    kWriteW1Pio = 0x82,  ///< parameter: PIO value; 8 bytes data, 1-Wire status in kParameterRegister
     kReadTeko1Voltage = 0x83,
     kReadTeko2Voltage = 0x84,
     kReadTeko1Current = 0x85,
@@ -78,13 +85,18 @@ enum class RegisterCommand : uint8_t {
     kReadSpare1 = 0x8C,
     kResetDiagnostics = 0x8D,
     kReadPseStates = 0x8E,
+    kTestExtSwitch = 0x8F,
     kReadPdStates = 0x90,
     kReadTeko1Page = 0x91,  ///< parameter: page 0..5; 32 bytes data
     kReadTeko2Page = 0x92,
     kReadNevents = 0x93,  ///< 20 bytes data
     kReadTemperatureCal = 0x96,
     kReadSpare2 = 0x97,
+    kTest10V = 0x98,
+    kTestMessage = 0x99,
 };
+
+inline constexpr uint16_t kSwitchOffXlr = 0x0047;
 
 // Registers of the charger, 16-bit words, and the bits of its status that the tool decodes.
 inline constexpr uint8_t kChargerStatusRegister = 0x1B;

@@ -47,6 +47,13 @@ bool fail_write(McuDevice& device, uint8_t start, uint16_t length) {
     return fail(device, "I2C write error, start %02x, size %02x", start, length);
 }
 
+bool write_single_register(McuDevice& device, uint8_t reg, uint8_t value) {
+    if (write_mcu(device, reg, 1, &value)) {
+        return true;
+    }
+    return fail(device, "I2C write error, start %02x, size %02x, value %02x", reg, 1, value);
+}
+
 }  // namespace
 
 uint8_t poll_frame_status(McuDevice& device, uint8_t* response, uint8_t read_size) {
@@ -117,10 +124,23 @@ bool reset_diagnostics(McuDevice& device) {
 }
 
 bool write_reset_marker(McuDevice& device) {
-    if (write_mcu(device, kMarkerRegister, 1, &device.reset_marker)) {
-        return true;
+    return write_single_register(device, kMarkerRegister, device.reset_marker);
+}
+
+bool rearm_reset_marker(McuDevice& device, const uint8_t* status_block) {
+    return status_block[kMarkerRegister] == device.reset_marker || write_reset_marker(device);
+}
+
+bool acknowledge_message(McuDevice& device) {
+    return write_single_register(device, kHandshakeRegister, 0);
+}
+
+bool test_i2c_bug1(McuDevice& device) {
+    constexpr int writes = 400;
+    constexpr uint8_t value = 3;
+    for (int i = 0; i < writes && write_mcu(device, kDataRegister, 1, &value); ++i) {
     }
-    return fail(device, "I2C write error, start %02x, size %02x, value %02x", kMarkerRegister, 1, device.reset_marker);
+    return true;
 }
 
 bool read_status_block(McuDevice& device, uint8_t* block) {

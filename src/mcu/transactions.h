@@ -50,6 +50,16 @@ bool reset_diagnostics(McuDevice& device);
 /// Writes the device's reset_marker. Failure: "I2C write error, …" with the marker.
 bool write_reset_marker(McuDevice& device);
 
+/// Writes the marker if byte 15 of the block is not it; otherwise sends nothing. Fails as write_reset_marker.
+bool rearm_reset_marker(McuDevice& device, const uint8_t* status_block);
+
+/// Tells the MCU that its pending message has been taken. Failure: "I2C write error, …" with the value 00.
+bool acknowledge_message(McuDevice& device);
+
+/// Writes one byte to kDataRegister up to 400 times, for the search of a bus fault. Ends at the first write that fails,
+/// which is no failure.
+bool test_i2c_bug1(McuDevice& device);
+
 /// Reads the status block into 21 bytes: the last one becomes 1, on failure 0. Failure: "I2C read error, …".
 bool read_status_block(McuDevice& device, uint8_t* block);
 

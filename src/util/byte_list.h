@@ -5,5 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Prints each byte as " %02x", with one more blank before every fifth, ninth, … byte.
+/// Prints each byte as " %02x".
+void print_bytes(const uint8_t* bytes, size_t count);
+
+/// The same with one more blank before every fifth, ninth, … byte.
 void print_grouped_bytes(const uint8_t* bytes, size_t count);

@@ -4,6 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <set>
+#include <type_traits>
+
+#include "sim/presets.h"
 
 namespace {
 
@@ -17,7 +21,37 @@ void spoil(Scenario& scenario, const sim::Knob& knob) {
             field = !field;
         }
     };
-    std::visit([&](auto member) { change(scenario.*member); }, knob.member);
+    std::visit(
+        [&](auto member) {
+            if constexpr (std::is_same_v<decltype(member), sim::BitField>) {
+                sim::set_bits(scenario.*member.bytes, member, ~sim::get_bits(scenario.*member.bytes, member));
+            } else {
+                change(scenario.*member);
+            }
+        },
+        knob.member);
+}
+
+TEST(Scenario, EveryKnobHasANameOfItsOwn) {
+    std::set<std::string_view> names;
+    for (const sim::Knob& knob : sim::knobs()) {
+        EXPECT_TRUE(names.insert(knob.name).second) << knob.name;
+    }
+}
+
+TEST(Scenario, EveryPresetMakesASituationOfItsOwn) {
+    std::set<std::string> situations;
+    for (const sim::Preset& preset : sim::presets()) {
+        Scenario scenario;
+        EXPECT_EQ(sim::apply_preset(scenario, preset.name), "") << preset.name;
+        std::string situation;
+        for (const sim::Knob& knob : sim::knobs()) {
+            situation += sim::knob_value(scenario, knob) + ";";
+        }
+        EXPECT_TRUE(situations.insert(situation).second) << preset.name;
+    }
+    Scenario scenario;
+    EXPECT_EQ(sim::apply_preset(scenario, "sunny"), "no such preset: sunny");
 }
 
 TEST(Scenario, EveryKnobTakesTheValueThatItShows) {

@@ -1,0 +1,8 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "diag/diag_record.h"
+#include "mcu/calibration.h"
+
+/// Prints the record, one value per line, on standard output. REQUIRES: the record is valid.
+void print_diagnostics_dump(const Calibration& cal, const DiagRecord& record);
