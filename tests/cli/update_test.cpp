@@ -10,7 +10,7 @@
 namespace {
 
 const std::string kPower =
-    "status SVMCU=on, OK=1 1, IN=Ln1/1, OUT=Ln1, PWR=24.1V, IMP=12 63, DATA=8a 02 11, U1=00 00 00 00 00, "
+    "status SVMCU=on, OK=1 1, IN=Ln1/1, OUT=Ln1, PWR=24.1V, IMP=12 63, DATA=8a 02 01, U1=00 00 00 00 00, "
     "U2=00 00 00 00 00, EXT=0.0V";
 
 std::string hex4(uint16_t value) {

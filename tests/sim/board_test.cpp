@@ -208,11 +208,11 @@ TEST(Board, CommandsFinishAtThePollThatTheScenarioSays) {
 TEST(Board, TheStatusBlockIsNotWritableButForItsLiveRegisters) {
     Board board;
     board.scenario.status[10] = 1;
-    const Bytes block{0x8A, 0x02, 0x11, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 12, 63, 15, 63};
+    const Bytes block{0x8A, 0x02, 0x01, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 12, 63, 15, 63};
     EXPECT_EQ(read_bytes(board, 0x00, 20), block);
     write_bytes(board, {0x00, 0xFF, 0xFF});
     write_bytes(board, {0x0A, 0x00, 0xFF, 0x34, 0x12});
-    const Bytes written{0x8A, 0x02, 0x11, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x34, 0x12, 0, 0, 12, 63, 15, 63};
+    const Bytes written{0x8A, 0x02, 0x01, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x34, 0x12, 0, 0, 12, 63, 15, 63};
     EXPECT_EQ(read_bytes(board, 0x00, 20), written);
 }
 

@@ -43,7 +43,7 @@ uint16_t UpdateFileBytes::region_crc(int region) const {
 void UpdateFileBytes::fill_page(uint16_t page) {
     page_map[page] = 1;
     for (size_t i = 0; i < 0x200; ++i) {
-        image[page * 0x200U + i] = static_cast<uint8_t>(page * 7 + i * 31 + i / 256);
+        image[page * 0x200U + i] = static_cast<uint8_t>(page * 7 + page / 256 * 101 + i * 31 + i / 256);
     }
 }
 
