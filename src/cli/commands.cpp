@@ -127,6 +127,7 @@ int run_tool(int argc, char* const* argv) {
         return kFailure;
     }
     ignore_output_signals();
+    buffer_output();
     openlog("sv_updater", LOG_NDELAY, LOG_LOCAL0);
     const char* program = argc > 0 ? argv[0] : "sv_updater";
     if (argc <= 1) {

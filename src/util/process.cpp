@@ -4,6 +4,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdio>
+
 bool reserve_standard_descriptors() {
     // In ascending order: open() takes the lowest free number, which is then the closed one.
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
@@ -17,6 +19,14 @@ bool reserve_standard_descriptors() {
 void ignore_output_signals() {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+}
+
+void buffer_output() {
+    static char buffer[65536];
+    const int descriptor = fileno(stdout);
+    if (descriptor >= 0 && isatty(descriptor) == 0) {
+        std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
+    }
 }
 
 void ignore_hangup() {

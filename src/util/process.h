@@ -12,6 +12,10 @@ bool reserve_standard_descriptors();
 /// transfers.
 void ignore_output_signals();
 
+/// Into a file or a pipe, standard output goes out in large pieces; a terminal stays line by line. Call before anything
+/// is printed.
+void buffer_output();
+
 /// A terminal that hangs up must not end the run from here on.
 void ignore_hangup();
 

@@ -49,6 +49,11 @@ if grep -q "exited with 255" calls; then
 else
   echo "strace does not work here: the number of writes is not checked"
 fi
+strace -f -o calls -e trace=write sv_board run -- sv_updater --dump >dump 2>err || true
+if grep -q "exited with 0" calls; then
+  expect_same "writes of a dump" "$(count calls 'write(1, "status ')" 1
+  expect_same "the dump's last line is in the same write" "$(count calls 'write(1, "[^s]')" 0
+fi
 if grep -q __asan_init "$(command -v sv_updater)"; then
   libraries=libc.so.6 # a sanitizer brings others
 else
