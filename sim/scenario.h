@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The situation of the simulated board: everything that a test or an operator can choose, each with a name. The names,
-// defaults and meanings are in scenario.cpp, and `sv_board knobs` prints them.
+// places and meanings are in knobs.cpp, and `sv_board knobs` prints them with their defaults.
 #pragma once
 
 #include <cstdint>

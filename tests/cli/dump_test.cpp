@@ -210,7 +210,8 @@ TEST(Dump, GoesOnWithWhatCanBeRead) {
          std::string(kInputs) + kDiagnostics + kSeparator + kSeparator,
          "POE ERROR: could not read PoE GPIO\nCAP ERROR: could not read PoE GPIO\n", 86},
         {"no charger", [](sim::Board& b) { b.scenario.charger = false; },
-         std::string(kInputs) + kDiagnostics + kSeparator + kPoe + kSeparator, "CAP ERROR: read cmd error, cmd 0a, start 0e, result 80\n", 86},
+         std::string(kInputs) + kDiagnostics + kSeparator + kPoe + kSeparator,
+         "CAP ERROR: read cmd error, cmd 0a, start 0e, result 80\n", 86},
     };
     for (const auto& c : cases) {
         sim::Board board;

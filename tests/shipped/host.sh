@@ -43,23 +43,18 @@ expect 255 "" "error : too few arguments"$'\n'"$usage" sv_updater
 for word in -h --help "-?"; do
   expect 255 "" "$usage" sv_updater --probe "$word"
 done
-strace -o calls -e trace=write sv_updater --help 2>err || true
-if grep -q "exited with 255" calls; then
-  expect_same "writes of the usage text" "$(count calls '^write(')" 1
-else
-  echo "strace does not work here: the number of writes is not checked"
-fi
-strace -f -o calls -e trace=write sv_board run -- sv_updater --dump >dump 2>err || true
-if grep -q "exited with 0" calls; then
-  expect_same "writes of a dump" "$(count calls 'write(1, "status ')" 1
-  expect_same "the dump's last line is in the same write" "$(count calls 'write(1, "[^s]')" 0
-fi
 if grep -q __asan_init "$(command -v sv_updater)"; then
-  libraries=libc.so.6 # a sanitizer brings others
+  echo "built with a sanitizer: neither writes nor libraries are counted"
+elif ! strace -o calls true; then
+  echo "strace does not work here: neither writes nor libraries are counted"
 else
+  strace -o calls -e trace=write sv_updater --help 2>err || true
+  expect_same "writes of the usage text" "$(count calls '^write(')" 1
+  strace -f -o calls -e trace=write sv_board run -- sv_updater --dump >dump 2>err
+  expect_same "writes of a dump" "$(count calls 'write(1, ')" 1
   libraries=$(readelf -d "$(command -v sv_updater)" | sed -n 's/.*NEEDED.*\[\(.*\)\]/\1/p' | grep -v '^ld-linux' | xargs)
+  expect_same "libraries" "$libraries" libc.so.6
 fi
-expect_same "libraries" "$libraries" libc.so.6
 
 # Descriptors that are closed, full, or lead nowhere.
 for closed in "" "<&-" ">&-" "2>&-" "<&- >&-" "<&- 2>&-" ">&- 2>&-" "<&- >&- 2>&-"; do
