@@ -204,9 +204,8 @@ std::string knob_value(const Scenario& scenario, const Knob& knob) {
 }
 
 std::string set_knob(Scenario& scenario, std::string_view name, const std::string& value) {
-    const auto* knob =
-        std::find_if(std::begin(kKnobs), std::end(kKnobs), [&](const Knob& k) { return k.name == name; });
-    if (knob == std::end(kKnobs)) {
+    const auto knob = std::find_if(knobs().begin(), knobs().end(), [&](const Knob& k) { return k.name == name; });
+    if (knob == knobs().end()) {
         return "no such knob: " + std::string(name);
     }
     Scenario changed = scenario;
