@@ -123,10 +123,7 @@ void print_ports(const DiagRecord& record) {
     std::putchar('\n');
 }
 
-const char* priority_name(uint16_t input_mode) {
-    static constexpr const char* kNames[] = {"normal-priority", "low-priority", "high-priority", "unknown-priority"};
-    return kNames[input_mode & 3];
-}
+constexpr const char* kPriorityNames[] = {"normal-priority", "low-priority", "high-priority", "unknown-priority"};
 
 void print_settings(const Calibration& cal, const DiagRecord& record) {
     const uint16_t enable = record.teko_enable;
@@ -135,7 +132,7 @@ void print_settings(const Calibration& cal, const DiagRecord& record) {
                 (enable & 0x01) != 0 ? " PD1=disabled" : "", (enable & 0x04) != 0 ? " PD2=disabled" : "", enable,
                 record.input_mode);
     std::printf("Input_mode        = %x%s %s\n", (enable << 4 & 0xF00) | record.input_mode,
-                (enable & 0x20) != 0 ? " ignore-wrong-1wire" : "", priority_name(record.input_mode));
+                (enable & 0x20) != 0 ? " ignore-wrong-1wire" : "", kPriorityNames[record.input_mode & 3]);
     std::printf("Temperature       = %4.1f degC (%04x %04x)\n", mcu_temperature(cal, record), record.temperature_raw,
                 record.temperature_cal);
     std::printf("Vspare1_A4        = %5.2f V (%04x)\n", scaled(cal, record.vspare1_raw, cal.k_powerrail),

@@ -37,9 +37,7 @@ TEST(CableReport, ShowsTheLinesThatHaveSomethingToShow) {
          {{"teko1_cable_sum", "4096"}, {"teko1_cable_count", "4"}, {"teko1_hpwr", "2"}},
          {kTime + "TEKO1 = valid=0400 6662  0, cable= 8.80 01000  4, hpwr=2, temp="}},
         // With the gain 25.3 the code 5327 is 64.9989 V and 5328 is 65.0115 V.
-        {"voltage of 65 V",
-         {{"teko1_cable_sum", "5327"}},
-         {kTime + "TEKO1 = valid=0400 6662  0, cable=65.00 014cf"}},
+        {"voltage of 65 V", {{"teko1_cable_sum", "5327"}}, {kTime + "TEKO1 = valid=0400 6662  0, cable=65.00 014cf"}},
         {"voltage above 65.0 V", {{"teko1_cable_sum", "5328"}}, {}}};
     for (const auto& c : cases) {
         sim::Board board;
