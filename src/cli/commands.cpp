@@ -116,6 +116,11 @@ bool require_args(const CommandList& words, size_t count) {
     return false;
 }
 
+bool log_last_error(const McuDevice& device) {
+    log_message(kLogError, "%s", device.last_error.c_str());
+    return false;
+}
+
 void pause_before_next_command(const CommandContext& context) {
     if (!context.words.empty()) {
         usleep(kCommandPauseUs);

@@ -60,6 +60,9 @@ std::span<const Command> command_table();
 /// naming the front word, on standard output.
 bool require_args(const CommandList& words, size_t count);
 
+/// Logs the reason that the last operation left, and returns false.
+bool log_last_error(const McuDevice& device);
+
 /// After a reset or an update: gives the MCU a second before the next command, if there is one.
 void pause_before_next_command(const CommandContext& context);
 

@@ -20,10 +20,6 @@ struct DumpData {
     CapRegisters charger;
 };
 
-void print_separator() {
-    std::puts("-----------------");
-}
-
 const char* on_off(bool value) {
     return value ? "on" : "off";
 }

@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr size_t kDateSize = 20;
-
 uint32_t production_minutes(const McuInfo& info) {
     return info.production_time / 60;
 }
@@ -29,7 +27,7 @@ void print_version_block(const uint8_t* block, const char* verdict) {
 }
 
 void print_identity(const McuInfo& info) {
-    char date[kDateSize];
+    char date[kTimestampSize];
     format_timestamp(info.production_time, date, sizeof date);
     std::printf("swid   = %04x\n", info.swid);
     std::printf("hwid   = %04x\n", info.hwid);
@@ -57,11 +55,7 @@ void print_identity(const McuInfo& info) {
 
 /// Reads the identity alone; a failure is logged as it is.
 bool read_identity(CommandContext& context, McuInfo& info) {
-    if (read_version(context.device, &info)) {
-        return true;
-    }
-    log_message(kLogError, "%s", context.device.last_error.c_str());
-    return false;
+    return read_version(context.device, &info) || log_last_error(context.device);
 }
 
 }  // namespace
@@ -112,7 +106,7 @@ bool run_date(CommandContext& context) {
     if (!read_identity(context, info)) {
         return false;
     }
-    char date[kDateSize];
+    char date[kTimestampSize];
     format_minutes_timestamp(production_minutes(info), date, sizeof date);
     std::printf("%s\n", date);
     return true;

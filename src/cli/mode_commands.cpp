@@ -37,7 +37,7 @@ int find_choice(std::span<const Choice> choices, std::string_view word) {
 
 struct Parameter;
 
-/// What a parameter does with its value word; false has left a reason in last_error or logged it.
+/// What a parameter does with its value word; false has logged why.
 using SetValue = bool (*)(McuDevice& device, const Parameter& parameter, const char* value);
 
 bool set_settings_word(McuDevice& device, const Parameter& parameter, const char* value);
@@ -69,11 +69,6 @@ constexpr Parameter kParameters[] = {
     {{"test-10V"}, set_number, kTest10V, 0xFF},
     {{"test-msg"}, set_number, kTestMessage, 0xFFFF},
 };
-
-bool log_last_error(const McuDevice& device) {
-    log_message(kLogError, "%s", device.last_error.c_str());
-    return false;
-}
 
 bool log_invalid_value(const Parameter& parameter) {
     log_message(kLogError, "invalid parameter to --set-mode %s", parameter.names[0].data());

@@ -27,12 +27,6 @@ constexpr uint8_t kUnreadFill = 0x55;
 
 using FilePointer = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
-/// Shows the reason that the last operation left, and ends the run.
-bool log_last_error(const McuDevice& device) {
-    log_message(kLogError, "%s", device.last_error.c_str());
-    return false;
-}
-
 bool reset(CommandContext& context) {
     reset_mcu(context.device);
     log_message(kLogInfo, "%s", context.device.last_error.c_str());

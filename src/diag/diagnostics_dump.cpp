@@ -11,10 +11,6 @@
 
 namespace {
 
-void print_separator() {
-    std::puts("-----------------");
-}
-
 double scaled(const Calibration& cal, uint16_t code, float gain) {
     return static_cast<double>(volts(cal, code, gain));
 }
@@ -142,6 +138,10 @@ void print_settings(const Calibration& cal, const DiagRecord& record) {
 }
 
 }  // namespace
+
+void print_separator() {
+    std::puts("-----------------");
+}
 
 void print_diagnostics_dump(const Calibration& cal, const DiagRecord& record) {
     const TekoView teko1 = teko1_view(record);

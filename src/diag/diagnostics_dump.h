@@ -4,5 +4,8 @@
 #include "diag/diag_record.h"
 #include "mcu/calibration.h"
 
+/// The line between two sections of a dump.
+void print_separator();
+
 /// Prints the record, one value per line, on standard output. REQUIRES: the record is valid.
 void print_diagnostics_dump(const Calibration& cal, const DiagRecord& record);

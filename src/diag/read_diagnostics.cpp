@@ -45,10 +45,6 @@ constexpr HeadWord kHeadWords[] = {
     {RegisterCommand::kReadInputMode, &DiagRecord::input_mode},
 };
 
-bool read_mcu(McuDevice& device, uint8_t start, uint8_t length, uint8_t* data) {
-    return i2c_read(*device.bus, device.address, start, length, data);
-}
-
 uint16_t load(const DiagRecord& record, const HeadWord& head) {
     return head.word != nullptr ? record.*head.word : static_cast<uint16_t>(record.*head.low | record.*head.high << 8);
 }
@@ -79,7 +75,7 @@ bool read_head_words(McuDevice& device, DiagRecord& record) {
 
 bool read_diag_page(McuDevice& device, RegisterCommand command, uint8_t page, uint8_t* data, uint8_t length) {
     return run_register_command_with_param(device, page, command, nullptr) &&
-           read_mcu(device, kDataRegister, length, data);
+           read_registers(device, kDataRegister, length, data);
 }
 
 bool read_pages(McuDevice& device, DiagRecord& record) {
@@ -103,7 +99,7 @@ void check_nevent(const uint8_t* message, uint8_t& crc, uint8_t& crc_ok) {
 bool read_nevents(McuDevice& device, DiagRecord& record) {
     uint8_t reply[20];
     if (!run_register_command(device, RegisterCommand::kReadNevents, nullptr) ||
-        !read_mcu(device, kDataRegister, sizeof reply, reply)) {
+        !read_registers(device, kDataRegister, sizeof reply, reply)) {
         return false;
     }
     std::memcpy(record.nevent1_msg, reply, sizeof record.nevent1_msg);
@@ -117,7 +113,7 @@ bool read_ports(McuDevice& device, DiagRecord& record) {
     uint8_t reply[18];
     static_assert(sizeof reply == 3 * std::size(decltype(record.ports){}));
     if (!run_register_command(device, RegisterCommand::kReadPorts, nullptr) ||
-        !read_mcu(device, kDataRegister, sizeof reply, reply)) {
+        !read_registers(device, kDataRegister, sizeof reply, reply)) {
         return false;
     }
     const uint8_t* byte = reply;
@@ -131,8 +127,8 @@ bool read_ports(McuDevice& device, DiagRecord& record) {
 bool read_w1_rom(McuDevice& device, DiagRecord& record) {
     // A failed command is not the end: the 1-Wire status tells.
     run_register_command(device, RegisterCommand::kReadRom, nullptr);
-    return read_mcu(device, kDataRegister, sizeof record.w1_rom, record.w1_rom) &&
-           read_mcu(device, kParameterRegister, 1, &record.w1_rom_status);
+    return read_registers(device, kDataRegister, sizeof record.w1_rom, record.w1_rom) &&
+           read_registers(device, kParameterRegister, 1, &record.w1_rom_status);
 }
 
 /// Two checked parts: bytes 0 to 7 and bytes 8 to 31, each with its CRC in its last byte.
@@ -145,8 +141,8 @@ bool read_w1_eeprom(McuDevice& device, DiagRecord& record) {
     for (size_t offset = 0; offset < sizeof record.w1_eeprom; offset += kEepromChunk) {
         uint8_t chunk[kEepromChunk];
         run_register_command_with_param(device, static_cast<uint16_t>(offset), RegisterCommand::kReadEeprom, nullptr);
-        if (!read_mcu(device, kDataRegister, sizeof chunk, chunk) ||
-            !read_mcu(device, kParameterRegister, 1, &record.w1_eeprom_status)) {
+        if (!read_registers(device, kDataRegister, sizeof chunk, chunk) ||
+            !read_registers(device, kParameterRegister, 1, &record.w1_eeprom_status)) {
             return false;
         }
         if (record.w1_eeprom_status != 0) {

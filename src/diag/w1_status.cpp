@@ -30,8 +30,8 @@ bool print_w1_pio(McuDevice& device, uint16_t value, bool print) {
     const bool ok = run_register_command_with_param(device, value, RegisterCommand::kWriteW1Pio, nullptr);
     uint8_t bytes[8];
     uint8_t status = 0;
-    if (!i2c_read(*device.bus, device.address, kDataRegister, sizeof bytes, bytes) ||
-        !i2c_read(*device.bus, device.address, kParameterRegister, 1, &status)) {
+    if (!read_registers(device, kDataRegister, sizeof bytes, bytes) ||
+        !read_registers(device, kParameterRegister, 1, &status)) {
         return false;
     }
     if (print) {

@@ -11,7 +11,6 @@
 namespace {
 
 constexpr size_t kMessageSize = 512;
-constexpr size_t kTimestampSize = 32;
 constexpr size_t kTimeOfDay = 11;  // where HH:MM:SS begins in a time stamp
 
 const char* level_name(int level) {

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+inline constexpr size_t kTimestampSize = 32;  ///< more than the 19 characters and their NUL
+
 /// Renders `seconds` since 1970; 0 stands for the current time. A buffer too small for the 19 characters and
 /// their NUL is left holding an empty text; with size 0 it is not touched.
 void format_timestamp(uint32_t seconds, char* buffer, size_t size);

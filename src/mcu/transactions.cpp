@@ -19,10 +19,6 @@ constexpr ChargerWord kChargerWords[] = {
     {kChargerIchgRegister, &CapRegisters::cap_ichg},
 };
 
-bool read_mcu(McuDevice& device, uint8_t start, uint8_t length, uint8_t* data) {
-    return i2c_read(*device.bus, device.address, start, length, data);
-}
-
 bool write_mcu(McuDevice& device, uint8_t start, uint16_t length, const uint8_t* data) {
     return i2c_write(*device.bus, device.address, start, length, data);
 }
@@ -32,7 +28,7 @@ uint8_t poll_status(McuDevice& device, uint8_t status_register) {
     uint8_t status = 0;
     for (int i = 0; i < kPollLimit; ++i) {
         uint8_t byte = 0;
-        if (read_mcu(device, status_register, 1, &byte)) {
+        if (read_registers(device, status_register, 1, &byte)) {
             status = byte;
             if (is_finished(status)) {
                 return status;
@@ -56,13 +52,17 @@ bool write_single_register(McuDevice& device, uint8_t reg, uint8_t value) {
 
 }  // namespace
 
+bool read_registers(McuDevice& device, uint8_t start, uint8_t length, uint8_t* data) {
+    return i2c_read(*device.bus, device.address, start, length, data);
+}
+
 uint8_t poll_frame_status(McuDevice& device, uint8_t* response, uint8_t read_size) {
     const uint8_t status = poll_status(device, kFrameCommandRegister);
     if (read_size == 0) {
         return status;
     }
     response[0] = 0;
-    if (is_finished(status) && !read_mcu(device, kFrameRegister, read_size, response)) {
+    if (is_finished(status) && !read_registers(device, kFrameRegister, read_size, response)) {
         return 0;
     }
     return status;
@@ -103,7 +103,7 @@ bool run_register_command(McuDevice& device, RegisterCommand command, uint16_t* 
         return true;
     }
     uint8_t bytes[2];
-    if (!read_mcu(device, kParameterRegister, sizeof bytes, bytes)) {
+    if (!read_registers(device, kParameterRegister, sizeof bytes, bytes)) {
         return fail(device, "I2C read error, cmd %02x, start %02x, size %02x", code, kParameterRegister, 2);
     }
     *result = get_le16(bytes);
@@ -144,7 +144,7 @@ bool test_i2c_bug1(McuDevice& device) {
 }
 
 bool read_status_block(McuDevice& device, uint8_t* block) {
-    const bool ok = read_mcu(device, kStatusBlockRegister, kStatusBlockSize, block);
+    const bool ok = read_registers(device, kStatusBlockRegister, kStatusBlockSize, block);
     block[kStatusBlockSize] = ok ? 1 : 0;
     if (ok) {
         return true;
@@ -154,7 +154,7 @@ bool read_status_block(McuDevice& device, uint8_t* block) {
 
 bool probe_mcu(McuDevice& device) {
     uint8_t marker = 0;
-    return read_mcu(device, kMarkerRegister, 1, &marker);
+    return read_registers(device, kMarkerRegister, 1, &marker);
 }
 
 bool read_charger_registers(McuDevice& device, CapRegisters& words) {

@@ -20,6 +20,9 @@ struct CapRegisters {
     uint16_t cap_ichg = 0;  ///< two's complement
 };
 
+/// A plain read of the MCU's registers. Sets no text.
+bool read_registers(McuDevice& device, uint8_t start, uint8_t length, uint8_t* data);
+
 /// Reads the frame status until the command has finished, up to 5001 times with 1 ms after each read that did not
 /// say so, then `read_size` response bytes (none for 0). Returns the last status read, and 0 when none could be
 /// read or the response could not.

@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr size_t kTimestampSize = 32;
 constexpr uint8_t kPseAdcFill = 0x11;
 constexpr size_t kPseAdcWords = 60;  // pages 1 to 3, and 24 bytes of page 4
 
@@ -61,7 +60,7 @@ void read_for_cable_report(McuDevice& device, DiagRecord& record) {
 
 bool read_page(McuDevice& device, RegisterCommand command, uint8_t page, uint8_t* data) {
     return run_register_command_with_param(device, page, command, nullptr) &&
-           i2c_read(*device.bus, device.address, kDataRegister, kDiagPageSize, data);
+           read_registers(device, kDataRegister, kDiagPageSize, data);
 }
 
 void print_pse_adc_part(const Calibration& cal, const TekoView& teko) {

@@ -10,10 +10,10 @@
 #include "log/timestamp.h"
 #include "mcu/identity.h"
 #include "status/host_probes.h"
+#include "util/byte_list.h"
 
 namespace {
 
-constexpr size_t kTimestampSize = 32;
 constexpr size_t kTemperatureTextSize = 16;
 
 bool is_present(const McuDevice& device, uint8_t address) {
@@ -112,9 +112,7 @@ void print_inputs_and_outputs(bool readable, const InputStatus& status, const ui
     }
     if (!status.reports_inputs) {
         std::printf(" IO=NOT_supported");
-        for (size_t i = 0; i < kStatusBlockBufferSize; ++i) {
-            std::printf(" %02x", block[i]);
-        }
+        print_bytes(block, kStatusBlockBufferSize);
         return;
     }
     print_input(status);
