@@ -57,6 +57,11 @@ constexpr Setting kSettings[] = {
     {RegisterCommand::kTestMessage, &Scenario::test_msg},
 };
 
+DiagnosticsReply read_eeprom(const Scenario& scenario, uint16_t offset) {
+    const auto status = static_cast<uint16_t>(offset >= scenario.w1_eeprom_fails_at ? scenario.w1_eeprom_status : 0);
+    return {.ok = status == 0, .word = status, .data = part(scenario.w1_eeprom, offset, 8)};
+}
+
 /// Sums, counts and maxima of both lines; the last measurements stay.
 void reset_diagnostics(Scenario& scenario) {
     constexpr size_t page5 = size_t{5} * 32;
@@ -109,10 +114,7 @@ DiagnosticsReply diagnostics_reply(Scenario& scenario, uint8_t code, uint16_t pa
         case RegisterCommand::kReadPorts: return {.word = {}, .data = scenario.ports};
         case RegisterCommand::kReadRom:
             return {.ok = scenario.w1_rom_status == 0, .word = scenario.w1_rom_status, .data = scenario.w1_rom};
-        case RegisterCommand::kReadEeprom:
-            return {.ok = scenario.w1_eeprom_status == 0,
-                    .word = scenario.w1_eeprom_status,
-                    .data = part(scenario.w1_eeprom, param, 8)};
+        case RegisterCommand::kReadEeprom: return read_eeprom(scenario, param);
         case RegisterCommand::kResetDiagnostics: reset_diagnostics(scenario); return {.word = {}, .data = {}};
         case RegisterCommand::kStoreSettings: return {.ok = store(scenario, param), .word = {}, .data = {}};
         case RegisterCommand::kSwitchOff: return {.ok = switch_off(scenario, param), .word = {}, .data = {}};

@@ -127,6 +127,8 @@ constexpr Knob kKnobs[] = {
     {"w1_rom_status", &Scenario::w1_rom_status, false, "1-Wire status after the ROM was read"},
     {"w1_eeprom", &Scenario::w1_eeprom, false, "EEPROM of the 1-Wire device, 32 bytes"},
     {"w1_eeprom_status", &Scenario::w1_eeprom_status, false, "1-Wire status after EEPROM bytes were read"},
+    {"w1_eeprom_fails_at", &Scenario::w1_eeprom_fails_at, false,
+     "first offset with that status; before it all is well"},
     {"w1_pio_data", &Scenario::w1_pio_data, false, "what the 1-Wire device answers to a PIO write, 8 bytes"},
     {"w1_pio_status", &Scenario::w1_pio_status, false, "1-Wire status after a PIO write"},
     {"cap_status", &Scenario::cap_status, false, "charger register 0x1B"},

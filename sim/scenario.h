@@ -82,6 +82,7 @@ struct Scenario {
     Bytes w1_pio_data = Bytes(8, 0);
     uint16_t w1_pio_status = 0;
     uint16_t w1_eeprom_status = 0;
+    uint16_t w1_eeprom_fails_at = 0;
 
     // The charger's words.
     uint16_t cap_status = 0x0022;

@@ -112,6 +112,15 @@ TEST_F(Diagnostics, OneWireTroubleIsDataAndNotAFailure) {
     EXPECT_EQ(record.w1_eeprom[0], 0x11);
     EXPECT_EQ(record.valid, 1);
 
+    // The third chunk: what came before it stays, and no checksum is looked at.
+    board.scenario.w1_eeprom = sound_eeprom();
+    board.scenario.w1_eeprom[7] ^= 1;
+    board.scenario.w1_eeprom_fails_at = 16;
+    EXPECT_TRUE(read_diagnostics(device, record));
+    EXPECT_EQ(record.w1_eeprom_status, 6);
+    EXPECT_EQ(record.w1_eeprom[15], 0x0F);
+    EXPECT_EQ(record.w1_eeprom[16], 0x11);
+
     board.scenario.w1_eeprom_status = 0;
     for (const size_t wrong : {size_t{7}, size_t{31}}) {
         board.scenario.w1_eeprom = sound_eeprom();
