@@ -9,12 +9,13 @@ namespace sim {
 
 namespace {
 
-struct WordSource {
+/// A command and the word that it reads or writes.
+struct CommandWord {
     RegisterCommand command;
     uint16_t Scenario::*member;
 };
 
-constexpr WordSource kWords[] = {
+constexpr CommandWord kWords[] = {
     {RegisterCommand::kReadPowerrail, &Scenario::powerrail_raw},
     {RegisterCommand::kReadExt, &Scenario::ext_raw},
     {RegisterCommand::kReadTeko1Voltage, &Scenario::teko1_voltage_raw},
@@ -42,12 +43,7 @@ Bytes part(const Bytes& bytes, size_t offset, size_t count) {
     return result;
 }
 
-struct Setting {
-    RegisterCommand command;
-    uint16_t Scenario::*member;
-};
-
-constexpr Setting kSettings[] = {
+constexpr CommandWord kSettings[] = {
     {RegisterCommand::kWriteEnableWord, &Scenario::teko_enable},
     {RegisterCommand::kWriteInputMode, &Scenario::input_mode},
     {RegisterCommand::kSetLed1, &Scenario::led1},
@@ -96,13 +92,13 @@ bool store(Scenario& scenario, uint16_t param) {
 }  // namespace
 
 DiagnosticsReply diagnostics_reply(Scenario& scenario, uint8_t code, uint16_t param) {
-    for (const Setting& setting : kSettings) {
+    for (const CommandWord& setting : kSettings) {
         if (static_cast<uint8_t>(setting.command) == code) {
             scenario.*setting.member = param;
             return {.word = {}, .data = {}};
         }
     }
-    for (const WordSource& source : kWords) {
+    for (const CommandWord& source : kWords) {
         if (static_cast<uint8_t>(source.command) == code) {
             return {.word = scenario.*source.member, .data = {}};
         }
