@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -20,6 +21,7 @@
 namespace {
 
 constexpr int kFirstBusDescriptor = 100'000;
+constexpr size_t kMaxMessages = 2;
 
 FakeKernel* kernel = nullptr;
 
@@ -39,20 +41,40 @@ std::string describe(std::span<const sim::Message> messages) {
     return line;
 }
 
+/// Start, address and data with their acknowledges, a repeated start or the stop.
+uint64_t wire_bits(std::span<const sim::Message> messages) {
+    uint64_t bits = 1;
+    for (const sim::Message& message : messages) {
+        bits += 9 * (1 + message.bytes.size()) + 1;
+    }
+    return bits;
+}
+
 int bus_ioctl(sim::Board& board, unsigned long request, void* argument) {
     if (request != I2C_RDWR) {
         std::fprintf(stderr, "unexpected ioctl %lx on the bus\n", request);
         std::abort();
     }
     const auto* rdwr = static_cast<i2c_rdwr_ioctl_data*>(argument);
-    std::vector<sim::Message> messages;
-    for (uint32_t i = 0; i < rdwr->nmsgs; ++i) {
-        const i2c_msg& message = rdwr->msgs[i];
-        messages.push_back({message.addr, (message.flags & I2C_M_RD) != 0, std::span(message.buf, message.len)});
+    std::array<sim::Message, kMaxMessages> all;
+    if (rdwr->nmsgs > all.size()) {
+        std::fprintf(stderr, "unexpected transfer of %u messages\n", rdwr->nmsgs);
+        std::abort();
     }
-    kernel->wire.push_back(describe(messages));
-    board.now_us = kernel->now_us;
-    if (board.transfer(messages)) {
+    const std::span messages = std::span(all).first(rdwr->nmsgs);
+    for (size_t i = 0; i < messages.size(); ++i) {
+        const i2c_msg& message = rdwr->msgs[i];
+        messages[i] = {message.addr, (message.flags & I2C_M_RD) != 0, std::span(message.buf, message.len)};
+    }
+    if (kernel->keep_wire) {
+        kernel->wire.push_back(describe(messages));
+    }
+    FakeKernel& own = *kernel;  // a hook of the board may set up another one
+    own.bus_ns += wire_bits(messages) * own.bit_ns;
+    own.now_us += own.bus_ns / 1000;
+    own.bus_ns %= 1000;
+    board.now_us = own.now_us;
+    if (own.on_bus ? own.on_bus(messages) : board.transfer(messages)) {
         return static_cast<int>(rdwr->nmsgs);
     }
     errno = ENXIO;

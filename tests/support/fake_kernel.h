@@ -5,7 +5,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -31,8 +33,13 @@ public:
     std::vector<SyslogLine> syslog;
     std::vector<std::string> openlog_identities;
     std::vector<uint32_t> sleeps_us;
+    bool keep_wire = true;
     std::vector<std::string> wire;  ///< every ioctl on the bus: "W 08 a5: 42 43" or "R 08 80 32"
-    std::string exported;           ///< what was written to the GPIO's export file
+    uint64_t bit_ns = 0;            ///< what a bit on the bus takes: 2,500 at 400 kHz
+    uint64_t bus_ns = 0;            ///< what is left below a microsecond
+    /// Answers the transfers in place of the boards. False: no acknowledge.
+    std::function<bool(std::span<const sim::Message>)> on_bus;
+    std::string exported;  ///< what was written to the GPIO's export file
     bool export_works = true;
     uint64_t now_us = 1'763'330'000'000'000;  ///< 2025-11-16 21:53:20 UTC
 
