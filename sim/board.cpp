@@ -21,20 +21,15 @@ uint16_t charger_word(const Scenario& scenario, uint8_t reg) {
     }
 }
 
-/// The command that a write to the MCU starts; empty for none.
-std::string command_of(std::span<const uint8_t> bytes) {
-    if (bytes.size() < 2) {
-        return "";
+/// The command that a write to the MCU starts.
+std::optional<CommandCode> command_of(std::span<const uint8_t> bytes) {
+    const auto covers = [&](uint8_t reg) { return reg >= bytes[0] && reg + 1U < bytes[0] + bytes.size(); };
+    for (const uint8_t reg : {kFrameCommandRegister, kCommandRegister}) {
+        if (covers(reg)) {
+            return CommandCode{reg == kFrameCommandRegister, bytes[1U + reg - bytes[0]]};
+        }
     }
-    const auto at = [&](uint8_t reg) -> int {
-        return reg >= bytes[0] && reg < bytes[0] + bytes.size() - 1 ? bytes[1U + reg - bytes[0]] : -1;
-    };
-    if (const int code = at(kFrameCommandRegister); code >= 0) {
-        const FrameForm* form = find_frame_form(static_cast<uint8_t>(code));
-        return form == nullptr ? "" : std::string(form->name);
-    }
-    const int code = at(kCommandRegister);
-    return code < 0 ? "" : register_command_name(static_cast<uint8_t>(code));
+    return std::nullopt;
 }
 
 std::optional<uint16_t> page_of(std::span<const uint8_t> bytes) {
@@ -45,9 +40,11 @@ std::optional<uint16_t> page_of(std::span<const uint8_t> bytes) {
 
 std::optional<ForcedEnd> forced_end(const Fault& fault) {
     switch (fault.kind) {
-        case FaultKind::kFail: return ForcedEnd{ForcedEnd::kFails, fault.status};
+        case FaultKind::kFail: return ForcedEnd{ForcedEnd::kFails, fault.value};
         case FaultKind::kHang: return ForcedEnd{ForcedEnd::kHangs, 0};
         case FaultKind::kSkip: return ForcedEnd{ForcedEnd::kPretends, 0};
+        case FaultKind::kSlow: return ForcedEnd{ForcedEnd::kSlow, fault.value};
+        case FaultKind::kTear: return ForcedEnd{ForcedEnd::kTorn, fault.value};
         default: return std::nullopt;
     }
 }
@@ -66,6 +63,15 @@ void flip(std::span<const Message> messages) {
 
 Board::Board() : mcu(scenario, flash, [this](const std::string& text) { violations.push_back(text); }) {}
 
+Board::Board(const Board& other)
+    : scenario(other.scenario),
+      flash(other.flash),
+      mcu(scenario, flash, [this](const std::string& text) { violations.push_back(text); }),
+      now_us(other.now_us),
+      charger_pointer_(other.charger_pointer_) {
+    mcu.assume(other.mcu);
+}
+
 void Board::add_fault(const std::string& text) {
     std::string problem;
     const auto fault = parse_fault(text, problem);
@@ -77,7 +83,7 @@ void Board::add_fault(const std::string& text) {
 }
 
 TransferPlace Board::place_of(std::span<const Message> messages) const {
-    TransferPlace place{transfers_, std::nullopt, "", std::nullopt, now_us};
+    TransferPlace place{transfers_, std::nullopt, std::nullopt, std::nullopt, now_us};
     if (messages.empty()) {
         return place;
     }
@@ -123,38 +129,47 @@ bool Board::carry_out(const Message& message, std::optional<ForcedEnd> forced) {
     return true;
 }
 
-bool Board::transfer(std::span<const Message> messages) {
-    ++transfers_;
-    mcu.advance(now_us);
+Board::Strikes Board::strike(std::span<const Message> messages) {
+    Strikes strikes;
+    if (faults.empty()) {
+        return strikes;
+    }
     const TransferPlace place = place_of(messages);
-    std::optional<ForcedEnd> forced;
-    bool refused = false;
-    bool lost = false;
-    bool flipped = false;
     for (Fault& fault : faults) {
         if (fault.strikes(place)) {
-            dead_ = dead_ || fault.kind == FaultKind::kDead;
-            refused = refused || fault.kind == FaultKind::kNack;
-            lost = lost || fault.kind == FaultKind::kLost;
-            flipped = flipped || fault.kind == FaultKind::kFlip;
-            if (fault.kind == FaultKind::kRestart) {
-                mcu.restart();
-            }
+            strikes.kinds |= 1U << static_cast<uint32_t>(fault.kind);
             if (const auto end = forced_end(fault)) {
-                forced = end;
+                strikes.forced = end;
             }
         }
     }
-    bool acknowledged = !dead_ && !refused;
-    for (const Message& message : messages) {
-        acknowledged = acknowledged && carry_out(message, forced);
+    dead_ = dead_ || strikes.has(FaultKind::kDead);
+    return strikes;
+}
+
+bool Board::transfer(std::span<const Message> messages) {
+    ++transfers_;
+    mcu.advance(now_us);
+    const Strikes strikes = strike(messages);
+    if (strikes.has(FaultKind::kRestart)) {
+        mcu.restart();
     }
-    if (flipped) {
+    bool acknowledged = !dead_ && !strikes.has(FaultKind::kNack);
+    for (const Message& message : messages) {
+        acknowledged = acknowledged && carry_out(message, strikes.forced);
+    }
+    if (strikes.has(FaultKind::kFlip)) {
         flip(messages);
     }
-    acknowledged = acknowledged && !lost;
+    if (strikes.has(FaultKind::kCut)) {
+        mcu.restart();
+    }
+    acknowledged = acknowledged && !strikes.has(FaultKind::kLost);
     if (on_transfer) {
         on_transfer({transfers_, now_us, messages, acknowledged});
+    }
+    if (strikes.has(FaultKind::kKill) && on_kill) {
+        on_kill();
     }
     return acknowledged;
 }

@@ -33,7 +33,8 @@ struct Transfer {
 class Board {
 public:
     Board();
-    Board(const Board&) = delete;
+    /// The same board at the same moment, with no faults, no hooks and a clean record.
+    Board(const Board& other);
     Board& operator=(const Board&) = delete;
 
     Scenario scenario;
@@ -42,6 +43,7 @@ public:
     std::vector<Fault> faults;
     std::vector<std::string> violations;  ///< what the host must not do
     std::function<void(const Transfer&)> on_transfer;
+    std::function<void()> on_kill;  ///< ends the program under test
 
     /// The board's clock, in microseconds; the owner moves it.
     uint64_t now_us = 0;
@@ -57,6 +59,17 @@ public:
     void add_fault(const std::string& text);
 
 private:
+    /// The faults that strike one transfer.
+    struct Strikes {
+        uint32_t kinds = 0;
+        std::optional<ForcedEnd> forced;
+
+        bool has(FaultKind kind) const {
+            return (kinds >> static_cast<uint32_t>(kind) & 1) != 0;
+        }
+    };
+
+    Strikes strike(std::span<const Message> messages);
     bool carry_out(const Message& message, std::optional<ForcedEnd> forced);
     bool answers(uint16_t address) const;
     TransferPlace place_of(std::span<const Message> messages) const;

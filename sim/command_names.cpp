@@ -12,7 +12,7 @@ constexpr FrameForm kFrames[] = {
     {FrameCommand::kReadVersion, "read-version", kFrameCommandRegister, 0, false},
     {FrameCommand::kReadFlashStatus, "read-flash-status", kFrameCommandRegister, 0, false},
     {FrameCommand::kReadVersion2, "read-version2", kFrameCommandRegister, 0, false},
-    {FrameCommand::kWriteSegment, "segment", kFrameRegister, kWriteKey, false},
+    {FrameCommand::kWriteSegment, "segment", kFrameRegister, kWriteKey, true},
     {FrameCommand::kCommitPage, "commit", kFramePageRegister, kWriteKey, true},
     {FrameCommand::kEraseOther, "erase", kFrameKeyRegister, kWriteKey, true},
     {FrameCommand::kEnableOther, "enable", kFrameRegister, kWriteKey, true},
@@ -83,14 +83,23 @@ std::string register_command_name(uint8_t code) {
     return text;
 }
 
-bool is_command_name(std::string_view name) {
-    return std::any_of(std::begin(kFrames), std::end(kFrames), [&](const FrameForm& f) { return f.name == name; }) ||
-           std::any_of(std::begin(kRegisterNames), std::end(kRegisterNames),
-                       [&](const RegisterName& r) { return r.name == name; });
+std::optional<CommandCode> find_command(std::string_view name) {
+    for (const FrameForm& form : kFrames) {
+        if (form.name == name) {
+            return CommandCode{true, static_cast<uint8_t>(form.command)};
+        }
+    }
+    for (const RegisterName& entry : kRegisterNames) {
+        if (entry.name == name) {
+            return CommandCode{false, static_cast<uint8_t>(entry.command)};
+        }
+    }
+    return std::nullopt;
 }
 
-bool has_page(std::string_view name) {
-    return name == "segment" || name == "commit" || name == "read-segment";
+bool has_page(CommandCode command) {
+    const auto is = [&](FrameCommand code) { return command == CommandCode{true, static_cast<uint8_t>(code)}; };
+    return is(FrameCommand::kWriteSegment) || is(FrameCommand::kCommitPage) || is(FrameCommand::kReadSegment);
 }
 
 }  // namespace sim

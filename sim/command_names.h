@@ -17,7 +17,15 @@ struct FrameForm {
     std::string_view name;
     uint8_t start;
     uint8_t key;
-    bool changes;  ///< the flash, the regions or the running program
+    bool changes;  ///< the flash, the page being handed over, the regions or the running program
+};
+
+/// A command of either form.
+struct CommandCode {
+    bool frame;
+    uint8_t code;
+
+    bool operator==(const CommandCode&) const = default;
 };
 
 /// Null for a code that the MCU does not know.
@@ -26,10 +34,9 @@ const FrameForm* find_frame_form(uint8_t code);
 /// "powerrail" and the like; "command-XX" for a code that has no name.
 std::string register_command_name(uint8_t code);
 
-/// True when some command has this name.
-bool is_command_name(std::string_view name);
+std::optional<CommandCode> find_command(std::string_view name);
 
-/// True when the frame of this name carries a page number.
-bool has_page(std::string_view name);
+/// True when the command carries a page number.
+bool has_page(CommandCode command);
 
 }  // namespace sim

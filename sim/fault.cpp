@@ -5,34 +5,94 @@
 #include <regex>
 #include <utility>
 
-#include "sim/command_names.h"
+#include "mcu/flash_geometry.h"
 
 namespace sim {
 
 namespace {
 
-constexpr std::pair<const char*, FaultKind> kKinds[] = {
-    {"nack", FaultKind::kNack},       {"dead", FaultKind::kDead}, {"lost", FaultKind::kLost},
-    {"restart", FaultKind::kRestart}, {"flip", FaultKind::kFlip}, {"fail", FaultKind::kFail},
-    {"hang", FaultKind::kHang},       {"skip", FaultKind::kSkip},
+struct KindForm {
+    const char* name;
+    FaultKind kind;
+    bool of_command;     ///< happens to a command rather than to a transfer
+    uint16_t max_value;  ///< 0: takes none
+    bool needs_value;
 };
 
-std::optional<FaultKind> find_kind(const std::string& name) {
-    for (const auto& [kind_name, kind] : kKinds) {
-        if (name == kind_name) {
-            return kind;
+constexpr KindForm kKinds[] = {
+    {"nack", FaultKind::kNack, false, 0, false},        {"dead", FaultKind::kDead, false, 0, false},
+    {"lost", FaultKind::kLost, false, 0, false},        {"restart", FaultKind::kRestart, false, 0, false},
+    {"cut", FaultKind::kCut, false, 0, false},          {"kill", FaultKind::kKill, false, 0, false},
+    {"flip", FaultKind::kFlip, false, 0, false},        {"fail", FaultKind::kFail, true, 0xFF, false},
+    {"hang", FaultKind::kHang, true, 0, false},         {"skip", FaultKind::kSkip, true, 0, false},
+    {"slow", FaultKind::kSlow, true, UINT16_MAX, true}, {"tear", FaultKind::kTear, true, kPageSize, true},
+};
+
+constexpr std::pair<const char*, CommandGroup> kGroups[] = {
+    {"any-command", CommandGroup::kCommands},
+    {"any-frame", CommandGroup::kFrames},
+    {"any-change", CommandGroup::kChanges},
+};
+
+const KindForm* find_kind(const std::string& name) {
+    for (const KindForm& form : kKinds) {
+        if (name == form.name) {
+            return &form;
         }
     }
-    return std::nullopt;
-}
-
-bool needs_command(FaultKind kind) {
-    return kind == FaultKind::kFail || kind == FaultKind::kHang || kind == FaultKind::kSkip;
+    return nullptr;
 }
 
 uint64_t number(const std::string& text) {
     const bool hexadecimal = text.size() > 1 && text[1] == 'x';
     return std::strtoull(text.c_str(), nullptr, hexadecimal ? 16 : 10);
+}
+
+bool is_in(CommandGroup group, CommandCode command) {
+    if (group == CommandGroup::kCommands) {
+        return true;
+    }
+    const FrameForm* form = command.frame ? find_frame_form(command.code) : nullptr;
+    return form != nullptr && (group == CommandGroup::kFrames || form->changes);
+}
+
+/// Reads NAME[/PAGE]. On failure `problem` says why.
+bool parse_command(const std::string& name, const std::string& page, Fault& fault, std::string& problem) {
+    for (const auto& [group_name, group] : kGroups) {
+        if (name == group_name && page.empty()) {
+            fault.where = group;
+            return true;
+        }
+    }
+    const auto command = find_command(name);
+    if (!command) {
+        problem = "no such command: " + name;
+        return false;
+    }
+    if (!page.empty() && !has_page(*command)) {
+        problem = name + " has no page";
+        return false;
+    }
+    fault.where = CommandPlace{*command, std::nullopt};
+    if (!page.empty()) {
+        std::get<CommandPlace>(fault.where).page = static_cast<uint16_t>(number(page));
+    }
+    return true;
+}
+
+/// Empty, or what is wrong with a fault of this kind.
+std::string check_kind(const KindForm& form, const std::string& value, bool has_command) {
+    const std::string name = form.name;
+    if (!value.empty() && form.max_value == 0) {
+        return name + " takes no value";
+    }
+    if (value.empty() && form.needs_value) {
+        return name + " needs a value";
+    }
+    if (!value.empty() && number(value) > form.max_value) {
+        return name + " takes a value up to " + std::to_string(form.max_value);
+    }
+    return form.of_command && !has_command ? name + " needs the name of a command" : "";
 }
 
 }  // namespace
@@ -45,8 +105,14 @@ bool Fault::matches(const TransferPlace& place) const {
     if (const auto* at = std::get_if<RegisterPlace>(&where)) {
         return place.mcu_register == at->reg;
     }
+    if (!place.command) {
+        return false;
+    }
+    if (const auto* group = std::get_if<CommandGroup>(&where)) {
+        return is_in(*group, *place.command);
+    }
     const auto& command = std::get<CommandPlace>(where);
-    return place.command == command.name && (!command.page || place.page == command.page);
+    return place.command == command.command && (!command.page || place.page == command.page);
 }
 
 bool Fault::strikes(const TransferPlace& place) {
@@ -61,47 +127,35 @@ bool Fault::strikes(const TransferPlace& place) {
 }
 
 std::optional<Fault> parse_fault(const std::string& text, std::string& problem) {
-    static const std::regex form(
-        R"(([a-z]+)(?:=(0x[0-9a-f]{1,2}))?@(?:([1-9]\d{0,17})|reg-([0-9a-f]{2})|([a-z][a-z0-9-]*)(?:/(\d{1,3}))?))"
-        R"((?:#([1-9]\d{0,17}))?(?:x([1-9]\d{0,17}|\*)|\+(\d{1,12})ms)?)");
+    static const std::regex form(R"(([a-z]+)(?:=(0x[0-9a-f]{1,2}|\d{1,5}))?@)"
+                                 R"((?:([1-9]\d{0,17})|reg-([0-9a-f]{2})|([a-z][a-z0-9-]*)(?:/(\d{1,3}))?))"
+                                 R"((?:#([1-9]\d{0,17}))?(?:x([1-9]\d{0,17}|\*)|\+(\d{1,12})ms)?)");
     std::smatch part;
     if (!std::regex_match(text, part, form)) {
-        problem = text + ": not a fault; it is written KIND[=STATUS]@WHERE[#N][xCOUNT]";
-        return std::nullopt;
-    }
-    const auto kind = find_kind(part[1]);
-    if (!kind) {
-        problem = text + ": no such kind of fault: " + part[1].str();
-        return std::nullopt;
-    }
-    if (part[5].matched && !is_command_name(part[5].str())) {
-        problem = text + ": no such command: " + part[5].str();
-        return std::nullopt;
-    }
-    if (part[6].matched && !has_page(part[5].str())) {
-        problem = text + ": " + part[5].str() + " has no page";
-        return std::nullopt;
-    }
-    if (part[2].matched && *kind != FaultKind::kFail) {
-        problem = text + ": " + part[1].str() + " takes no status";
-        return std::nullopt;
-    }
-    if (!part[5].matched && needs_command(*kind)) {
-        problem = text + ": " + part[1].str() + " needs the name of a command";
+        problem = text + ": not a fault; it is written KIND[=VALUE]@WHERE[#N][xCOUNT]";
         return std::nullopt;
     }
     Fault fault;
-    fault.kind = *kind;
-    if (part[2].matched) {
-        fault.status = static_cast<uint8_t>(number(part[2]));
+    const KindForm* kind = find_kind(part[1]);
+    if (kind == nullptr) {
+        problem = text + ": no such kind of fault: " + part[1].str();
+        return std::nullopt;
     }
+    fault.kind = kind->kind;
     if (part[3].matched) {
         fault.where = number(part[3]);
     } else if (part[4].matched) {
         fault.where = RegisterPlace{static_cast<uint8_t>(std::strtoul(part[4].str().c_str(), nullptr, 16))};
-    } else {
-        const auto page = static_cast<uint16_t>(number(part[6]));
-        fault.where = CommandPlace{part[5], part[6].matched ? std::optional(page) : std::nullopt};
+    } else if (!parse_command(part[5], part[6], fault, problem)) {
+        problem = text + ": " + problem;
+        return std::nullopt;
+    }
+    if (const std::string mistake = check_kind(*kind, part[2], part[5].matched); !mistake.empty()) {
+        problem = text + ": " + mistake;
+        return std::nullopt;
+    }
+    if (part[2].matched) {
+        fault.value = static_cast<uint16_t>(number(part[2]));
     }
     fault.first = part[7].matched ? number(part[7]) : 1;
     if (part[8].matched) {

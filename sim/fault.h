@@ -1,20 +1,25 @@
 // SPDX-License-Identifier: MIT
 // Things that go wrong on purpose. One fault in words, as --fault takes it:
 //
-//   KIND[=STATUS]@WHERE[#N][xCOUNT]
+//   KIND[=VALUE]@WHERE[#N][xCOUNT|+TIMEms]
 //
 //   nack      the transfer is not acknowledged, and nothing happens
 //   dead      from this transfer on nothing at all is acknowledged
 //   lost      the device takes the transfer, but the host is told that it failed
 //   restart   the MCU restarts just before the transfer
+//   cut       the MCU loses its power right after it took the transfer, and starts again
+//   kill      the program under test is killed right after the transfer
 //   flip      every bit of the bytes read is wrong
-//   fail      the command is not carried out and finishes with STATUS (0x80 if not given)
+//   fail      the command is not carried out and finishes with the status VALUE (0x80 if not given)
 //   hang      the command is not carried out and never finishes
 //   skip      the command is not carried out, but reports success
+//   slow      the command is carried out, and reports so at the VALUEth status read
+//   tear      the MCU loses its power inside the command and starts again: an erase has cleared VALUE pages by then, a
+//             commit has written VALUE bytes, anything else is done (VALUE above 0) or not (0)
 //
 //   WHERE     a number: that transfer, counting from 1; a register of the MCU ("reg-0f"): transfers that begin there;
-//   or
-//             the name of a command, a page behind it if it has one ("commit/100", "erase", "read-ports")
+//             the name of a command, a page behind it if it has one ("commit/100", "erase", "read-ports"); or
+//             "any-command", "any-frame", "any-change" (a frame that changes flash, regions or the running program)
 //   #N        from the Nth such transfer on (the first if not given)
 //   xCOUNT    so many such transfers; x* for all of them (one if not given)
 //   +TIMEms   or so long, from the first one on
@@ -25,24 +30,28 @@
 #include <string>
 #include <variant>
 
+#include "sim/command_names.h"
+
 namespace sim {
 
-enum class FaultKind { kNack, kDead, kLost, kRestart, kFlip, kFail, kHang, kSkip };
+enum class FaultKind { kNack, kDead, kLost, kRestart, kCut, kKill, kFlip, kFail, kHang, kSkip, kSlow, kTear };
 
 struct CommandPlace {
-    std::string name;
+    CommandCode command;
     std::optional<uint16_t> page;
 };
+
+enum class CommandGroup { kCommands, kFrames, kChanges };
 
 struct RegisterPlace {
     uint8_t reg;
 };
 
-/// What a fault can see of a transfer. The command is empty for transfers that carry none.
+/// What a fault can see of a transfer.
 struct TransferPlace {
     uint64_t number;
     std::optional<uint8_t> mcu_register;
-    std::string command;
+    std::optional<CommandCode> command;
     std::optional<uint16_t> page;
     uint64_t time_us;
 };
@@ -51,8 +60,8 @@ inline constexpr uint64_t kUnlimited = UINT64_MAX;
 
 struct Fault {
     FaultKind kind = FaultKind::kNack;
-    uint8_t status = 0x80;
-    std::variant<uint64_t, RegisterPlace, CommandPlace> where = uint64_t{1};
+    uint16_t value = 0x80;
+    std::variant<uint64_t, RegisterPlace, CommandPlace, CommandGroup> where = uint64_t{1};
     uint64_t first = 1;
     uint64_t count = 1;
     std::optional<uint64_t> duration_us;

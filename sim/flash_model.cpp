@@ -41,12 +41,10 @@ FlashModel::FlashModel() {
 }
 
 void FlashModel::install(int region, std::span<const uint8_t> program, uint16_t swid) {
-    const auto start = memory_.begin() + static_cast<std::ptrdiff_t>(region) * kRegionSize;
-    std::fill(start, start + kRegionSize, uint8_t{0xFF});
-    std::copy(program.begin(), program.end(), start);
-    const auto index = static_cast<size_t>(region);
-    checksums_[index].reset();
-    regions[index] = {swid, true, checksum(region)};
+    clear(region, kRegionPages);
+    std::copy(program.begin(), program.end(),
+              memory_.begin() + static_cast<std::ptrdiff_t>(region) * static_cast<std::ptrdiff_t>(kRegionSize));
+    regions[static_cast<size_t>(region)] = {swid, true, checksum(region)};
     latest = region;
 }
 
@@ -56,18 +54,35 @@ void FlashModel::restore(std::vector<uint8_t> memory, int running) {
     running_ = running;
 }
 
-void FlashModel::boot(int preferred) {
-    buffer_segments_ = 0;
+int FlashModel::next_start(int preferred) const {
     const auto can_start = [&](int region) {
         const RegionState& state = regions[static_cast<size_t>(region)];
         return state.enabled && state.checksum == checksum(region);
     };
     const int first = preferred >= 0 ? preferred : latest;
     if (can_start(first)) {
-        running_ = first;
-    } else {
-        running_ = can_start(1 - first) ? 1 - first : -1;
+        return first;
     }
+    return can_start(1 - first) ? 1 - first : -1;
+}
+
+void FlashModel::boot(int preferred) {
+    segments_lost_ = segments_lost_ || buffer_segments_ != 0;
+    buffer_segments_ = 0;
+    running_ = next_start(preferred);
+    history.push_back({RegionEvent::kStarted, running_});
+}
+
+void FlashModel::touch(int region) {
+    const auto index = static_cast<size_t>(region);
+    checksums_[index].reset();
+    ++writes_[index];
+}
+
+void FlashModel::clear(int region, uint32_t pages) {
+    const auto start = memory_.begin() + static_cast<std::ptrdiff_t>(region) * static_cast<std::ptrdiff_t>(kRegionSize);
+    std::fill(start, start + static_cast<std::ptrdiff_t>(pages * kPageSize), uint8_t{0xFF});
+    touch(region);
 }
 
 uint16_t FlashModel::checksum(int region) const {
@@ -79,13 +94,15 @@ uint16_t FlashModel::checksum(int region) const {
 }
 
 Verdict FlashModel::erase_other() {
-    const auto region = static_cast<size_t>(other());
-    const auto start = memory_.begin() + static_cast<std::ptrdiff_t>(region) * kRegionSize;
-    std::fill(start, start + kRegionSize, uint8_t{0xFF});
-    checksums_[region].reset();
-    regions[region] = {};
+    clear(other(), kRegionPages);
+    regions[static_cast<size_t>(other())] = {};
     buffer_segments_ = 0;
+    history.push_back({RegionEvent::kErased, other()});
     return {};
+}
+
+void FlashModel::tear_erase(uint32_t pages) {
+    clear(other(), pages);
 }
 
 Verdict FlashModel::check_page(uint16_t page) const {
@@ -110,17 +127,24 @@ Verdict FlashModel::write_segment(uint16_t page, uint8_t segment, std::span<cons
         buffer_page_ = page;
         buffer_segments_ = 0;
     }
+    if (segment == 0) {
+        segments_lost_ = false;
+    }
     std::copy(data.begin(), data.end(), buffer_.begin() + segment * kSegmentSize);
     buffer_segments_ |= 1U << segment;
     return {};
 }
 
 Verdict FlashModel::commit(uint16_t page, uint16_t checksum) {
+    return tear_commit(page, checksum, kPageSize);
+}
+
+Verdict FlashModel::tear_commit(uint16_t page, uint16_t checksum, uint32_t bytes) {
     if (Verdict verdict = check_page(page); !verdict.ok) {
         return verdict;
     }
     if (page != buffer_page_ || buffer_segments_ != kAllSegments) {
-        return violation(page_text("page %u is committed without all its segments", page));
+        return segments_lost_ ? refuse() : violation(page_text("page %u is committed without all its segments", page));
     }
     if (crc16_buffer(kCrc16Start, buffer_.data(), buffer_.size()) != checksum) {
         return violation(page_text("page %u is committed with a wrong checksum", page));
@@ -132,8 +156,8 @@ Verdict FlashModel::commit(uint16_t page, uint16_t checksum) {
             return violation(page_text("page %u is written onto flash that is not erased", page));
         }
     }
-    std::copy(buffer_.begin(), buffer_.end(), flash);
-    checksums_[page / kRegionPages].reset();
+    std::copy_n(buffer_.begin(), bytes, flash);
+    touch(page / kRegionPages);
     buffer_segments_ = 0;
     return {};
 }
@@ -144,6 +168,7 @@ Verdict FlashModel::enable_other(uint16_t swid, uint16_t expected) {
     }
     regions[static_cast<size_t>(other())] = {swid, true, expected};
     latest = other();
+    history.push_back({RegionEvent::kEnabled, other()});
     return {};
 }
 
@@ -152,6 +177,7 @@ Verdict FlashModel::disable_running() {
         return violation("the running region is disabled while the other one is not enabled");
     }
     regions[static_cast<size_t>(running_)].enabled = false;
+    history.push_back({RegionEvent::kDisabled, running_});
     return {};
 }
 

@@ -50,6 +50,10 @@ void McuModel::restart() {
     silent_until_us_ = now_us_ + uint64_t{scenario_.boot_ms} * 1000;
 }
 
+void McuModel::assume(const McuModel& other) {
+    static_cast<McuState&>(*this) = other;
+}
+
 void McuModel::set_marker(uint8_t marker) {
     registers_[kMarkerRegister] = marker;
 }
@@ -113,14 +117,35 @@ void McuModel::finish(Completion& completion, bool ok) {
     completion = {ok ? kSuccess : kStatusFinished, scenario_.polls};
 }
 
-void McuModel::start_register_command(std::optional<ForcedEnd> forced) {
-    if (!forced) {
-        finish(command_, execute_register_command(registers_[kCommandRegister]));
-    } else if (forced->kind == ForcedEnd::kHangs) {
-        command_ = {0, kNever};
-    } else {
-        command_ = {forced->kind == ForcedEnd::kFails ? forced->status : kSuccess, scenario_.polls};
+/// For commands that are not carried out.
+McuState::Completion McuModel::forced_completion(const ForcedEnd& end) const {
+    switch (end.kind) {
+        case ForcedEnd::kFails: return {static_cast<uint8_t>(end.value), scenario_.polls};
+        case ForcedEnd::kPretends: return {kSuccess, scenario_.polls};
+        default: return {0, kNever};
     }
+}
+
+void McuModel::start_register_command(std::optional<ForcedEnd> forced) {
+    if (forced && forced->kind == ForcedEnd::kTorn) {
+        restart();
+    } else if (forced && forced->kind != ForcedEnd::kSlow) {
+        command_ = forced_completion(*forced);
+    } else {
+        finish(command_, execute_register_command(registers_[kCommandRegister]));
+        command_.polls_left = forced ? forced->value : command_.polls_left;
+    }
+}
+
+void McuModel::tear_frame(const FrameForm& form, std::span<const uint8_t> frame, uint16_t done) {
+    if (form.command == FrameCommand::kEraseOther) {
+        flash_.tear_erase(std::min<uint32_t>(done, kRegionPages));
+    } else if (form.command == FrameCommand::kCommitPage) {
+        accept(flash_.tear_commit(get_le16(&frame[0]), get_le16(&frame[3]), done));
+    } else if (done != 0) {
+        execute_frame(form, frame);
+    }
+    restart();
 }
 
 void McuModel::start_frame_command(uint8_t start, std::span<const uint8_t> frame, std::optional<ForcedEnd> forced) {
@@ -134,14 +159,15 @@ void McuModel::start_frame_command(uint8_t start, std::span<const uint8_t> frame
                       frame.size(), start, registers_[kFrameKeyRegister]);
         on_violation_(text);
         finish(frame_, false);
-    } else if (!forced && form->command == FrameCommand::kResetNow) {
+    } else if (forced && forced->kind == ForcedEnd::kTorn) {
+        tear_frame(*form, frame, forced->value);
+    } else if (forced && forced->kind != ForcedEnd::kSlow) {
+        frame_ = forced_completion(*forced);
+    } else if (form->command == FrameCommand::kResetNow) {
         restart();  // and nobody is left to answer
-    } else if (!forced) {
-        finish(frame_, execute_frame(*form, frame));
-    } else if (forced->kind == ForcedEnd::kHangs) {
-        frame_ = {0, kNever};
     } else {
-        frame_ = {forced->kind == ForcedEnd::kFails ? forced->status : kSuccess, scenario_.polls};
+        finish(frame_, execute_frame(*form, frame));
+        frame_.polls_left = forced ? forced->value : frame_.polls_left;
     }
 }
 

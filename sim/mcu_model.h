@@ -15,13 +15,31 @@
 
 namespace sim {
 
-/// How the next command ends instead of being carried out.
+/// How the next command ends. Only kSlow, and a part of kTorn, is carried out.
 struct ForcedEnd {
-    enum Kind { kFails, kHangs, kPretends } kind;
-    uint8_t status;
+    enum Kind { kFails, kHangs, kPretends, kSlow, kTorn } kind;
+    uint16_t value;  ///< status, status reads, or how much of a torn command is done
 };
 
-class McuModel {
+/// What the MCU has in its memory.
+struct McuState {
+    struct Completion {
+        uint8_t status = 0;
+        uint32_t polls_left = 0;
+    };
+
+    std::optional<uint64_t> reset_due_us;
+    std::array<uint8_t, 256> registers_{};
+    uint8_t pointer_ = 0;
+    bool handshake_written_ = false;
+    Completion frame_;
+    Completion command_;
+    uint64_t now_us_ = 0;
+    uint64_t silent_until_us_ = 0;
+    uint64_t reset_grace_us_ = 0;
+};
+
+class McuModel : private McuState {
 public:
     /// A rule that the host has broken is told to `on_violation`.
     McuModel(Scenario& scenario, FlashModel& flash, std::function<void(const std::string&)> on_violation);
@@ -50,18 +68,17 @@ public:
         return now_us_;
     }
 
-    std::optional<uint64_t> reset_due_us;
+    using McuState::reset_due_us;
     void set_marker(uint8_t marker);
 
-private:
-    struct Completion {
-        uint8_t status = 0;
-        uint32_t polls_left = 0;
-    };
+    /// Becomes what the other one is; scenario and flash stay its own.
+    void assume(const McuModel& other);
 
+private:
     void start_frame_command(uint8_t start, std::span<const uint8_t> frame, std::optional<ForcedEnd> forced);
     void start_register_command(std::optional<ForcedEnd> forced);
     bool execute_frame(const FrameForm& form, std::span<const uint8_t> frame);
+    void tear_frame(const FrameForm& form, std::span<const uint8_t> frame, uint16_t done);
     bool execute_register_command(uint8_t code);
     bool read_version2();
     bool read_segment(std::span<const uint8_t> frame);
@@ -70,20 +87,13 @@ private:
     void respond_word(uint16_t value);
     bool accept(const Verdict& verdict);
     void finish(Completion& completion, bool ok);
+    Completion forced_completion(const ForcedEnd& end) const;
     uint8_t read_register(uint8_t reg);
     uint8_t poll(Completion& completion);
 
     Scenario& scenario_;
     FlashModel& flash_;
     std::function<void(const std::string&)> on_violation_;
-    std::array<uint8_t, 256> registers_{};
-    uint8_t pointer_ = 0;
-    bool handshake_written_ = false;
-    Completion frame_;
-    Completion command_;
-    uint64_t now_us_ = 0;
-    uint64_t silent_until_us_ = 0;
-    uint64_t reset_grace_us_ = 0;
 };
 
 }  // namespace sim

@@ -200,7 +200,7 @@ void add_run_options(CLI::App& run, RunOptions& options) {
     run.add_option("--preset", options.preset, "a typical situation, see 'sv_board presets'")->capture_default_str();
     run.add_option("--set", options.settings, "KEY=VALUE, see 'sv_board knobs'; may be repeated")
         ->allow_extra_args(false);
-    run.add_option("--fault", options.faults, "KIND[=STATUS]@WHERE[#N][xCOUNT], see docs/testing.md; may be repeated")
+    run.add_option("--fault", options.faults, "KIND[=VALUE]@WHERE[#N][xCOUNT], see docs/testing.md; may be repeated")
         ->allow_extra_args(false);
     run.add_option("--trace", options.trace_path, "file for one line per transfer");
     run.add_option("--syslog", options.syslog_path, "file for the program's lines to the system log");

@@ -15,6 +15,7 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <new>
 
 #include "sim/host_model.h"
@@ -172,7 +173,10 @@ int Testbed::run(const std::vector<std::string>& command) {
     posix_spawnattr_setsigdefault(&attributes, &defaults);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
     pid_t child = 0;
+    std::promise<pid_t> started;
+    board_.on_kill = [pid = started.get_future().share()] { kill(pid.get(), SIGKILL); };
     const int error = posix_spawnp(&child, words[0], nullptr, &attributes, words.data(), environ);
+    started.set_value(child);
     posix_spawnattr_destroy(&attributes);
     if (error != 0) {
         problem_ = command[0] + ": " + std::strerror(error);
