@@ -27,3 +27,10 @@ function(sv_library name)
   add_library(${name} STATIC ${arg_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PUBLIC sv_flags ${arg_LINK})
 endfunction()
+
+# The calls into the kernel that tests/support/fake_kernel.cpp answers.
+function(sv_wrap_kernel target)
+  foreach(call open ioctl usleep clock_gettime time openlog syslog fopen access)
+    target_link_options(${target} PRIVATE -Wl,--wrap=${call})
+  endforeach()
+endfunction()

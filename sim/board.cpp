@@ -21,17 +21,6 @@ uint16_t charger_word(const Scenario& scenario, uint8_t reg) {
     }
 }
 
-/// The command that a write to the MCU starts.
-std::optional<CommandCode> command_of(std::span<const uint8_t> bytes) {
-    const auto covers = [&](uint8_t reg) { return reg >= bytes[0] && reg + 1U < bytes[0] + bytes.size(); };
-    for (const uint8_t reg : {kFrameCommandRegister, kCommandRegister}) {
-        if (covers(reg)) {
-            return CommandCode{reg == kFrameCommandRegister, bytes[1U + reg - bytes[0]]};
-        }
-    }
-    return std::nullopt;
-}
-
 std::optional<uint16_t> page_of(std::span<const uint8_t> bytes) {
     const size_t offset = 1U + kFramePageRegister - bytes[0];
     const bool has_page = bytes[0] <= kFramePageRegister && offset + 2 < bytes.size();
@@ -80,6 +69,11 @@ void Board::add_fault(const std::string& text) {
         std::abort();
     }
     faults.push_back(*fault);
+}
+
+void Board::clear_faults() {
+    faults.clear();
+    dead_ = false;
 }
 
 TransferPlace Board::place_of(std::span<const Message> messages) const {

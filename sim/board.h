@@ -55,6 +55,9 @@ public:
         return transfers_;
     }
 
+    /// From now on all is well with the bus.
+    void clear_faults();
+
     /// Parses and adds a fault; aborts the program on a mistake in it. For tests.
     void add_fault(const std::string& text);
 

@@ -97,6 +97,16 @@ std::optional<CommandCode> find_command(std::string_view name) {
     return std::nullopt;
 }
 
+std::optional<CommandCode> command_of(std::span<const uint8_t> bytes) {
+    const auto covers = [&](uint8_t reg) { return reg >= bytes[0] && reg + 1U < bytes[0] + bytes.size(); };
+    for (const uint8_t reg : {kFrameCommandRegister, kCommandRegister}) {
+        if (covers(reg)) {
+            return CommandCode{reg == kFrameCommandRegister, bytes[1U + reg - bytes[0]]};
+        }
+    }
+    return std::nullopt;
+}
+
 bool has_page(CommandCode command) {
     const auto is = [&](FrameCommand code) { return command == CommandCode{true, static_cast<uint8_t>(code)}; };
     return is(FrameCommand::kWriteSegment) || is(FrameCommand::kCommitPage) || is(FrameCommand::kReadSegment);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -35,6 +36,9 @@ const FrameForm* find_frame_form(uint8_t code);
 std::string register_command_name(uint8_t code);
 
 std::optional<CommandCode> find_command(std::string_view name);
+
+/// The command that a write message starts.
+std::optional<CommandCode> command_of(std::span<const uint8_t> bytes);
 
 /// True when the command carries a page number.
 bool has_page(CommandCode command);

@@ -103,6 +103,7 @@ Verdict FlashModel::erase_other() {
 
 void FlashModel::tear_erase(uint32_t pages) {
     clear(other(), pages);
+    history.push_back({RegionEvent::kErased, other()});
 }
 
 Verdict FlashModel::check_page(uint16_t page) const {

@@ -48,7 +48,7 @@ TEST_F(Update, PagesAreTriedFiveTimesAndUpdatesThreeTimes) {
         err += log_line("info", kPower) + doing(1, first) + page_error;
     }
     err += log_line("error", "overall SV MCU update = ERROR");
-    EXPECT_EQ(own.slept_us(), 15U * 500'000U);
+    EXPECT_EQ(own.slept_us, 15U * 500'000U);
     std::string without_times;
     for (size_t at = 0; at < run.err.size(); at = run.err.find('\n', at) + 1) {
         without_times += "[21:53:20]" + run.err.substr(at + 10, run.err.find('\n', at) - at - 9);

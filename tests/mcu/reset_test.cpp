@@ -81,7 +81,7 @@ TEST_F(Reset, UnansweredRequestIsRepeatedForThreeSeconds) {
     EXPECT_EQ(count("W 08 80: 32" + kPattern + " cd ff 42 48"), 30U);
     EXPECT_EQ(count("W 08 a5: 42"), 10U);
     EXPECT_EQ(count("W 08 a5: 42 47"), 1U);
-    EXPECT_EQ(kernel.slept_us(), 10'000U + 3'000'000U + 1'000'000U + 10'000U);
+    EXPECT_EQ(kernel.slept_us, 10'000U + 3'000'000U + 1'000'000U + 10'000U);
 }
 
 TEST_F(Reset, RequestThatNeverFinishesIsMadeFourTimes) {

@@ -90,7 +90,7 @@ TEST_F(Transactions, FrameCommandReportsEveryFailure) {
         EXPECT_FALSE(run_frame_command(device, 0xA6, frame.bytes, 1, response, 32, &status)) << c.fault;
         EXPECT_EQ(device.last_error, c.text) << c.fault;
         EXPECT_EQ(status, c.status) << c.fault;
-        EXPECT_EQ(own.slept_us(), c.slept_ms * 1000) << c.fault;
+        EXPECT_EQ(own.slept_us, c.slept_ms * 1000) << c.fault;
         EXPECT_EQ(own.wire.size(), c.transfers) << c.fault;
         EXPECT_EQ(response[0] == 0x99, std::string(c.fault) == "nack@1") << c.fault;
     }

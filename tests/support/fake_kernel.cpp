@@ -13,7 +13,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <numeric>
 #include <optional>
 
 #include "sim/host_model.h"
@@ -122,10 +121,6 @@ FakeKernel::~FakeKernel() {
     kernel = older_;
 }
 
-uint64_t FakeKernel::slept_us() const {
-    return std::accumulate(sleeps_us.begin(), sleeps_us.end(), uint64_t{0});
-}
-
 // The linker sends the tool's calls here (--wrap).
 extern "C" {
 
@@ -169,7 +164,10 @@ int __wrap_usleep(useconds_t us) {
     if (kernel == nullptr) {
         return __real_usleep(us);
     }
-    kernel->sleeps_us.push_back(us);
+    if (kernel->keep_wire) {
+        kernel->sleeps_us.push_back(us);
+    }
+    kernel->slept_us += us;
     kernel->now_us += us;
     return 0;
 }

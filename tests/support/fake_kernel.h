@@ -33,7 +33,7 @@ public:
     std::vector<SyslogLine> syslog;
     std::vector<std::string> openlog_identities;
     std::vector<uint32_t> sleeps_us;
-    bool keep_wire = true;
+    bool keep_wire = true;          ///< false: neither wire nor sleeps_us are kept, for long runs
     std::vector<std::string> wire;  ///< every ioctl on the bus: "W 08 a5: 42 43" or "R 08 80 32"
     uint64_t bit_ns = 0;            ///< what a bit on the bus takes: 2,500 at 400 kHz
     uint64_t bus_ns = 0;            ///< what is left below a microsecond
@@ -43,7 +43,7 @@ public:
     bool export_works = true;
     uint64_t now_us = 1'763'330'000'000'000;  ///< 2025-11-16 21:53:20 UTC
 
-    uint64_t slept_us() const;
+    uint64_t slept_us = 0;
 
 private:
     FakeKernel* older_;

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "tests/support/update_file_bytes.h"
 
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 
 namespace {
@@ -75,7 +75,7 @@ std::vector<uint8_t> UpdateFileBytes::bytes() const {
 }
 
 std::string write_temporary(const std::string& name, const std::vector<uint8_t>& bytes) {
-    const std::string path = testing::TempDir() + "sv_" + std::to_string(getpid()) + "_" + name;
+    const std::string path = std::filesystem::temp_directory_path() / ("sv_" + std::to_string(getpid()) + "_" + name);
     std::ofstream(path, std::ios::binary)
         .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     return path;

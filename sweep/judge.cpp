@@ -1,0 +1,219 @@
+// SPDX-License-Identifier: MIT
+#include "sweep/judge.h"
+
+#include <algorithm>
+
+#include "mcu/flash_geometry.h"
+#include "sim/command_names.h"
+
+namespace sweep {
+
+namespace {
+
+using sim::RegionEvent;
+
+const std::string kOkay = "overall SV MCU update = okay";
+const std::string kResetNeeded = "overall SV MCU update = reset-needed";
+const std::string kError = "overall SV MCU update = ERROR";
+
+bool has(const std::vector<std::string>& flags, const char* flag) {
+    return std::find(flags.begin(), flags.end(), flag) != flags.end();
+}
+
+bool holds(const sim::Board& board, int region, const std::vector<uint8_t>& expected) {
+    return std::equal(expected.begin(), expected.end(),
+                      board.flash.memory().begin() + region * static_cast<std::ptrdiff_t>(kRegionSize));
+}
+
+bool is_attempt(const sim::Transfer& transfer) {
+    const auto& messages = transfer.messages;
+    return messages.size() == 1 && messages[0].address == kMcuAddress && messages[0].bytes.size() == 2 &&
+           messages[0].bytes[0] == kFrameCommandRegister &&
+           messages[0].bytes[1] == static_cast<uint8_t>(FrameCommand::kReadVersion);
+}
+
+}  // namespace
+
+Judge::Judge(sim::Board& board, const Setup& setup)
+    : board_(board),
+      setup_(setup),
+      material_(material(setup.pages)),
+      seen_history_(board.flash.history.size()),
+      seen_writes_(board.flash.writes(0) + board.flash.writes(1)) {
+    board.on_transfer = [this](const sim::Transfer& transfer) {
+        watch(transfer);
+        if (then) {
+            then(transfer);
+        }
+    };
+}
+
+Judge::~Judge() {
+    board_.on_transfer = nullptr;
+}
+
+void Judge::fail(const std::string& text) {
+    if (failure_.empty()) {
+        failure_ = text;
+    }
+}
+
+void Judge::excuse(Window window, const std::string& text) {
+    if (window == Window::kNone) {
+        fail(text);
+    } else {
+        window_ = window;
+    }
+}
+
+void Judge::begin_run() {
+    run_begins_.push_back(board_.flash.history.size());
+    attempt_begin_ = board_.flash.history.size();
+}
+
+bool Judge::is_lost() const {
+    return board_.flash.next_start(0) < 0 && board_.flash.running() < 0;
+}
+
+void Judge::watch(const sim::Transfer& transfer) {
+    if (is_attempt(transfer)) {
+        attempt_begin_ = board_.flash.history.size();
+        attempt_running_ = board_.flash.running();
+    }
+    check_violations();
+    const uint64_t writes = board_.flash.writes(0) + board_.flash.writes(1);
+    if (writes != seen_writes_ || board_.flash.history.size() != seen_history_) {
+        seen_writes_ = writes;
+        seen_history_ = board_.flash.history.size();
+        check_power_cycle();
+    }
+}
+
+void Judge::check_violations() {
+    if (board_.violations.size() != seen_violations_) {
+        seen_violations_ = board_.violations.size();
+        const bool switched = board_.flash.running() != attempt_running_;
+        excuse(switched ? Window::kRegionsSwitched : Window::kNone, board_.violations.back());
+    }
+}
+
+bool Judge::is_complete(int region) {
+    bool& known = complete_[region];
+    if (complete_writes_[region] != board_.flash.writes(region)) {
+        complete_writes_[region] = board_.flash.writes(region);
+        known = holds(board_, region, material_.regions[region]) || holds(board_, region, old_firmware(region));
+    }
+    return known;
+}
+
+/// Whatever region the MCU prefers.
+void Judge::check_power_cycle() {
+    for (const int choice : {0, 1}) {
+        const int region = board_.flash.next_start(choice);
+        if (region < 0) {
+            excuse(open_window(), "no region could start");
+        } else if (!is_complete(region)) {
+            fail("region " + std::to_string(region) + " could start without being complete");
+        }
+    }
+}
+
+/// Why no region can start: the last erase met a board whose running region was disabled already.
+Window Judge::open_window() const {
+    const auto& history = board_.flash.history;
+    size_t erase = history.size();
+    while (erase > 0 && history[erase - 1].kind != RegionEvent::kErased) {
+        --erase;
+    }
+    for (size_t i = erase; i-- > 0;) {
+        if (history[i].kind == RegionEvent::kStarted) {
+            return Window::kNone;
+        }
+        if (history[i].kind == RegionEvent::kDisabled && history[i].region != history[erase - 1].region) {
+            const size_t run = run_begins_.empty() ? 0 : run_begins_.back();
+            return i >= run ? Window::kLostAnswer : Window::kBeforeRestart;
+        }
+    }
+    // A board that was updated before it came here has no history of it.
+    return setup_.start == Start::kUpdated && erase > 0 ? Window::kBeforeRestart : Window::kNone;
+}
+
+/// In the last attempt, the region that was enabled is the one that was disabled.
+bool Judge::restarted_between() const {
+    const auto& history = board_.flash.history;
+    int enabled = -1;
+    bool between = false;
+    for (size_t i = attempt_begin_; i < history.size(); ++i) {
+        if (history[i].kind == RegionEvent::kEnabled) {
+            enabled = history[i].region;
+        }
+        between = between || (history[i].kind == RegionEvent::kDisabled && history[i].region == enabled);
+    }
+    return between;
+}
+
+void Judge::check_verdict(const Run& run, const std::vector<std::string>& flags) {
+    const bool success = run.verdict == kOkay || run.verdict == kResetNeeded;
+    if ((run.status == 0) != success || (run.status == 255) != (run.verdict == kError)) {
+        fail("status " + std::to_string(run.status) + " with \"" + run.verdict + "\"");
+    }
+    if (!success) {
+        return;
+    }
+    if ((run.verdict == kResetNeeded) != has(flags, "--update-without-reset")) {
+        fail("the verdict is \"" + run.verdict + "\"");
+    }
+    const auto& history = board_.flash.history;
+    const auto happened = [&](RegionEvent::Kind kind) {
+        return std::any_of(history.begin() + static_cast<std::ptrdiff_t>(attempt_begin_), history.end(),
+                           [&](const RegionEvent& event) { return event.kind == kind; });
+    };
+    const bool programmed = happened(RegionEvent::kErased);
+    if (!programmed && !has(flags, "--without-force-update")) {
+        fail("a success without an erase");
+    }
+    if (programmed && !happened(RegionEvent::kEnabled)) {
+        fail("a success without an enable");
+    }
+    if (programmed && !happened(RegionEvent::kDisabled) && !has(flags, "--update-without-disable")) {
+        fail("a success without a disable");
+    }
+}
+
+/// Once a success has settled.
+void Judge::check_new_firmware(const std::vector<std::string>& flags) {
+    const int region = board_.flash.running();
+    const bool may_choose = has(flags, "--update-without-disable") && setup_.boot_choice != std::string("latest");
+    if (region >= 0 && !may_choose && !holds(board_, region, material_.regions[region])) {
+        excuse(restarted_between() ? Window::kRestartBetween : Window::kNone, "the new firmware does not run");
+    }
+}
+
+void Judge::end_run(const Run& run, const Bounds& bounds) {
+    if (run.transfers > bounds.transfers || run.slept_us > bounds.slept_us) {
+        fail(std::to_string(run.transfers) + " transfers and " + std::to_string(run.slept_us) + " us of sleep");
+    }
+    check_verdict(run, setup_.flags);
+    settle(board_);
+    if (run.verdict == kResetNeeded) {
+        board_.mcu.restart();
+        settle(board_);
+    }
+    check_power_cycle();
+    if (run.status == 0) {
+        check_new_firmware(setup_.flags);
+    }
+}
+
+void Judge::end_undisturbed_run(const Run& run, uint64_t transfers) {
+    if (run.status != 0 || run.transfers != transfers) {
+        fail("the undisturbed run ended with " + std::to_string(run.status) + " after " +
+             std::to_string(run.transfers) + " transfers: " + run.verdict);
+    }
+    check_verdict(run, {});
+    settle(board_);
+    check_power_cycle();
+    check_new_firmware({});
+}
+
+}  // namespace sweep

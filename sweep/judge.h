@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+// What must hold at every moment of an update, whatever happens to it; told by the board and not by the tool.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "sim/board.h"
+#include "sweep/setup.h"
+
+namespace sweep {
+
+/// The windows that the procedure leaves open; docs/safety.md describes them.
+enum class Window {
+    kNone,
+    kLostAnswer,       ///< the answer to a disable got lost, and the next attempt erases
+    kBeforeRestart,    ///< another update before the MCU has restarted
+    kRestartBetween,   ///< the MCU restarts between enable and disable
+    kRegionsSwitched,  ///< the MCU restarts into its other enabled region under an update
+};
+
+inline constexpr const char* kWindowNames[] = {"", "answer-lost", "before-restart", "restart-between",
+                                               "regions-switched"};
+
+/// More than a run may ever need.
+struct Bounds {
+    uint64_t transfers;
+    uint64_t slept_us;
+};
+
+class Judge {
+public:
+    /// Watches the board from now on.
+    Judge(sim::Board& board, const Setup& setup);
+    ~Judge();
+    Judge(const Judge&) = delete;
+    Judge& operator=(const Judge&) = delete;
+
+    /// Called behind the checks of every transfer.
+    std::function<void(const sim::Transfer&)> then;
+
+    void begin_run();
+
+    /// After a run that may have failed: its verdict, then the board once it has settled.
+    void end_run(const Run& run, const Bounds& bounds);
+
+    /// After a run that nothing disturbed: it must have succeeded in the usual number of transfers, and its firmware
+    /// must run.
+    void end_undisturbed_run(const Run& run, uint64_t transfers);
+
+    /// Nothing will ever start again: no further run makes sense.
+    bool is_lost() const;
+
+    Window window() const {
+        return window_;
+    }
+
+    /// Empty: everything held, or broke only within the window.
+    const std::string& failure() const {
+        return failure_;
+    }
+
+private:
+    void watch(const sim::Transfer& transfer);
+    void check_power_cycle();
+    void check_violations();
+    void check_verdict(const Run& run, const std::vector<std::string>& flags);
+    void check_new_firmware(const std::vector<std::string>& flags);
+    bool is_complete(int region);
+    Window open_window() const;
+    bool restarted_between() const;
+    void fail(const std::string& text);
+    void excuse(Window window, const std::string& text);
+
+    sim::Board& board_;
+    const Setup& setup_;
+    const Material& material_;
+    std::vector<size_t> run_begins_;  // in the history
+    size_t attempt_begin_ = 0;
+    int attempt_running_ = 0;
+    size_t seen_history_ = 0;
+    uint64_t seen_writes_ = 0;
+    size_t seen_violations_ = 0;
+    bool complete_[2] = {};
+    uint64_t complete_writes_[2] = {UINT64_MAX, UINT64_MAX};
+    Window window_ = Window::kNone;
+    std::string failure_;
+};
+
+}  // namespace sweep

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: MIT
+#include "sweep/setup.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <map>
+
+#include "mcu/flash_geometry.h"
+#include "sim/command_names.h"
+#include "tests/support/fake_kernel.h"
+#include "tests/support/tool_run.h"
+#include "tests/support/update_file_bytes.h"
+
+namespace sweep {
+
+namespace {
+
+constexpr uint64_t kBitNs = 2500;
+constexpr uint64_t kSettleUs = 60'000'000;
+
+const char* name_of(Pages pages) {
+    switch (pages) {
+        case Pages::kAll: return "all";
+        case Pages::kThree: return "three";
+        case Pages::kEighth: return "eighth";
+        case Pages::kEdges: return "edges";
+        case Pages::kNone: return "none";
+    }
+    return "";
+}
+
+bool is_marked(Pages pages, int page) {
+    switch (pages) {
+        case Pages::kAll: return true;
+        case Pages::kThree: return page < 3;
+        case Pages::kEighth: return page % 8 == 0;
+        case Pages::kEdges: return page == 0 || page == kProgrammedPages - 1;
+        case Pages::kNone: return false;
+    }
+    return false;
+}
+
+UpdateFileBytes make_file(Pages pages) {
+    UpdateFileBytes file;
+    for (int page = 0; page < kProgrammedPages; ++page) {
+        if (is_marked(pages, page)) {
+            file.fill_page(static_cast<uint16_t>(page));
+            file.fill_page(static_cast<uint16_t>(kRegionPages + page));
+        }
+    }
+    return file;
+}
+
+struct Files {
+    std::map<Pages, Material> all;
+    const pid_t owner = getpid();
+
+    ~Files() {
+        if (getpid() == owner) {
+            for (const auto& [pages, material] : all) {
+                std::remove(material.path.c_str());
+            }
+        }
+    }
+};
+
+}  // namespace
+
+std::string describe(const Setup& setup) {
+    std::string text = "region " + std::to_string(setup.running) + " runs, pages " + name_of(setup.pages) + ", boots " +
+                       setup.boot_choice + " within " + std::to_string(setup.boot_ms) + " ms";
+    text += setup.start == Start::kBothEnabled ? ", both enabled" : setup.start == Start::kUpdated ? ", updated" : "";
+    for (const std::string& flag : setup.flags) {
+        text += " " + flag;
+    }
+    return text;
+}
+
+const Material& material(Pages pages) {
+    static Files files;
+    if (const auto known = files.all.find(pages); known != files.all.end()) {
+        return known->second;
+    }
+    const UpdateFileBytes file = make_file(pages);
+    Material& made = files.all[pages];
+    made.path = write_temporary(std::string("sweep_") + name_of(pages), file.bytes());
+    for (int region = 0; region < 2; ++region) {
+        std::vector<uint8_t>& content = made.regions[region];
+        content.assign(kRegionSize, 0xFF);
+        for (int page = 0; page < kProgrammedPages; ++page) {
+            if (is_marked(pages, page)) {
+                const auto from = file.image.begin() + (region * kRegionPages + page) * kPageSize;
+                std::copy(from, from + kPageSize, content.begin() + page * kPageSize);
+            }
+        }
+    }
+    return made;
+}
+
+const Counts& counts(const Setup& setup) {
+    static std::map<std::pair<Pages, std::vector<std::string>>, Counts> all;
+    const auto [entry, is_new] = all.try_emplace({setup.pages, setup.flags});
+    Counts& counts = entry->second;
+    if (!is_new) {
+        return counts;
+    }
+    Setup usual;
+    usual.pages = setup.pages;
+    const auto board = make_board(usual);
+    board->on_transfer = [&](const sim::Transfer& transfer) {
+        ++counts.transfers;
+        const auto command = sim::command_of(transfer.messages.front().bytes);
+        if (transfer.messages.size() == 1 && command) {
+            const sim::FrameForm* form = command->frame ? sim::find_frame_form(command->code) : nullptr;
+            ++counts.commands;
+            counts.frames += form != nullptr ? 1 : 0;
+            counts.changes += form != nullptr && form->changes ? 1 : 0;
+        }
+    };
+    run_update(*board, setup.flags, setup.pages);
+    return counts;
+}
+
+const std::vector<uint8_t>& old_firmware(int region) {
+    static const auto make = [](size_t number) {
+        std::vector<uint8_t> program(kRegionSize, 0xFF);
+        for (size_t i = 0; i < 40 * kPageSize; ++i) {
+            program[i] = static_cast<uint8_t>(i * 13 + i / 251 + number * 77);
+        }
+        return program;
+    };
+    static const std::vector<uint8_t> programs[] = {make(0), make(1)};
+    return programs[region];
+}
+
+std::unique_ptr<sim::Board> make_board(const Setup& setup) {
+    auto board = std::make_unique<sim::Board>();
+    board->scenario.boot_choice = setup.boot_choice;
+    board->scenario.boot_ms = setup.boot_ms;
+    board->now_us = 1'763'330'000'000'000;
+    const int other = 1 - setup.running;
+    board->flash.install(other, old_firmware(other), 0x00FF);
+    board->flash.install(setup.running, old_firmware(setup.running), 0x0100);
+    board->flash.regions[static_cast<size_t>(other)].enabled = setup.start == Start::kBothEnabled;
+    board->flash.boot(setup.running);
+    if (setup.start == Start::kUpdated) {
+        run_update(*board, {"--update-without-reset"}, setup.pages);
+    }
+    board->flash.history.clear();
+    return board;
+}
+
+Run run_update(sim::Board& board, const std::vector<std::string>& flags, Pages pages) {
+    std::vector<std::string> words = flags;
+    words.insert(words.end(), {"--update", material(pages).path});
+    FakeKernel kernel(board);
+    kernel.keep_wire = false;
+    kernel.bit_ns = kBitNs;
+    kernel.now_us = board.now_us;
+    const uint64_t before = board.transfers();
+    Run run;
+    run.status = run_tool_words(std::move(words)).status;
+    run.verdict = kernel.syslog.empty() ? "" : kernel.syslog.back().text;
+    run.transfers = board.transfers() - before;
+    run.slept_us = kernel.slept_us;
+    board.now_us = kernel.now_us;
+    return run;
+}
+
+void settle(sim::Board& board) {
+    board.clear_faults();
+    board.now_us += kSettleUs;
+    board.mcu.advance(board.now_us);
+}
+
+}  // namespace sweep
