@@ -128,7 +128,7 @@ bool Fault::strikes(const TransferPlace& place) {
 
 std::optional<Fault> parse_fault(const std::string& text, std::string& problem) {
     static const std::regex form(R"(([a-z]+)(?:=(0x[0-9a-f]{1,2}|\d{1,5}))?@)"
-                                 R"((?:([1-9]\d{0,17})|reg-([0-9a-f]{2})|([a-z][a-z0-9-]*)(?:/(\d{1,3}))?))"
+                                 R"((?:([1-9]\d{0,17})|reg-([0-9a-f]{2})|([a-z][a-z0-9-]*?)(?:/(\d{1,3}))?))"
                                  R"((?:#([1-9]\d{0,17}))?(?:x([1-9]\d{0,17}|\*)|\+(\d{1,12})ms)?)");
     std::smatch part;
     if (!std::regex_match(text, part, form)) {

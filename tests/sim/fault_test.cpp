@@ -74,6 +74,7 @@ TEST(Fault, CommandsEndAsTheFaultSays) {
         {"tear=1@commit/256", "00w c0w "},
         {"slow=2@commit/256", "00w c0w "},
         {"slow=1@commit/256", "c0w c0w "},
+        {"fail@commitx2", "80  80  "},
         {"fail@any-command#17", "80  c0w "},
         {"lost@any-change#17", "--w c0w "},
         {"hang@any-frame#34", "c0w 00  "}};
