@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: MIT
+// The table "How an update can end", as the document has it.
+#pragma once
+
+#include <fnmatch.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+using Words = std::vector<std::string>;
+
+/// A row of the document. Of several texts in a cell, each must be seen in a run.
+struct Row {
+    Words log;
+    Words last;
+    std::string status;
+    std::string regions;
+    std::string next_start;
+    bool in_sweep;
+    std::map<std::string, bool> seen;
+};
+
+inline Words texts_of(const std::string& cell) {
+    Words texts;
+    for (size_t at = cell.find('`'); at != std::string::npos; at = cell.find('`', at + 1)) {
+        const size_t end = cell.find('`', at + 1);
+        texts.push_back(cell.substr(at + 1, end - at - 1));
+        at = end;
+    }
+    return texts;
+}
+
+inline std::map<std::string, Row> read_document() {
+    std::map<std::string, Row> rows;
+    std::ifstream document(SV_ENDS_DOCUMENT);
+    for (std::string line; std::getline(document, line);) {
+        if (line.rfind("| E", 0) != 0) {
+            continue;
+        }
+        Words cells;
+        std::istringstream in(line.substr(2));
+        for (std::string cell; std::getline(in, cell, '|');) {
+            const size_t first = cell.find_first_not_of(' ');
+            cells.push_back(first == std::string::npos ? ""
+                                                       : cell.substr(first, cell.find_last_not_of(' ') - first + 1));
+        }
+        EXPECT_EQ(cells.size(), 8U) << line;
+        cells.resize(8);
+        const bool in_sweep = cells[1].find("(sweep)") != std::string::npos;
+        const Row row{texts_of(cells[2]), texts_of(cells[3]), cells[4], cells[5], cells[6], in_sweep, {}};
+        EXPECT_TRUE(rows.emplace(cells[0], row).second) << cells[0] << " twice";
+    }
+    return rows;
+}
+
+/// Whether the line is the text, whose "…" stands for anything. Marks the text as seen.
+inline bool shows(Row& row, const std::string& text, const std::string& line) {
+    std::string pattern = text;
+    for (size_t at = 0; (at = pattern.find("…", at)) != std::string::npos;) {
+        pattern.replace(at, std::string("…").size(), "*");
+    }
+    const bool found = fnmatch(pattern.c_str(), line.c_str(), 0) == 0;
+    row.seen[text] = row.seen[text] || found;
+    return found;
+}
