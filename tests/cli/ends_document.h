@@ -20,8 +20,8 @@ struct Row {
     std::string status;
     std::string regions;
     std::string next_start;
-    bool in_sweep;
     std::map<std::string, bool> seen;
+    int runs = 0;
 };
 
 inline Words texts_of(const std::string& cell) {
@@ -50,8 +50,7 @@ inline std::map<std::string, Row> read_document() {
         }
         EXPECT_EQ(cells.size(), 8U) << line;
         cells.resize(8);
-        const bool in_sweep = cells[1].find("(sweep)") != std::string::npos;
-        const Row row{texts_of(cells[2]), texts_of(cells[3]), cells[4], cells[5], cells[6], in_sweep, {}};
+        const Row row{texts_of(cells[2]), texts_of(cells[3]), cells[4], cells[5], cells[6], {}, 0};
         EXPECT_TRUE(rows.emplace(cells[0], row).second) << cells[0] << " twice";
     }
     return rows;

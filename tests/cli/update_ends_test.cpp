@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <csignal>
 #include <map>
+#include <memory>
 #include <sstream>
 
 #include "mcu/flash_geometry.h"
@@ -144,7 +145,16 @@ const std::vector<Case> kCases = {
          };
      }},
     {"E39", kForce, {}, [](Stage& s) { s.bytes = image_of_region_0(); }},
-    {"E40", {"--update", "FILE", "--nonsense"}, {}}};
+    {"E40", {"--update", "FILE", "--nonsense"}, {}},
+    {"E41", kForce, {"kill@any-command#30"}},
+    {"E42", kForce, {"tear=7@erase", "kill@erase"}},
+    {"E43", kForce, {"kill@commit/256"}},
+    {"E43", kForce, {"kill@segment/257#16"}},
+    {"E44", kForce, {"kill@commit/257"}},
+    {"E45", kForce, {"kill@enable"}},
+    {"E46", kForce, {"kill@disable"}},
+    {"E47", kForce, {"kill@reset-delayed"}},
+    {"E48", kTwice, {"kill@commit/256#2"}}};
 
 /// The lines of the log without time and level, or of standard output when nothing was logged.
 Words lines_of(const ToolRun& run) {
@@ -204,7 +214,7 @@ protected:
 
     void carry_out(const Case& c, Row& row) {
         sim::Board own;
-        own.flash.install(1, Bytes{1, 2, 3}, 0x00FF);
+        own.flash.install(1, Bytes(0x2000, 0x5A), 0x00FF);
         own.flash.regions[1].enabled = false;
         own.flash.latest = 0;
         names.emplace(own.flash.checksum(0), "old");
@@ -224,14 +234,31 @@ protected:
         for (const char* fault : c.faults) {
             own.add_fault(fault);
         }
+        // What a killed run leaves: the rest of it is another story.
+        std::unique_ptr<sim::Board> left;
+        bool left_gap = false;
+        own.on_kill = [&] {
+            left = std::make_unique<sim::Board>(own);
+            left_gap = gap;
+        };
         path = write_temporary("update.svu", stage.bytes);
         Words words = c.words;
         std::replace(words.begin(), words.end(), std::string("FILE"), path);
         const ToolRun tool = run_tool_words(words);
-        compare(tool, row);
+        ++row.runs;
+        EXPECT_EQ(own.violations, Words{});
+        if (left == nullptr) {
+            compare(tool, row);
+            compare(own, gap, row);
+        } else {
+            EXPECT_EQ(row.status, "signal");
+            compare(*left, left_gap, row);
+        }
+    }
+
+    void compare(sim::Board& own, bool gap, const Row& row) const {
         EXPECT_EQ("`" + regions(own, names) + (gap ? " gap`" : "`"), row.regions);
         EXPECT_EQ(next_start(own, names), row.next_start);
-        EXPECT_EQ(own.violations, Words{});
     }
 
     static void compare(const ToolRun& tool, Row& row) {
@@ -260,7 +287,7 @@ TEST_F(UpdateEnds, AreThoseOfTheDocument) {
         carry_out(c, rows.at(c.row));
     }
     for (const auto& [name, row] : rows) {
-        EXPECT_EQ(row.seen.empty(), row.in_sweep) << name << ": no run, or one too many";
+        EXPECT_GT(row.runs, 0) << name;
         for (const auto& [text, seen] : row.seen) {
             EXPECT_TRUE(seen) << name << ": " << text;
         }
