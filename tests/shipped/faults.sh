@@ -43,3 +43,15 @@ expect_same "running region after the lost reset" "$(version_field active)" 0
 expect 0 "" "info  : MCU will reset now" run_board --state board -- sv_updater --reset-now
 expect 0 "*" "" run_board --state board -- sv_updater --version
 expect_same "running region after the second reset" "$(version_field active)" 1
+
+# The tool is killed, and the board keeps what it has; the next run finds its way from there.
+killed_with() {
+  cp fresh board
+  expect 137 "*" "*" run_board --state board --fault "kill@$1" -- sv_updater --upd new.svu
+  expect 0 "$2" "" sv_board show --state board
+  expect 0 "*" "*info  : overall SV MCU update = okay" run_board --state board -- sv_updater --update new.svu
+  same_bytes board $((0x20000)) new.svu $((8 + 0x20000)) $((255 * 0x200))
+}
+killed_with segment/300 "running=0*region0.enabled=1*region1.enabled=0*"
+killed_with enable "running=0*region0.enabled=1*region1.enabled=1*"
+killed_with disable "running=0*region0.enabled=0*region1.enabled=1*"

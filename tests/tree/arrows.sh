@@ -19,7 +19,7 @@ declare -A may_include=(
   [image]="image update mcu log util"
   [sim]="sim util mcu/registers.h mcu/flash_geometry.h"
 )
-ours="cli|status|diag|update|mcu|log|util|image|sim|tests"
+ours="cli|status|diag|update|mcu|log|util|image|sim|sweep|fuzz|tests"
 checked=0
 while IFS=: read -r file include; do
   folder=${file%/*}
