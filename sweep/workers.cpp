@@ -149,7 +149,9 @@ std::vector<std::string> run_tasks(const std::vector<Task>& tasks, unsigned jobs
         }
     }
     for (size_t i = 0; i < std::min<size_t>(shared.failures, kMaxFailures); ++i) {
-        problems.emplace_back(shared.failure_texts[i]);
+        if (problems.empty() || problems.back() != shared.failure_texts[i]) {
+            problems.emplace_back(shared.failure_texts[i]);
+        }
     }
     munmap(memory, sizeof(Shared));
     return problems;
