@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "sweep/endurance.h"
 
-#include <fcntl.h>
-#include <malloc.h>
-#include <unistd.h>
-
 #include <cinttypes>
 #include <cstdio>
 #include <fstream>
 
+#include "sweep/resources.h"
 #include "sweep/setup.h"
 
 namespace sweep {
@@ -16,7 +13,8 @@ namespace sweep {
 namespace {
 
 constexpr uint64_t kWarmUp = 10;
-constexpr size_t kSlackBytes = 4096;  // what the allocator itself keeps back
+constexpr size_t kSlackBytes = 4096;
+constexpr size_t kSlackPages = 16;
 
 /// FNV-1a over all that went over the wire, acknowledges included.
 class Digest {
@@ -53,12 +51,6 @@ uint64_t digest_of_update(sim::Board& board) {
     return run.status == 0 && board.violations.empty() ? digest.value() : 0;
 }
 
-int next_descriptor() {
-    const int descriptor = open("/dev/null", O_RDONLY);
-    close(descriptor);
-    return descriptor;
-}
-
 size_t resident_pages() {
     size_t total = 0;
     size_t resident = 0;
@@ -71,14 +63,13 @@ size_t resident_pages() {
 std::string update_in_one_process(uint64_t updates) {
     const auto board = make_board({});
     uint64_t digests[2] = {};
-    size_t bytes = 0;
     size_t pages = 0;
-    const int descriptor = next_descriptor();
+    Resources before;
     for (uint64_t i = 0; i < updates; ++i) {
         const uint64_t digest = digest_of_update(*board);
         board->flash.history.clear();
         if (i == kWarmUp) {
-            bytes = mallinfo2().uordblks;
+            before = Resources();
             pages = resident_pages();
         }
         if (digest == 0 || (i >= kWarmUp && digest != digests[i % 2])) {
@@ -86,20 +77,12 @@ std::string update_in_one_process(uint64_t updates) {
         }
         digests[i % 2] = digest;
     }
-    if (next_descriptor() != descriptor) {
-        return "descriptors are left open";
-    }
-    if (bytes == 0) {
-        return "";  // a sanitizer's allocator, which keeps what is freed for a while
-    }
-    if (mallinfo2().uordblks > bytes + kSlackBytes) {
-        return "memory has grown by " + std::to_string(mallinfo2().uordblks - bytes) + " bytes";
-    }
-    if (resident_pages() > pages + 16) {
+    // A sanitizer's allocator keeps what is freed for a while.
+    if (before.bytes != 0 && resident_pages() > pages + kSlackPages) {
         return "resident memory has grown from " + std::to_string(pages) + " to " + std::to_string(resident_pages()) +
                " pages";
     }
-    return "";
+    return growth(before, kSlackBytes);
 }
 
 uint64_t update_once() {

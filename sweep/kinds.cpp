@@ -119,6 +119,13 @@ Faults slow_command(uint64_t point, const Counts& /*counts*/) {
     return {"slow=" + std::to_string(kPollCounts[point % 5]) + "@any-command#" + std::to_string(1 + point / 5)};
 }
 
+/// The last poll is waited for, and none behind it.
+bool waited_for_slow_command(uint64_t point, const Counts& counts, const Run& run) {
+    const uint64_t polls = kPollCounts[point % 5];
+    const bool waited = run.status == 0 && run.transfers == counts.transfers + polls - 1;
+    return waited == (polls <= kPolls);
+}
+
 std::vector<Setup> both_regions(Setup setup) {
     std::vector<Setup> all;
     for (setup.running = 0; setup.running < 2; ++setup.running) {
@@ -180,6 +187,13 @@ Setup three_pages(Start start, uint32_t boot_ms) {
     return setup;
 }
 
+/// Late enough for the slowest answer to the reset request.
+std::vector<Setup> late_resets() {
+    Setup setup = three_pages(Start::kUsual, 5);
+    setup.flags = {"--reset-delay", "20"};
+    return both_regions(setup);
+}
+
 constexpr auto nack = [](uint64_t point, const Counts&) { return Faults{numbered("nack@", point + 1)}; };
 constexpr auto restart = [](uint64_t point, const Counts&) { return Faults{numbered("restart@", point + 1)}; };
 
@@ -221,7 +235,7 @@ const std::vector<Kind>& all_kinds() {
          [](const Counts&) { return kStatuses * std::size(kCommandsOfEachForm); }, failing_status, once,
          both_regions(three_pages(Start::kUsual, 5))},
         {"done at poll 1, 2, 5000, 5001, 5002", Mode::kGoesOn, [](const Counts& counts) { return 5 * counts.commands; },
-         slow_command, once_unanswered, both_regions(three_pages(Start::kUsual, 5))},
+         slow_command, once_unanswered, late_resets(), waited_for_slow_command},
         {"sparse maps: no acknowledge", Mode::kGoesOn, all_transfers, nack, once, sparse_maps()},
         {"sparse maps: tool killed", Mode::kKilled, between_transfers, nullptr, once, sparse_maps()},
         {"sparse maps: power of the MCU cut", Mode::kGoesOn, between_changes, cut, once_unanswered, sparse_maps()},

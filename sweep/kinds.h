@@ -28,6 +28,8 @@ struct Kind {
     std::vector<std::string> (*faults)(uint64_t point, const Counts& counts);
     Bounds (*bounds)(const Counts& counts);
     std::vector<Setup> setups;
+    /// Whether the run through the fault went as it must, where the rules that always hold say too little.
+    bool (*went_well)(uint64_t point, const Counts& counts, const Run& run) = nullptr;
 };
 
 std::span<const Kind> kinds();

@@ -38,9 +38,13 @@ Outcome go_on(const Kind& kind, const Setup& setup, const sim::Board& fresh, uin
     }
     Judge judge(board, setup);
     judge.begin_run();
-    judge.end_run(run_update(board, setup.flags, setup.pages), kind.bounds(counts(setup)));
+    const Run run = run_update(board, setup.flags, setup.pages);
+    judge.end_run(run, kind.bounds(counts(setup)));
     if (!judge.is_lost()) {
         run_again(board, judge, setup);
+    }
+    if (judge.failure().empty() && kind.went_well != nullptr && !kind.went_well(point, counts(setup), run)) {
+        return {judge.window(), "the run took " + std::to_string(run.transfers) + " transfers"};
     }
     return {judge.window(), judge.failure()};
 }

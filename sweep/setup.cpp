@@ -50,6 +50,12 @@ UpdateFileBytes make_file(Pages pages) {
             file.fill_page(static_cast<uint16_t>(kRegionPages + page));
         }
     }
+    if (pages == Pages::kAll) {
+        // What no update may write: the last page of each region, and what is above them.
+        for (const int page : {kRegionPages - 1, 2 * kRegionPages - 1, 2 * kRegionPages, kMemoryPages - 1}) {
+            file.fill_page(static_cast<uint16_t>(page));
+        }
+    }
     return file;
 }
 

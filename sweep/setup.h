@@ -12,7 +12,7 @@
 namespace sweep {
 
 enum class Pages {
-    kAll,     ///< all 255 of both regions
+    kAll,     ///< all 255 of both regions, and some that are never programmed
     kThree,   ///< the first three
     kEighth,  ///< every eighth
     kEdges,   ///< the first and the last

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "sweep/workers.h"
 
-#include <fcntl.h>
-#include <malloc.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -12,6 +10,8 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+
+#include "sweep/resources.h"
 
 namespace sweep {
 
@@ -58,25 +58,20 @@ void note_outcome(Shared& shared, size_t row, const Outcome& outcome, const std:
 }
 
 void work(const std::vector<Task>& tasks, Shared& shared) {
-    size_t bytes = 0;
-    const int descriptor = dup(STDOUT_FILENO);
-    close(descriptor);
+    Resources before;
     uint64_t done = 0;
     for (uint64_t i = shared.next_task++; i < tasks.size(); i = shared.next_task++) {
         const Task& task = tasks[i];
         task.run(
             [&](const Outcome& outcome, const std::string& where) { note_outcome(shared, task.row, outcome, where); });
         if (++done == kWarmUpTasks) {
-            bytes = mallinfo2().uordblks;
+            before = Resources();
         }
     }
-    const int descriptor_now = dup(STDOUT_FILENO);
-    if (descriptor_now != descriptor) {
-        note_failure(shared, "descriptors are left open");
-    }
-    if (done > kWarmUpTasks && mallinfo2().uordblks > bytes + kSlackBytes) {
-        note_failure(shared, "the memory of a worker has grown by " + std::to_string(mallinfo2().uordblks - bytes) +
-                                 " bytes in " + std::to_string(done) + " tasks");
+    if (done > kWarmUpTasks) {
+        if (const std::string grown = growth(before, kSlackBytes); !grown.empty()) {
+            note_failure(shared, "in a worker's " + std::to_string(done) + " tasks, " + grown);
+        }
     }
 }
 
