@@ -102,6 +102,18 @@ Faults pair_of_refusals(uint64_t point, const Counts& /*counts*/) {
     return {numbered("nack@", first + 1), numbered("nack@", second + 1)};
 }
 
+/// A lost answer, and a power cut in this attempt or in the next.
+Faults lost_and_cut(uint64_t point, const Counts& counts) {
+    return {numbered("lost@any-frame#", 1 + point / (2 * counts.changes)),
+            numbered("cut@any-change#", 1 + point % (2 * counts.changes))};
+}
+
+/// Two restarts, each before some frame.
+Faults two_restarts(uint64_t point, const Counts& counts) {
+    return {numbered("restart@any-frame#", 1 + point / counts.frames),
+            numbered("restart@any-frame#", 1 + point % counts.frames)};
+}
+
 constexpr const char* kCommandsOfEachForm[] = {
     "read-version", "read-version2", "read-flash-status", "read-powerrail", "erase", "segment",
     "commit",       "enable",        "disable",           "reset-delayed"};
@@ -231,6 +243,12 @@ const std::vector<Kind>& all_kinds() {
         {"two without acknowledge, three pages", Mode::kGoesOn,
          [](const Counts& counts) { return counts.transfers * (counts.transfers - 1) / 2; }, pair_of_refusals, twice,
          both_regions(three_pages(Start::kUsual, 5))},
+        {"lost answer and power cut, three pages", Mode::kGoesOn,
+         [](const Counts& counts) { return counts.frames * 2 * counts.changes; }, lost_and_cut, twice,
+         both_choices(three_pages(Start::kUsual, 5))},
+        {"two MCU restarts, three pages", Mode::kGoesOn,
+         [](const Counts& counts) { return counts.frames * counts.frames; }, two_restarts, twice,
+         both_choices(three_pages(Start::kUsual, 0))},
         {"every failing status", Mode::kGoesOn,
          [](const Counts&) { return kStatuses * std::size(kCommandsOfEachForm); }, failing_status, once,
          both_regions(three_pages(Start::kUsual, 5))},
