@@ -13,7 +13,7 @@ namespace sweep {
 namespace {
 
 constexpr uint64_t kWarmUp = 10;
-constexpr size_t kSlackBytes = 4096;
+constexpr size_t kSlackBytes = 1024;
 constexpr size_t kSlackPages = 16;
 
 /// FNV-1a over all that went over the wire, acknowledges included.

@@ -138,18 +138,22 @@ Window Judge::open_window() const {
     return setup_.start == Start::kUpdated && erase > 0 ? Window::kBeforeRestart : Window::kNone;
 }
 
-/// In the last attempt, the region that was enabled is the one that was disabled.
-bool Judge::restarted_between() const {
+/// Why a success has not led to the new firmware.
+Window Judge::why_old_firmware() const {
     const auto& history = board_.flash.history;
     int enabled = -1;
-    bool between = false;
+    bool restarted = false;
     for (size_t i = attempt_begin_; i < history.size(); ++i) {
         if (history[i].kind == RegionEvent::kEnabled) {
             enabled = history[i].region;
+            restarted = false;
+        } else if (history[i].kind == RegionEvent::kDisabled && history[i].region == enabled) {
+            return Window::kRestartBetween;
         }
-        between = between || (history[i].kind == RegionEvent::kDisabled && history[i].region == enabled);
+        restarted = restarted || history[i].kind == RegionEvent::kStarted;
     }
-    return between;
+    const bool ready = enabled >= 0 && board_.flash.next_start(0) == enabled && board_.flash.next_start(1) == enabled;
+    return ready && !restarted ? Window::kResetLost : Window::kNone;
 }
 
 void Judge::check_verdict(const Run& run, const std::vector<std::string>& flags) {
@@ -185,7 +189,7 @@ void Judge::check_new_firmware(const std::vector<std::string>& flags) {
     const int region = board_.flash.running();
     const bool may_choose = has(flags, "--update-without-disable") && setup_.boot_choice != std::string("latest");
     if (region >= 0 && !may_choose && !holds(board_, region, material_.regions[region])) {
-        excuse(restarted_between() ? Window::kRestartBetween : Window::kNone, "the new firmware does not run");
+        excuse(why_old_firmware(), "the new firmware does not run");
     }
 }
 

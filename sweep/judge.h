@@ -19,10 +19,11 @@ enum class Window {
     kBeforeRestart,    ///< another update before the MCU has restarted
     kRestartBetween,   ///< the MCU restarts between enable and disable
     kRegionsSwitched,  ///< the MCU restarts into its other enabled region under an update
+    kResetLost,        ///< the new firmware is ready, and the MCU has not restarted
 };
 
-inline constexpr const char* kWindowNames[] = {"", "answer-lost", "before-restart", "restart-between",
-                                               "regions-switched"};
+inline constexpr const char* kWindowNames[] = {
+    "", "answer-lost", "before-restart", "restart-between", "regions-switched", "reset-lost"};
 
 /// More than a run may ever need.
 struct Bounds {
@@ -70,7 +71,7 @@ private:
     void check_new_firmware(const std::vector<std::string>& flags);
     bool is_complete(int region);
     Window open_window() const;
-    bool restarted_between() const;
+    Window why_old_firmware() const;
     void fail(const std::string& text);
     void excuse(Window window, const std::string& text);
 

@@ -84,7 +84,7 @@ std::string in_new_processes(uint64_t processes) {
 }
 
 void add_endurance(const Options& options, std::vector<Row>& rows, std::vector<Task>& tasks) {
-    const uint64_t updates = options.sample == 0 ? kUpdatesInOneProcess : 10 + 10 * options.sample;
+    const uint64_t updates = options.sample == 0 ? kUpdatesInOneProcess : 10 + 30 * options.sample;
     rows.push_back({"complete updates in one process"});
     tasks.push_back(endurance_task(rows.size() - 1, updates, sweep::update_in_one_process));
     rows.push_back({"complete updates in a process each"});

@@ -21,7 +21,7 @@ constexpr size_t kMaxRows = 64;
 constexpr size_t kMaxFailures = 20;
 constexpr size_t kFailureSize = 400;
 constexpr uint64_t kWarmUpTasks = 20;
-constexpr size_t kSlackBytes = 65536;
+constexpr size_t kSlackBytes = 262'144;  // the cache of the C library's allocator
 constexpr useconds_t kRefreshUs = 200'000;
 
 /// In memory that all workers share.

@@ -121,6 +121,19 @@ TEST_F(Window, ASlowRestartBetweenEnableAndDisableIsNoticed) {
     EXPECT_EQ(unsafe.size(), 0U);
 }
 
+// Nothing is left to be answered: whatever becomes of the reset, "okay" is said, and the next start is the new
+// firmware's.
+TEST_F(Window, ResetGetsLost) {
+    board.add_fault("dead@reset-delayed");
+    EXPECT_EQ(run_tool_words({"--update", path}).status, 0);
+    EXPECT_EQ(kernel.syslog.back().text, "overall SV MCU update = okay");
+    wait_a_minute();
+    EXPECT_EQ(history(board), "e1 n1 d0");
+    EXPECT_EQ(board.flash.running(), 0);
+    EXPECT_EQ(board.flash.next_start(0), 1);
+    EXPECT_EQ(unsafe.size(), 0U);
+}
+
 // With both regions enabled, a restart between identity and erase can change the region that runs. The MCU refuses the
 // pages, which are those of the region that it runs from now; the next attempt looks anew.
 TEST_F(Window, RestartIntoTheOtherEnabledRegion) {
