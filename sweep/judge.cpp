@@ -61,8 +61,8 @@ void Judge::fail(const std::string& text) {
 void Judge::excuse(Window window, const std::string& text) {
     if (window == Window::kNone) {
         fail(text);
-    } else {
-        window_ = window;
+    } else if (window_ == Window::kNone) {
+        window_ = window;  // the first one leads to the others
     }
 }
 
