@@ -67,7 +67,9 @@ Faults gone_for(uint64_t point, const Counts& /*counts*/) {
     return {"nack@" + std::to_string(1 + 16 * point) + "+" + std::to_string(Gap) + "ms"};
 }
 
-constexpr auto every_16th = [](const Counts& counts) { return (counts.transfers + 15) / 16; };
+uint64_t every_16th(const Counts& counts) {
+    return (counts.transfers + 15) / 16;
+}
 
 /// Point 0 is before the first changing frame, the others are behind each.
 Faults cut(uint64_t point, const Counts& /*counts*/) {
@@ -90,7 +92,9 @@ Faults tear(uint64_t point, const Counts& /*counts*/) {
     return {"tear=" + std::to_string(point % 2) + (point < 2 ? "@enable" : "@disable")};
 }
 
-constexpr auto all_tears = [](const Counts&) { return kTornErases + kTornCommits + 4; };
+uint64_t all_tears(const Counts& /*counts*/) {
+    return kTornErases + kTornCommits + 4;
+}
 
 /// The pairs of i < j, numbered by j.
 Faults pair_of_refusals(uint64_t point, const Counts& /*counts*/) {
@@ -206,8 +210,13 @@ std::vector<Setup> late_resets() {
     return both_regions(setup);
 }
 
-constexpr auto nack = [](uint64_t point, const Counts&) { return Faults{numbered("nack@", point + 1)}; };
-constexpr auto restart = [](uint64_t point, const Counts&) { return Faults{numbered("restart@", point + 1)}; };
+Faults nack(uint64_t point, const Counts& /*counts*/) {
+    return {numbered("nack@", point + 1)};
+}
+
+Faults restart(uint64_t point, const Counts& /*counts*/) {
+    return {numbered("restart@", point + 1)};
+}
 
 const std::vector<Kind>& all_kinds() {
     static const std::vector<Kind> all = {
