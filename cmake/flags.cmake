@@ -21,6 +21,10 @@ if(SV_SANITIZE)
   target_link_options(sv_flags INTERFACE -fsanitize=${SV_SANITIZE})
 endif()
 
+if(SV_FUZZ)
+  target_compile_options(sv_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 if(SV_COVERAGE)
   target_compile_options(sv_flags INTERFACE --coverage -O0)
   target_link_options(sv_flags INTERFACE --coverage)
@@ -31,4 +35,11 @@ function(sv_library name)
   cmake_parse_arguments(arg "" "" "LINK" ${ARGN})
   add_library(${name} STATIC ${arg_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PUBLIC sv_flags ${arg_LINK})
+endfunction()
+
+# Sends the program's calls into the kernel to tests/support/fake_kernel.cpp.
+function(sv_fake_kernel program)
+  foreach(call open ioctl usleep clock_gettime time openlog syslog fopen access)
+    target_link_options(${program} PRIVATE -Wl,--wrap=${call})
+  endforeach()
 endfunction()
