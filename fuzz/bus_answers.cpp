@@ -17,6 +17,7 @@ namespace {
 constexpr uint64_t kMaxTroubled = 12'000;
 constexpr uint64_t kMaxTransfers = 40'000;
 constexpr uint64_t kMaxSleepUs = 120'000'000;
+constexpr int kPollLimit = 5001;
 constexpr int kRefuse = -1;
 constexpr int kSuccess = 0xC0;
 constexpr int kNothing = -1;
@@ -66,7 +67,9 @@ public:
         if (messages.size() == 1) {
             write(first.address, first.bytes[0], first.bytes.subspan(1), status);
         } else {
-            read(first.address, first.bytes[0], messages[1].bytes, status);
+            const sim::Message& second = messages[1];
+            check(second.read && second.address == first.address && first.bytes.size() == 1, "a read is one");
+            read(first.address, first.bytes[0], second.bytes, status);
         }
         return status != kRefuse;
     }
@@ -92,6 +95,7 @@ private:
     }
 
     void write(int address, uint8_t reg, std::span<const uint8_t> bytes, int status) {
+        polls_ = 0;
         if (reg + bytes.size() <= 0xA6) {
             check(allows(kWrites, address, reg, bytes.size()), "a register that is written");
             return;
@@ -116,17 +120,16 @@ private:
                 break;
             case 0x40: {
                 check(erased_ && kMarkedPages[target_].count(page) == 1, "a marked page of the erased region");
-                segment_ = frame_[34] == 0 ? 0 : segment_ + 1;
-                check(frame_[34] == segment_, "segments in their order");
-                const auto expected = good_file().begin() + static_cast<long>(8 + page * 512 + segment_ * 32);
+                check(frame_[34] == 0 || frame_[34] == next_segment_, "a segment after the one before it has arrived");
+                const auto expected = good_file().begin() + static_cast<long>(8 + page * 512 + frame_[34] * 32U);
                 check(std::equal(expected, expected + 32, frame_.begin()), "the file's bytes");
                 break;
             }
             case 0x41: {
                 const size_t start = 8 + size_t{number_at(frame_, 0, 2)} * 512;
-                check(segment_ == 15, "a commit after all segments");
+                check(next_segment_ == 16, "a commit after all segments have arrived");
                 check(number_at(frame_, 3, 2) == checksum(good_file(), start, start + 512), "the page's checksum");
-                segment_ = 0;
+                next_segment_ = 0;
                 break;
             }
             case 0x45:
@@ -148,6 +151,7 @@ private:
     void finish(bool success) {
         succeeded_ = success;
         switch (running_) {
+            case 0x40: next_segment_ = success ? frame_[34] + 1 : next_segment_; break;
             case 0x43: erased_ = success; break;
             case 0x45: enabled = success; break;
             case 0x41:
@@ -161,10 +165,13 @@ private:
 
     void read(int address, uint8_t reg, std::span<uint8_t> bytes, int status) {
         check(allows(kReads, address, reg, bytes.size()), "a register that is read");
+        const bool is_poll = address == 0x08 && (reg == 0x0E || reg == 0xA6);
+        polls_ = is_poll ? polls_ + 1 : 0;
+        check(polls_ <= kPollLimit, "polls are bounded");
         if (status == kRefuse) {
             return;
         }
-        if (address == 0x08 && (reg == 0x0E || reg == 0xA6)) {
+        if (is_poll) {
             bytes[0] = static_cast<uint8_t>(status);
             if (reg == 0xA6 && (status & 0x80) != 0) {
                 finish((status & 0x40) != 0);
@@ -188,10 +195,11 @@ private:
     Input data_{};
     Bytes frame_;
     int running_ = kNothing;  // the frame command that the MCU has taken
+    int polls_ = 0;           // one after the other
     bool succeeded_ = false;  // the latest that has finished
     size_t target_ = 1;
     bool erased_ = false;
-    size_t segment_ = 0;
+    int next_segment_ = 0;
     std::set<size_t> committed_;
 };
 
