@@ -21,6 +21,15 @@ if(SV_SANITIZE)
   target_link_options(sv_flags INTERFACE -fsanitize=${SV_SANITIZE})
 endif()
 
+if(SV_FUZZ)
+  target_compile_options(sv_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
+if(SV_COVERAGE)
+  target_compile_options(sv_flags INTERFACE --coverage -O0)
+  target_link_options(sv_flags INTERFACE --coverage)
+endif()
+
 # sv_library(name source... LINK library...)
 function(sv_library name)
   cmake_parse_arguments(arg "" "" "LINK" ${ARGN})
@@ -28,9 +37,9 @@ function(sv_library name)
   target_link_libraries(${name} PUBLIC sv_flags ${arg_LINK})
 endfunction()
 
-# The calls into the kernel that tests/support/fake_kernel.cpp answers.
-function(sv_wrap_kernel target)
+# Sends the program's calls into the kernel to tests/support/fake_kernel.cpp.
+function(sv_fake_kernel program)
   foreach(call open ioctl usleep clock_gettime time openlog syslog fopen access)
-    target_link_options(${target} PRIVATE -Wl,--wrap=${call})
+    target_link_options(${program} PRIVATE -Wl,--wrap=${call})
   endforeach()
 endfunction()

@@ -3,6 +3,7 @@
 
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -96,7 +97,7 @@ std::optional<std::optional<std::string>> faked_file(const std::string& path) {
 }
 
 std::FILE* open_content(const std::string& content) {
-    std::FILE* file = std::tmpfile();
+    std::FILE* file = fdopen(memfd_create("file", MFD_CLOEXEC), "w+b");
     std::fwrite(content.data(), 1, content.size(), file);
     std::rewind(file);
     return file;

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+// Any command line, a word per line of the input, on a healthy board. A byte above 0x7F at the start of a line stands
+// for a keyword, so that the fuzzer need not spell it. Every file that a word can name is faked: no word writes a file
+// of the host. "good" is an update file that loads, any other name a file that holds its own name.
+#include <optional>
+
+#include "cli/commands.h"
+#include "fuzz/made_file.h"
+#include "tests/support/tool_run.h"
+
+namespace {
+
+constexpr size_t kMaxWords = 12;
+constexpr size_t kMaxLength = 300;
+// An update of two pages takes 300 transfers. Behind these, nobody answers any more: a read-back is cut short.
+constexpr uint64_t kTransfers = 2000;
+constexpr uint64_t kMaxTransfersPerWord = 528 * 16;  // refused ones
+constexpr uint64_t kPollLimit = 5001;
+constexpr uint64_t kMaxSleepUsPerWord = 20'000'000;  // three attempts of an update, each with a reset
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static const std::string good(good_file().begin(), good_file().end());
+    static std::optional<sim::Board> board;
+    if (!board || board->transfers() > 0) {
+        board.emplace();  // takes time: only after runs that have reached it
+    }
+    FakeKernel kernel(*board);
+    kernel.keep_wire = false;
+    uint64_t transfers = 0;
+    kernel.on_bus = [&](std::span<const sim::Message> messages) {
+        return ++transfers <= kTransfers && board->transfer(messages);
+    };
+    std::vector<std::string> words;
+    for (Input input{{data, size}}; !input.rest.empty() && words.size() < kMaxWords;) {
+        std::string word(input.until('\n').substr(0, kMaxLength));
+        if (const auto first = static_cast<uint8_t>(word[0]); first >= 0x80) {
+            word = command_table()[first % command_table().size()].keyword;
+        }
+        words.emplace_back(word.c_str());
+        if (word != "/dev/full" && !word.starts_with("/proc/") && !word.starts_with("/sys/")) {
+            kernel.files[words.back()] = word == "good" ? good : word;
+        }
+    }
+
+    const ToolRun run = run_tool_words(words);
+    check(run.status == 0 || run.status == 255, "the exit status is 0 or 255");
+    check(run.status == 0 || !run.out.empty() || !run.err.empty(), "a failure is explained");
+    check(run.status == 255 || !contains(run.err, "] error "), "an error ends the run");
+    check(board->violations.empty(), "the board has nothing to complain of");
+    check(transfers <= kTransfers + kPollLimit + words.size() * kMaxTransfersPerWord, "transfers are bounded");
+    check(kernel.slept_us <= words.size() * kMaxSleepUsPerWord, "waiting is bounded");
+    const bool spoken = std::all_of(words.begin(), words.end(), is_text);
+    check(!spoken || (is_text(run.out) && is_text(run.err)), "the output is text where the words are");
+    return 0;
+}

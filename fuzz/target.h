@@ -1,0 +1,52 @@
+// SPDX-License-Identifier: MIT
+// What all fuzz targets share.
+#pragma once
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <span>
+#include <string_view>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+
+/// Ends the program unless the property holds. Past the streams of the C library: they may be captured.
+inline void check(bool holds, const char* property) {
+    if (!holds) {
+        dprintf(STDERR_FILENO, "property broken: %s\n", property);
+        std::abort();
+    }
+}
+
+/// Printable ASCII, line ends, and the backspaces of the progress line.
+inline bool is_text(std::string_view text) {
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return (c >= ' ' && c <= '~') || c == '\n' || c == '\b'; });
+}
+
+inline bool contains(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
+}
+
+/// Takes the input apart from its front.
+struct Input {
+    std::span<const uint8_t> rest;
+
+    /// 0 behind the end.
+    uint8_t byte() {
+        const uint8_t value = rest.empty() ? uint8_t{0} : rest.front();
+        rest = rest.subspan(rest.empty() ? 0 : 1);
+        return value;
+    }
+
+    /// Up to the separator, which is taken as well, or the end.
+    std::string_view until(char separator) {
+        const std::string_view all(reinterpret_cast<const char*>(rest.data()), rest.size());
+        const std::string_view part = all.substr(0, all.find(separator));
+        rest = rest.subspan(std::min(part.size() + 1, rest.size()));
+        return part;
+    }
+};
