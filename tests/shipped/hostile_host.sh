@@ -84,7 +84,7 @@ hang_up() {
 }
 export -f hang_up
 disturbed bash -c 'hang_up "sv_updater --update new.svu"'
-expect_same "updates that were over when the terminal went" "$(count rest done)" 0
+expect_same "updates that were over when the terminal went" "$(count rest "done")" 0
 
 # The same terminal ends a read-back, which may end half-way.
 run_board -- bash -c 'hang_up "sv_updater --read memory"'
