@@ -21,6 +21,11 @@ if(SV_SANITIZE)
   target_link_options(sv_flags INTERFACE -fsanitize=${SV_SANITIZE})
 endif()
 
+if(SV_COVERAGE)
+  target_compile_options(sv_flags INTERFACE --coverage -O0)
+  target_link_options(sv_flags INTERFACE --coverage)
+endif()
+
 # sv_library(name source... LINK library...)
 function(sv_library name)
   cmake_parse_arguments(arg "" "" "LINK" ${ARGN})
