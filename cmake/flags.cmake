@@ -32,3 +32,10 @@ function(sv_library name)
   add_library(${name} STATIC ${arg_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PUBLIC sv_flags ${arg_LINK})
 endfunction()
+
+# Sends the program's calls into the kernel to tests/support/fake_kernel.cpp.
+function(sv_fake_kernel program)
+  foreach(call open ioctl usleep clock_gettime time openlog syslog fopen access malloc)
+    target_link_options(${program} PRIVATE -Wl,--wrap=${call})
+  endforeach()
+endfunction()

@@ -196,6 +196,32 @@ TEST(BadInput, Paths) {
     }
 }
 
+TEST(BadInput, NoMemoryForTheFlash) {
+    const std::string good = write_temporary("good.svu", UpdateFileBytes{}.bytes());
+    const std::string memory = write_temporary("memory.bin", {1, 2, 3});
+    const struct {
+        Words words;
+        std::string out;
+        std::string err;
+    } cases[] = {
+        {{"--update", good},
+         "",
+         log_line("info", "update file = error (" + good + ")") +
+             log_line("error", "out of memory for the update file")},
+        {{"--read", memory}, "reading " + memory + "\n", log_line("error", "out of memory for the read-back")}};
+    for (const auto& c : cases) {
+        sim::Board board;
+        FakeKernel kernel(board);
+        kernel.largest_block = 0x41FFF;
+        const ToolRun run = run_tool_words(c.words);
+        EXPECT_EQ(run.status, 255) << c.words[0];
+        EXPECT_EQ(run.out, c.out) << c.words[0];
+        EXPECT_EQ(run.err, c.err) << c.words[0];
+        EXPECT_EQ(kernel.wire, Wire{}) << c.words[0];
+        std::remove(c.words[1].c_str());
+    }
+}
+
 TEST(BadInput, Files) {
     using Bytes = std::vector<uint8_t>;
     const Bytes good = UpdateFileBytes{}.bytes();

@@ -37,6 +37,8 @@ protected:
     /// On a new board; the second run starts behind a transfer of the first.
     void run_both(const Words& words1, uint64_t place, const Words& words2, const char* fault = nullptr) {
         shared = std::make_unique<sim::Board>();
+        shared->flash.install(1, std::vector<uint8_t>{0}, 0x00FF);
+        shared->flash.latest = 0;
         if (fault != nullptr) {
             shared->add_fault(fault);
         }
@@ -124,8 +126,10 @@ TEST_F(TwoAtOnce, ThePollersSuccessHidesAFailureOfTheUpdate) {
         size_t violations;
         int running_swid;
     } cases[] = {
-        // Nothing was there to be erased.
-        {"fail@erase", kErase, "", 0, 0x0123},
+        // The old program is still there.
+        {"fail@erase", kErase,
+         "could not write page 100 (read poll error, cmd start a0, size 07, data 00, read size 00, error 80)\n", 5,
+         0x0123},
         // The checksum of the region is not the file's.
         {"fail@commit/256", kCommit,
          "could not enable other region (1, read poll error, cmd start 80, size 27, data 23, read size 00, error 80)\n",
