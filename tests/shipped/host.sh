@@ -43,8 +43,8 @@ expect 255 "" "error : too few arguments"$'\n'"$usage" sv_updater
 for word in -h --help "-?"; do
   expect 255 "" "$usage" sv_updater --probe "$word"
 done
-if is_sanitized; then
-  echo "built with a sanitizer: neither writes nor libraries are counted"
+if is_instrumented; then
+  echo "built with instruments: neither writes nor libraries are counted"
 elif ! strace -o calls true; then
   echo "strace does not work here: neither writes nor libraries are counted"
 else

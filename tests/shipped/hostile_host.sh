@@ -43,7 +43,7 @@ undisturbed() {
 # descriptor would be one of them if nobody took care.
 undisturbed few.svu $((8785 - 243 * 34))
 trace_writes=""
-if ! is_sanitized && strace -o calls true; then
+if ! is_instrumented && strace -o calls true; then
   trace_writes="strace -y -o calls -e trace=write"
 fi
 for closed in "" "<&-" ">&-" "2>&-" "<&- >&-" "<&- 2>&-" ">&- 2>&-" "<&- >&- 2>&-"; do
@@ -55,6 +55,9 @@ for closed in "" "<&-" ">&-" "2>&-" "<&- >&-" "<&- 2>&-" ">&- 2>&-" "<&- >&- 2>&
     expect_same "writes to nowhere" "$([ "$(count calls '^write(1</dev/null')" -gt 12 ] && echo many)" many
   fi
 done
+
+# No descriptor is left to fill the gap with: nothing is done at all.
+expect 255 "" "" sh -c 'ulimit -n 1; exec sv_updater --probe <&- >&-'
 
 # Outputs that take nothing, or no more than so much.
 for full in ">/dev/full" "2>/dev/full" ">/dev/full 2>&1"; do
