@@ -39,7 +39,7 @@ endfunction()
 
 # Sends the program's calls into the kernel to tests/support/fake_kernel.cpp.
 function(sv_fake_kernel program)
-  foreach(call open ioctl usleep clock_gettime time openlog syslog fopen access)
+  foreach(call open ioctl usleep clock_gettime time openlog syslog fopen access malloc)
     target_link_options(${program} PRIVATE -Wl,--wrap=${call})
   endforeach()
 endfunction()

@@ -178,6 +178,14 @@ TEST(Dump, FullyPopulatedBoard) {
     EXPECT_EQ(kernel.wire.size(), 90U + 88U);
 }
 
+TEST(Dump, DisabledInputs) {
+    sim::Board board;
+    board.scenario.teko_enable = 0x0005;
+    FakeKernel kernel(board);
+    EXPECT_NE(run_tool_words({"--dump"}).out.find("TEKO_ENABLE       = 5 PD1=disabled PD2=disabled (05 00)\n"),
+              std::string::npos);
+}
+
 TEST(Dump, MarkerIsWrittenBackAfterAReset) {
     sim::Board board;
     FakeKernel kernel(board);

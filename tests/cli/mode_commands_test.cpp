@@ -143,11 +143,13 @@ TEST(SetMode, FailedTransactionsEndTheRunWithTheirText) {
         size_t transfers;
     } cases[] = {{{"--set", "prio", "nonsense"}, "nack@1", "I2C write error, start 0e, size 01, cmd 02", 1},
                  {{"--set", "pd1", "off"}, "fail@write-enable-word", "read cmd error, cmd 01, start 0e, result 80", 6},
+                 {{"--set", "store"}, "nack@1", "I2C write error, start 0e, size 01, cmd 00", 1},
                  {{"--set", "store"}, "nack@4", "I2C write error, start 0e, size 01, cmd 02", 4},
                  {{"--set", "led1", "gn"}, "nack@1", "I2C write error, start 0c, size 02", 1},
                  {{"--set", "off"}, "fail@switch-off", "read cmd error, cmd 0d, start 0e, result 80", 3},
                  {{"--set", "test-msg-ack"}, "nack@1", "I2C write error, start 0a, size 01, value 00", 1},
-                 {{"--set", "psuled", "1"}, "nack@4", "", 4}};
+                 {{"--set", "psuled", "1"}, "nack@4", "", 4},
+                 {{"--set", "psuled", "1"}, "nack@5", "", 5}};
     for (const auto& c : cases) {
         sim::Board board;
         board.add_fault(c.fault);

@@ -57,3 +57,13 @@ pack() {
   sv_image pack --region0 "$firmware/v2-region0.bin" --region1 "$firmware/v2-region1.bin" --swid 0x0101 --mark-all \
     -o new.svu >/dev/null
 }
+
+# An update file of twelve pages in each region
+pack_few() {
+  sv_image pack --region0 "$firmware/v2-region0.bin" --region1 "$firmware/v2-region1.bin" --swid 0x0101 -o few.svu >/dev/null
+}
+
+# Built with a sanitizer or with gcov, whose own calls would be counted
+is_instrumented() {
+  grep -q -e __asan_init -e __gcov_ "$(command -v sv_updater)"
+}

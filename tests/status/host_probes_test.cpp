@@ -2,6 +2,7 @@
 #include "status/host_probes.h"
 
 #include "tests/support/device_test.h"
+#include "util/host_files.h"
 
 namespace {
 
@@ -88,4 +89,9 @@ TEST_F(HostProbes, PoeIsLowActiveAndExportsTheLineOnce) {
     kernel.files["/sys/class/gpio/gpio414/value"] = "";
     bool present = true;
     EXPECT_FALSE(read_poe_gpio(device, present));
+}
+
+TEST(HostFiles, WhatCanNotBeWritten) {
+    EXPECT_FALSE(write_file("/does/not/exist", "414", 3));
+    EXPECT_FALSE(write_file("/dev/null", "", 0));
 }

@@ -106,6 +106,8 @@ TEST_F(StatusLine, DashesForEverySourceThatCannotBeRead) {
                   " POE=on  SVMCU=off RST=--- SW=----/-/---- PWR=----V IN=PoE   OUT=--- CAP=full/"},
                  {[](sim::Board& b) { b.add_fault("nack@reg-00"); }, " RST=--- SW=0100/0/"},
                  {[](sim::Board& b) { b.add_fault("nack@reg-00"); }, "V IN=----- OUT=--- CAP="},
+                 {[](sim::Board& b) { b.flash.install(1, std::vector<uint8_t>{1}, 0x0456), b.flash.boot(1); },
+                  " SW=0456/1/5efc PWR="},
                  {[](sim::Board& b) { b.scenario.hwid = 9; }, " SW=----/-/---- PWR="},
                  {[](sim::Board& b) { b.add_fault("fail@read-flash-status"); }, " SW=----/-/---- PWR="},
                  {[](sim::Board& b) { b.add_fault("fail@read-ports"); }, " PWR=----V IN="},

@@ -132,6 +132,7 @@ int __real_clock_gettime(clockid_t clock, timespec* time);
 time_t __real_time(time_t* out);
 std::FILE* __real_fopen(const char* path, const char* mode);
 int __real_access(const char* path, int kind);
+void* __real_malloc(size_t size);
 void __real_openlog(const char* identity, int option, int facility);
 
 int __wrap_open(const char* path, int flags, ...) {
@@ -227,6 +228,14 @@ std::FILE* __wrap_fopen(const char* path, const char* mode) {
         return nullptr;
     }
     return __real_fopen(path, mode);
+}
+
+void* __wrap_malloc(size_t size) {
+    if (kernel != nullptr && size > kernel->largest_block) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    return __real_malloc(size);
 }
 
 int __wrap_access(const char* path, int kind) {

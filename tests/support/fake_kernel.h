@@ -41,6 +41,7 @@ public:
     std::function<bool(std::span<const sim::Message>)> on_bus;
     std::string exported;  ///< what was written to the GPIO's export file
     bool export_works = true;
+    size_t largest_block = SIZE_MAX;          ///< no memory is left for anything larger
     uint64_t now_us = 1'763'330'000'000'000;  ///< 2025-11-16 21:53:20 UTC
 
     uint64_t slept_us = 0;

@@ -113,6 +113,57 @@ TEST_F(UpdateFile, RefusesWhatIsNoFile) {
     }
 }
 
+namespace {
+
+/// A good file on a medium that fails.
+struct FailingFile {
+    enum Failure { kInfo, kSeekBack, kImage } failure;
+    std::vector<uint8_t> bytes = UpdateFileBytes{}.bytes();
+    size_t position = 0;
+};
+
+ssize_t read_failing(void* cookie, char* to, size_t count) {
+    auto& file = *static_cast<FailingFile*>(cookie);
+    const bool in_info = file.position >= file.bytes.size() - 24;
+    const bool in_image = file.position >= 100'000 && !in_info;
+    if ((file.failure == FailingFile::kInfo && in_info) || (file.failure == FailingFile::kImage && in_image)) {
+        return 0;
+    }
+    count = std::min(count, file.bytes.size() - file.position);
+    std::copy_n(file.bytes.begin() + static_cast<std::ptrdiff_t>(file.position), count, to);
+    file.position += count;
+    return static_cast<ssize_t>(count);
+}
+
+int seek_failing(void* cookie, off64_t* offset, int origin) {
+    auto& file = *static_cast<FailingFile*>(cookie);
+    if (file.failure == FailingFile::kSeekBack && origin == SEEK_SET) {
+        return -1;
+    }
+    const size_t from = origin == SEEK_END ? file.bytes.size() : origin == SEEK_CUR ? file.position : 0;
+    *offset += static_cast<off64_t>(from);
+    file.position = static_cast<size_t>(*offset);
+    return 0;
+}
+
+}  // namespace
+
+TEST_F(UpdateFile, AFailingMediumIsNoFile) {
+    const struct {
+        FailingFile::Failure failure;
+        const char* text;
+    } cases[] = {{FailingFile::kInfo, "could not read info structure"},
+                 {FailingFile::kSeekBack, "could not seek in file for start"},
+                 {FailingFile::kImage, "could not read file"}};
+    for (const auto& c : cases) {
+        FailingFile bad{c.failure};
+        std::FILE* file = fopencookie(&bad, "rb", {read_failing, nullptr, seek_failing, nullptr});
+        EXPECT_FALSE(parse_update_file(device, file));
+        EXPECT_EQ(device.last_error, c.text);
+        std::fclose(file);
+    }
+}
+
 TEST_F(UpdateFile, WhatSurvivesAFailure) {
     UpdateFileBytes good;
     good.fill_page(1);
