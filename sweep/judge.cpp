@@ -69,13 +69,46 @@ void Judge::excuse(Window window, const std::string& text) {
 void Judge::begin_run() {
     run_begins_.push_back(board_.flash.history.size());
     attempt_begin_ = board_.flash.history.size();
+    attempt_running_ = board_.flash.running();
+    disable_answered_ = true;
+    reset_answered_ = false;
+    reset_now_sent_ = false;
+}
+
+void Judge::check_now() {
+    const int running = board_.flash.running();
+    if (running >= 0 && !is_complete(running)) {
+        fail("region " + std::to_string(running) + " runs without being complete");
+    }
+    check_power_cycle();
 }
 
 bool Judge::is_lost() const {
     return board_.flash.next_start(0) < 0 && board_.flash.running() < 0;
 }
 
+void Judge::watch_answers(const sim::Transfer& transfer) {
+    const auto& messages = transfer.messages;
+    if (messages[0].address != kMcuAddress) {
+        return;
+    }
+    const auto command = messages.size() == 1 ? sim::command_of(messages[0].bytes) : std::nullopt;
+    if (command && command->frame) {
+        frame_ = static_cast<FrameCommand>(command->code);
+        disable_answered_ = disable_answered_ && frame_ != FrameCommand::kDisableCurrent;
+        reset_now_sent_ = reset_now_sent_ || frame_ == FrameCommand::kResetNow;
+    }
+    const bool is_poll = messages.size() == 2 && messages[0].bytes[0] == kFrameCommandRegister;
+    if (is_poll && transfer.acknowledged && is_success(messages[1].bytes[0])) {
+        disable_answered_ = disable_answered_ || frame_ == FrameCommand::kDisableCurrent;
+        reset_answered_ = reset_answered_ || frame_ == FrameCommand::kResetDelayed;
+        // The MCU itself says C0.
+        false_success_ = false_success_ || messages[1].bytes[0] == 0xFF;
+    }
+}
+
 void Judge::watch(const sim::Transfer& transfer) {
+    watch_answers(transfer);
     if (is_attempt(transfer)) {
         attempt_begin_ = board_.flash.history.size();
         attempt_running_ = board_.flash.running();
@@ -92,9 +125,15 @@ void Judge::watch(const sim::Transfer& transfer) {
 void Judge::check_violations() {
     if (board_.violations.size() != seen_violations_) {
         seen_violations_ = board_.violations.size();
-        const bool switched = board_.flash.running() != attempt_running_;
-        excuse(switched ? Window::kRegionsSwitched : Window::kNone, board_.violations.back());
+        const std::string& text = board_.violations.back();
+        const bool switched = board_.flash.running() != attempt_running_ &&
+                              text.find("belongs to the running region") != std::string::npos;
+        excuse(switched ? Window::kRegionsSwitched : when_misled(), text);
     }
+}
+
+Window Judge::when_misled() const {
+    return false_success_ ? Window::kFalseSuccess : Window::kNone;
 }
 
 bool Judge::is_complete(int region) {
@@ -131,7 +170,7 @@ Window Judge::open_window() const {
         }
         if (history[i].kind == RegionEvent::kDisabled && history[i].region != history[erase - 1].region) {
             const size_t run = run_begins_.empty() ? 0 : run_begins_.back();
-            return i >= run ? Window::kLostAnswer : Window::kBeforeRestart;
+            return i < run ? Window::kBeforeRestart : disable_answered_ ? Window::kNone : Window::kLostAnswer;
         }
     }
     // A board that was updated before it came here has no history of it.
@@ -152,8 +191,11 @@ Window Judge::why_old_firmware() const {
         }
         restarted = restarted || history[i].kind == RegionEvent::kStarted;
     }
-    const bool ready = enabled >= 0 && board_.flash.next_start(0) == enabled && board_.flash.next_start(1) == enabled;
-    return ready && !restarted ? Window::kResetLost : Window::kNone;
+    const std::string& choice = board_.scenario.boot_choice;
+    const int next = board_.flash.next_start(choice == "latest" ? -1 : choice[0] - '0');
+    const bool ready = next >= 0 && holds(board_, next, material_.regions[next]);
+    const bool reset_lost = ready && !restarted && !reset_answered_ && reset_now_sent_;
+    return reset_lost ? Window::kResetLost : when_misled();
 }
 
 void Judge::check_verdict(const Run& run, const std::vector<std::string>& flags) {
@@ -174,20 +216,25 @@ void Judge::check_verdict(const Run& run, const std::vector<std::string>& flags)
     };
     const bool programmed = happened(RegionEvent::kErased);
     if (!programmed && !has(flags, "--without-force-update")) {
-        fail("a success without an erase");
+        excuse(when_misled(), "a success without an erase");
     }
     if (programmed && !happened(RegionEvent::kEnabled)) {
-        fail("a success without an enable");
+        excuse(when_misled(), "a success without an enable");
     }
     if (programmed && !happened(RegionEvent::kDisabled) && !has(flags, "--update-without-disable")) {
-        fail("a success without a disable");
+        excuse(when_misled(), "a success without a disable");
     }
 }
 
 /// Once a success has settled.
 void Judge::check_new_firmware(const std::vector<std::string>& flags) {
     const int region = board_.flash.running();
-    const bool may_choose = has(flags, "--update-without-disable") && setup_.boot_choice != std::string("latest");
+    const auto& history = board_.flash.history;
+    const bool started = std::any_of(history.begin() + static_cast<std::ptrdiff_t>(attempt_begin_), history.end(),
+                                     [](const RegionEvent& event) { return event.kind == RegionEvent::kStarted; });
+    // With both regions enabled on purpose, the MCU takes the one it likes.
+    const bool may_choose = started && board_.flash.next_start(0) != board_.flash.next_start(1) &&
+                            (has(flags, "--update-without-disable") || setup_.start == Start::kRebootOnly);
     if (region >= 0 && !may_choose && !holds(board_, region, material_.regions[region])) {
         excuse(why_old_firmware(), "the new firmware does not run");
     }
@@ -203,7 +250,7 @@ void Judge::end_run(const Run& run, const Bounds& bounds) {
         board_.mcu.restart();
         settle(board_);
     }
-    check_power_cycle();
+    check_now();
     if (run.status == 0) {
         check_new_firmware(setup_.flags);
     }
@@ -216,7 +263,7 @@ void Judge::end_undisturbed_run(const Run& run, uint64_t transfers) {
     }
     check_verdict(run, {});
     settle(board_);
-    check_power_cycle();
+    check_now();
     check_new_firmware({});
 }
 

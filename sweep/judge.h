@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "mcu/registers.h"
 #include "sim/board.h"
 #include "sweep/setup.h"
 
@@ -20,10 +21,11 @@ enum class Window {
     kRestartBetween,   ///< the MCU restarts between enable and disable
     kRegionsSwitched,  ///< the MCU restarts into its other enabled region under an update
     kResetLost,        ///< the new firmware is ready, and the MCU has not restarted
+    kFalseSuccess,     ///< the MCU restarts while its status is read, and the bus reads as success
 };
 
 inline constexpr const char* kWindowNames[] = {
-    "", "answer-lost", "before-restart", "restart-between", "regions-switched", "reset-lost"};
+    "", "answer-lost", "before-restart", "restart-between", "regions-switched", "reset-lost", "false-success"};
 
 /// More than a run may ever need.
 struct Bounds {
@@ -43,6 +45,9 @@ public:
     std::function<void(const sim::Transfer&)> then;
 
     void begin_run();
+
+    /// What would start now, and whether what runs is complete.
+    void check_now();
 
     /// After a run that may have failed: its verdict, then the board once it has settled.
     void end_run(const Run& run, const Bounds& bounds);
@@ -65,6 +70,7 @@ public:
 
 private:
     void watch(const sim::Transfer& transfer);
+    void watch_answers(const sim::Transfer& transfer);
     void check_power_cycle();
     void check_violations();
     void check_verdict(const Run& run, const std::vector<std::string>& flags);
@@ -72,6 +78,7 @@ private:
     bool is_complete(int region);
     Window open_window() const;
     Window why_old_firmware() const;
+    Window when_misled() const;
     void fail(const std::string& text);
     void excuse(Window window, const std::string& text);
 
@@ -81,6 +88,12 @@ private:
     std::vector<size_t> run_begins_;  // in the history
     size_t attempt_begin_ = 0;
     int attempt_running_ = 0;
+    // What the tool could know: whether it read a success behind the latest frame of the kind, in this run.
+    FrameCommand frame_ = FrameCommand::kReadVersion;
+    bool disable_answered_ = true;
+    bool reset_answered_ = false;
+    bool reset_now_sent_ = false;
+    bool false_success_ = false;
     size_t seen_history_ = 0;
     uint64_t seen_writes_ = 0;
     size_t seen_violations_ = 0;

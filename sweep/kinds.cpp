@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "mcu/flash_geometry.h"
+#include "sweep/setups.h"
 
 namespace sweep {
 
@@ -118,6 +119,12 @@ Faults two_restarts(uint64_t point, const Counts& counts) {
             numbered("restart@any-frame#", 1 + point % counts.frames)};
 }
 
+/// The MCU restarts while the status of a changing frame is read: nothing is done, and the released bus reads FF.
+Faults restart_inside_poll(uint64_t point, const Counts& counts) {
+    const uint64_t poll = counts.transfers - 2 * counts.changes + 2 * (point + 1);
+    return {numbered("tear=0@any-change#", point + 1), numbered("flip@", poll)};
+}
+
 constexpr const char* kCommandsOfEachForm[] = {
     "read-version", "read-version2", "read-flash-status", "read-powerrail", "erase", "segment",
     "commit",       "enable",        "disable",           "reset-delayed"};
@@ -142,76 +149,12 @@ bool waited_for_slow_command(uint64_t point, const Counts& counts, const Run& ru
     return waited == (polls <= kPolls);
 }
 
-std::vector<Setup> both_regions(Setup setup) {
-    std::vector<Setup> all;
-    for (setup.running = 0; setup.running < 2; ++setup.running) {
-        all.push_back(setup);
-    }
-    return all;
-}
-
-std::vector<Setup> both_choices(Setup setup) {
-    std::vector<Setup> all;
-    for (const char* choice : {"0", "1"}) {
-        setup.boot_choice = choice;
-        for (const Setup& one : both_regions(setup)) {
-            all.push_back(one);
-        }
-    }
-    return all;
-}
-
-std::vector<Setup> sparse_maps() {
-    std::vector<Setup> all;
-    for (const Pages pages : {Pages::kNone, Pages::kEdges, Pages::kEighth}) {
-        Setup setup;
-        setup.pages = pages;
-        for (const Setup& one : both_regions(setup)) {
-            all.push_back(one);
-        }
-    }
-    return all;
-}
-
-/// With and without force, reset and disable.
-std::vector<Setup> all_flags() {
-    std::vector<Setup> all;
-    for (unsigned bits = 0; bits < 8; ++bits) {
-        Setup setup;
-        setup.pages = Pages::kThree;
-        if ((bits & 1) != 0) {
-            setup.flags.emplace_back("--without-force-update");
-        }
-        if ((bits & 2) != 0) {
-            setup.flags.emplace_back("--update-without-reset");
-        }
-        if ((bits & 4) != 0) {
-            setup.flags.emplace_back("--update-without-disable");
-        }
-        for (const Setup& one : both_regions(setup)) {
-            all.push_back(one);
-        }
-    }
-    return all;
-}
-
-Setup three_pages(Start start, uint32_t boot_ms) {
-    Setup setup;
-    setup.pages = Pages::kThree;
-    setup.start = start;
-    setup.boot_ms = boot_ms;
-    return setup;
-}
-
-/// Late enough for the slowest answer to the reset request.
-std::vector<Setup> late_resets() {
-    Setup setup = three_pages(Start::kUsual, 5);
-    setup.flags = {"--reset-delay", "20"};
-    return both_regions(setup);
-}
-
 Faults nack(uint64_t point, const Counts& /*counts*/) {
     return {numbered("nack@", point + 1)};
+}
+
+Faults dead(uint64_t point, const Counts& /*counts*/) {
+    return {numbered("dead@", point + 1)};
 }
 
 Faults restart(uint64_t point, const Counts& /*counts*/) {
@@ -221,25 +164,47 @@ Faults restart(uint64_t point, const Counts& /*counts*/) {
 const std::vector<Kind>& all_kinds() {
     static const std::vector<Kind> all = {
         {"no acknowledge, once", Mode::kGoesOn, all_transfers, nack, once, both_regions({})},
-        {"bus dead from then on", Mode::kGoesOn, all_transfers,
-         [](uint64_t point, const Counts&) { return Faults{numbered("dead@", point + 1)}; }, once_unanswered,
-         both_regions({})},
+        {"bus dead from then on",
+         Mode::kGoesOn,
+         all_transfers,
+         dead,
+         once_unanswered,
+         both_regions({}),
+         {{Window::kBeforeRestart, 2}, {Window::kResetLost, 2}}},
         {"command fails, once", Mode::kGoesOn, all_commands,
          [](uint64_t point, const Counts&) { return Faults{numbered("fail@any-command#", point + 1)}; }, once,
          both_regions({})},
-        {"commands fail from then on", Mode::kGoesOn, all_commands,
+        {"commands fail from then on",
+         Mode::kGoesOn,
+         all_commands,
          [](uint64_t point, const Counts&) { return Faults{numbered("fail@any-command#", point + 1, "x*")}; },
-         refused_from_here, both_regions({})},
+         refused_from_here,
+         both_regions({}),
+         {{Window::kResetLost, 2}}},
         {"command never finishes, once", Mode::kGoesOn, all_commands,
          [](uint64_t point, const Counts&) { return Faults{numbered("hang@any-command#", point + 1)}; },
          once_unanswered, both_regions({})},
-        {"commands never finish from then on", Mode::kGoesOn, all_commands,
+        {"commands never finish from then on",
+         Mode::kGoesOn,
+         all_commands,
          [](uint64_t point, const Counts&) { return Faults{numbered("hang@any-command#", point + 1, "x*")}; },
-         unanswered_from_here, both_regions({})},
-        {"frame done, write reported failed", Mode::kGoesOn, [](const Counts& counts) { return counts.frames; },
-         [](uint64_t point, const Counts&) { return Faults{numbered("lost@any-frame#", point + 1)}; }, once,
-         both_regions({})},
-        {"tool killed, then run again", Mode::kKilled, between_transfers, nullptr, once, both_regions({})},
+         unanswered_from_here,
+         both_regions({}),
+         {{Window::kResetLost, 2}}},
+        {"frame done, write reported failed",
+         Mode::kGoesOn,
+         [](const Counts& counts) { return counts.frames; },
+         [](uint64_t point, const Counts&) { return Faults{numbered("lost@any-frame#", point + 1)}; },
+         once,
+         both_regions({}),
+         {{Window::kLostAnswer, 2}}},
+        {"tool killed, then run again",
+         Mode::kKilled,
+         between_transfers,
+         nullptr,
+         once,
+         both_regions({}),
+         {{Window::kBeforeRestart, 8}}},
         {"MCU restarts", Mode::kGoesOn, all_transfers, restart, once_unanswered, both_choices({})},
         {"power of the MCU cut", Mode::kGoesOn, between_changes, cut, once_unanswered, both_choices({})},
         {"power of both cut, then run again", Mode::kBothCut, between_changes, nullptr, once, both_choices({})},
@@ -252,29 +217,97 @@ const std::vector<Kind>& all_kinds() {
         {"two without acknowledge, three pages", Mode::kGoesOn,
          [](const Counts& counts) { return counts.transfers * (counts.transfers - 1) / 2; }, pair_of_refusals, twice,
          both_regions(three_pages(Start::kUsual, 5))},
-        {"lost answer and power cut, three pages", Mode::kGoesOn,
-         [](const Counts& counts) { return counts.frames * 2 * counts.changes; }, lost_and_cut, twice,
-         both_choices(three_pages(Start::kUsual, 5))},
-        {"two MCU restarts, three pages", Mode::kGoesOn,
-         [](const Counts& counts) { return counts.frames * counts.frames; }, two_restarts, twice,
-         both_choices(three_pages(Start::kUsual, 0))},
+        {"lost answer and power cut, three pages",
+         Mode::kGoesOn,
+         [](const Counts& counts) { return counts.frames * 2 * counts.changes; },
+         lost_and_cut,
+         twice,
+         both_choices(three_pages(Start::kUsual, 5)),
+         {{Window::kLostAnswer, 236}}},
+        {"two MCU restarts, three pages",
+         Mode::kGoesOn,
+         [](const Counts& counts) { return counts.frames * counts.frames; },
+         two_restarts,
+         twice,
+         both_choices(three_pages(Start::kUsual, 0)),
+         {{Window::kRestartBetween, 38}}},
         {"every failing status", Mode::kGoesOn,
          [](const Counts&) { return kStatuses * std::size(kCommandsOfEachForm); }, failing_status, once,
          both_regions(three_pages(Start::kUsual, 5))},
-        {"done at poll 1, 2, 5000, 5001, 5002", Mode::kGoesOn, [](const Counts& counts) { return 5 * counts.commands; },
-         slow_command, once_unanswered, late_resets(), waited_for_slow_command},
+        {"done at poll 1, 2, 5000, 5001, 5002",
+         Mode::kGoesOn,
+         [](const Counts& counts) { return 5 * counts.commands; },
+         slow_command,
+         once_unanswered,
+         late_resets(),
+         {{Window::kLostAnswer, 2}},
+         waited_for_slow_command},
         {"sparse maps: no acknowledge", Mode::kGoesOn, all_transfers, nack, once, sparse_maps()},
-        {"sparse maps: tool killed", Mode::kKilled, between_transfers, nullptr, once, sparse_maps()},
-        {"sparse maps: power of the MCU cut", Mode::kGoesOn, between_changes, cut, once_unanswered, sparse_maps()},
+        {"sparse maps: tool killed",
+         Mode::kKilled,
+         between_transfers,
+         nullptr,
+         once,
+         sparse_maps(),
+         {{Window::kBeforeRestart, 24}}},
+        {"sparse maps: power of the MCU cut", Mode::kGoesOn, between_changes, cut, once_unanswered,
+         choices(sparse_maps())},
         {"force, reset, disable: no acknowledge", Mode::kGoesOn, all_transfers, nack, once, all_flags()},
-        {"force, reset, disable: tool killed", Mode::kKilled, between_transfers, nullptr, once, all_flags()},
-        {"force, reset, disable: MCU restarts", Mode::kGoesOn, all_transfers, restart, once_unanswered, all_flags()},
-        {"MCU restarts, back at once", Mode::kGoesOn, all_transfers, restart, once_unanswered,
-         both_choices(three_pages(Start::kUsual, 0))},
-        {"MCU restarts, both regions enabled", Mode::kGoesOn, all_transfers, restart, twice,
-         both_choices(three_pages(Start::kBothEnabled, 0))},
-        {"second update, MCU restarts", Mode::kGoesOn, all_transfers, restart, once_unanswered,
-         both_choices(three_pages(Start::kUpdated, 5))},
+        {"force, reset, disable: tool killed",
+         Mode::kKilled,
+         between_transfers,
+         nullptr,
+         once,
+         all_flags(),
+         {{Window::kBeforeRestart, 24}}},
+        {"force, reset, disable: MCU restarts", Mode::kGoesOn, all_transfers, restart, once_unanswered,
+         choices(all_flags())},
+        {"nothing to program: no acknowledge", Mode::kGoesOn, all_transfers, nack, once, nothing_to_program()},
+        {"nothing to program: bus dead",
+         Mode::kGoesOn,
+         all_transfers,
+         dead,
+         once_unanswered,
+         nothing_to_program(),
+         {{Window::kResetLost, 198}}},
+        {"nothing to program: tool killed", Mode::kKilled, between_transfers, nullptr, once, nothing_to_program()},
+        {"nothing to program: MCU restarts", Mode::kGoesOn, all_transfers, restart, once_unanswered,
+         choices(nothing_to_program())},
+        {"MCU restarts inside a status read",
+         Mode::kGoesOn,
+         [](const Counts& counts) { return counts.changes; },
+         restart_inside_poll,
+         twice,
+         both_choices(three_pages(Start::kUsual, 0)),
+         {{Window::kFalseSuccess, 24}}},
+        {"MCU restarts, back at once",
+         Mode::kGoesOn,
+         all_transfers,
+         restart,
+         once_unanswered,
+         both_choices(three_pages(Start::kUsual, 0)),
+         {{Window::kRestartBetween, 2}}},
+        {"MCU restarts, both regions enabled",
+         Mode::kGoesOn,
+         all_transfers,
+         restart,
+         twice,
+         both_choices(three_pages(Start::kBothEnabled, 0)),
+         {{Window::kRestartBetween, 2}, {Window::kRegionsSwitched, 206}}},
+        {"second update, MCU restarts",
+         Mode::kGoesOn,
+         all_transfers,
+         restart,
+         once_unanswered,
+         both_choices(three_pages(Start::kUpdated, 5)),
+         {{Window::kBeforeRestart, 436}, {Window::kRegionsSwitched, 116}}},
+        {"second update, power of both cut",
+         Mode::kBothCut,
+         between_changes,
+         nullptr,
+         once,
+         both_choices(three_pages(Start::kUpdated, 5)),
+         {{Window::kBeforeRestart, 208}}},
     };
     return all;
 }

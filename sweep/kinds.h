@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "sweep/judge.h"
@@ -28,6 +29,8 @@ struct Kind {
     std::vector<std::string> (*faults)(uint64_t point, const Counts& counts);
     Bounds (*bounds)(const Counts& counts);
     std::vector<Setup> setups;
+    /// The windows that lie on the way, and how many of all points lead through each. Any other number is a failure.
+    std::vector<std::pair<Window, uint64_t>> windows = {};
     /// Whether the run through the fault went as it must, where the rules that always hold say too little.
     bool (*went_well)(uint64_t point, const Counts& counts, const Run& run) = nullptr;
 };

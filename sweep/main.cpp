@@ -124,6 +124,24 @@ void print_table(const std::vector<Row>& rows) {
     print(sum);
 }
 
+/// Exceptions that the kinds do not name, and in a complete run, any other number of them.
+void check_windows(const std::vector<Row>& rows, bool complete, std::vector<std::string>& problems) {
+    for (const Row& row : rows) {
+        uint64_t expected[sweep::kWindows] = {};
+        if (row.kind != nullptr) {
+            for (const auto& [window, count] : row.kind->windows) {
+                expected[static_cast<size_t>(window)] = count;
+            }
+        }
+        for (size_t i = 1; i < sweep::kWindows; ++i) {
+            if (complete ? row.windows[i] != expected[i] : row.windows[i] != 0 && expected[i] == 0) {
+                problems.push_back(row.name + ": " + std::to_string(row.windows[i]) + " times " +
+                                   sweep::kWindowNames[i] + ", and not " + std::to_string(expected[i]));
+            }
+        }
+    }
+}
+
 int run(const Options& options) {
     std::vector<Row> rows;
     std::vector<Task> tasks;
@@ -131,6 +149,7 @@ int run(const Options& options) {
     for (const Kind& kind : sweep::kinds()) {
         if (std::string(kind.name).find(options.kind) != std::string::npos) {
             rows.push_back({kind.name});
+            rows.back().kind = &kind;
             for (const Setup& setup : kind.setups) {
                 add_points(rows.size() - 1, kind, setup, options, random, tasks);
             }
@@ -147,6 +166,7 @@ int run(const Options& options) {
     if (counts.transfers != 8785 || counts.commands != 4370 || counts.frames != 4342 || counts.changes != 4339) {
         problems.emplace_back("a complete update consists of something else");
     }
+    check_windows(rows, options.sample == 0 && options.points.empty(), problems);
     print_table(rows);
     for (const std::string& problem : problems) {
         std::printf("UNEXPLAINED: %s\n", problem.c_str());

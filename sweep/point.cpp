@@ -12,6 +12,7 @@ std::vector<std::string> faults_of(const Kind& kind, const Setup& setup, uint64_
 void run_again(sim::Board& board, Judge& judge, const Setup& setup) {
     Setup plain = setup;
     plain.flags.clear();
+    plain.start = Start::kUsual;
     judge.begin_run();
     judge.end_undisturbed_run(run_update(board, {}, setup.pages), counts(plain).transfers);
 }
@@ -24,6 +25,7 @@ Outcome run_on_copy(const sim::Board& board, const Setup& setup, bool power_cut)
         copy.mcu.restart();
         copy.now_us += 1'000'000;
         copy.mcu.advance(copy.now_us);
+        judge.check_now();
     }
     if (!judge.is_lost()) {
         run_again(copy, judge, setup);
@@ -114,6 +116,14 @@ std::string describe(const Kind& kind, const Setup& setup, uint64_t point) {
     std::string text = std::string(kind.name) + ", point " + std::to_string(point) + ": " + describe(setup);
     for (const std::string& fault : faults_of(kind, setup, point)) {
         text += ", " + fault;
+    }
+    if (kind.mode == Mode::kKilled) {
+        text += point == 0 ? ", killed before the first transfer" : ", kill@" + std::to_string(point);
+    } else if (kind.mode == Mode::kBothCut) {
+        text +=
+            point == 0 ? ", both cut before the first change" : ", both cut behind any-change#" + std::to_string(point);
+    } else if (kind.mode == Mode::kTornAndCut) {
+        text += ", both cut there";
     }
     return text;
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <map>
+#include <tuple>
 
 #include "mcu/flash_geometry.h"
 #include "sim/command_names.h"
@@ -18,6 +19,7 @@ namespace sweep {
 namespace {
 
 constexpr uint64_t kBitNs = 2500;
+constexpr uint16_t kFileSwid = 0x0123;
 constexpr uint64_t kSettleUs = 60'000'000;
 
 const char* name_of(Pages pages) {
@@ -77,7 +79,8 @@ struct Files {
 std::string describe(const Setup& setup) {
     std::string text = "region " + std::to_string(setup.running) + " runs, pages " + name_of(setup.pages) + ", boots " +
                        setup.boot_choice + " within " + std::to_string(setup.boot_ms) + " ms";
-    text += setup.start == Start::kBothEnabled ? ", both enabled" : setup.start == Start::kUpdated ? ", updated" : "";
+    constexpr const char* starts[] = {"", ", both enabled", ", updated", ", up to date", ", reboot only"};
+    text += starts[static_cast<size_t>(setup.start)];
     for (const std::string& flag : setup.flags) {
         text += " " + flag;
     }
@@ -106,14 +109,15 @@ const Material& material(Pages pages) {
 }
 
 const Counts& counts(const Setup& setup) {
-    static std::map<std::pair<Pages, std::vector<std::string>>, Counts> all;
-    const auto [entry, is_new] = all.try_emplace({setup.pages, setup.flags});
+    static std::map<std::tuple<Pages, Start, std::vector<std::string>>, Counts> all;
+    const auto [entry, is_new] = all.try_emplace({setup.pages, setup.start, setup.flags});
     Counts& counts = entry->second;
     if (!is_new) {
         return counts;
     }
     Setup usual;
     usual.pages = setup.pages;
+    usual.start = setup.start;
     const auto board = make_board(usual);
     board->on_transfer = [&](const sim::Transfer& transfer) {
         ++counts.transfers;
@@ -147,9 +151,15 @@ std::unique_ptr<sim::Board> make_board(const Setup& setup) {
     board->scenario.boot_ms = setup.boot_ms;
     board->now_us = 1'763'330'000'000'000;
     const int other = 1 - setup.running;
-    board->flash.install(other, old_firmware(other), 0x00FF);
-    board->flash.install(setup.running, old_firmware(setup.running), 0x0100);
-    board->flash.regions[static_cast<size_t>(other)].enabled = setup.start == Start::kBothEnabled;
+    const auto install = [&](int region, bool from_file, uint16_t swid) {
+        board->flash.install(region, from_file ? material(setup.pages).regions[region] : old_firmware(region),
+                             from_file ? kFileSwid : swid);
+    };
+    install(other, setup.start == Start::kRebootOnly, 0x00FF);
+    install(setup.running, setup.start == Start::kUpToDate, setup.start == Start::kRebootOnly ? 0 : 0x0100);
+    board->flash.regions[static_cast<size_t>(other)].enabled =
+        setup.start == Start::kBothEnabled || setup.start == Start::kRebootOnly;
+    board->flash.latest = setup.start == Start::kRebootOnly ? other : setup.running;
     board->flash.boot(setup.running);
     if (setup.start == Start::kUpdated) {
         run_update(*board, {"--update-without-reset"}, setup.pages);

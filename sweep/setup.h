@@ -23,6 +23,8 @@ enum class Start {
     kUsual,        ///< one region runs; the other one holds older firmware and is disabled
     kBothEnabled,  ///< the other one is enabled, too
     kUpdated,      ///< an update is done, and the MCU has not restarted yet
+    kUpToDate,     ///< the file's firmware runs already
+    kRebootOnly,   ///< what runs has no software id, and the other region holds the file's firmware, enabled
 };
 
 struct Setup {
@@ -53,7 +55,7 @@ struct Material {
 /// Made at the first call for these pages. The files go with the process that made them.
 const Material& material(Pages pages);
 
-/// Of an update with these pages and flags.
+/// Of an update from this start with these pages and flags.
 const Counts& counts(const Setup& setup);
 
 /// What a region holds before the update.

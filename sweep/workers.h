@@ -19,6 +19,7 @@ struct Row {
     uint64_t held = 0;
     uint64_t windows[kWindows] = {};
     uint64_t failed = 0;
+    const Kind* kind = nullptr;  ///< null for rows of another sort
 };
 
 /// A piece of work: some points of one row.
