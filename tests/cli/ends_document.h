@@ -20,6 +20,7 @@ struct Row {
     std::string status;
     std::string regions;
     std::string next_start;
+    std::string advice;
     std::map<std::string, bool> seen;
     int runs = 0;
 };
@@ -50,7 +51,7 @@ inline std::map<std::string, Row> read_document() {
         }
         EXPECT_EQ(cells.size(), 8U) << line;
         cells.resize(8);
-        const Row row{texts_of(cells[2]), texts_of(cells[3]), cells[4], cells[5], cells[6], {}, 0};
+        const Row row{texts_of(cells[2]), texts_of(cells[3]), cells[4], cells[5], cells[6], cells[7], {}, 0};
         EXPECT_TRUE(rows.emplace(cells[0], row).second) << cells[0] << " twice";
     }
     return rows;

@@ -2,6 +2,7 @@
 // The table "How an update can end" is carried out. The runs are below; what is expected of them stands in the table.
 #include <algorithm>
 #include <csignal>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <sstream>
@@ -58,6 +59,10 @@ struct Case {
     std::vector<const char*> faults;
     void (*arrange)(Stage&) = nullptr;
 };
+
+// Two pages take as long as the default reset delay.
+constexpr uint64_t kSlowBitNs = 150'000;
+constexpr uint64_t kMinuteUs = 60'000'000;
 
 const Words kForce = {"--update", "FILE"};
 const Words kCalm = {"--without-force-update", "--update", "FILE"};
@@ -154,7 +159,18 @@ const std::vector<Case> kCases = {
     {"E45", kForce, {"kill@enable"}},
     {"E46", kForce, {"kill@disable"}},
     {"E47", kForce, {"kill@reset-delayed"}},
-    {"E48", kTwice, {"kill@commit/256#2"}}};
+    {"E48", kTwice, {"kill@commit/256#2"}},
+    {"E49",
+     {"--upd", "FILE"},
+     {},
+     [](Stage& s) {
+         s.install_new(0), s.enable(false, false);
+         s.board.flash.tear_erase(7);
+     }},
+    {"E50", kCalm, {"skip@reset-delayed"}, [](Stage& s) { s.reboot_only(true); }},
+    {"E50", kCalm, {"dead@reset-delayed"}, [](Stage& s) { s.reboot_only(true); }},
+    {"E51", kTwice, {"fail@erase#2x*"}},
+    {"E52", kTwice, {"fail@enable#2x*"}}};
 
 /// The lines of the log without time and level, or of standard output when nothing was logged.
 Words lines_of(const ToolRun& run) {
@@ -250,15 +266,43 @@ protected:
         if (left == nullptr) {
             compare(tool, row);
             compare(own, gap, row);
+            follow_advice(own, own_kernel.now_us, row);
         } else {
             EXPECT_EQ(row.status, "signal");
             compare(*left, left_gap, row);
+            follow_advice(*left, own_kernel.now_us, row);
         }
     }
 
     void compare(sim::Board& own, bool gap, const Row& row) const {
         EXPECT_EQ("`" + regions(own, names) + (gap ? " gap`" : "`"), row.regions);
-        EXPECT_EQ(next_start(own, names), row.next_start);
+        sim::Board copy(own);
+        EXPECT_EQ(next_start(copy, names), row.next_start);
+    }
+
+    /// Runs the command lines that the document gives, at once or, if it says so, after the reset. The board must be
+    /// able to start then, and start the file's firmware if it was updated.
+    void follow_advice(sim::Board& own, uint64_t now_us, const Row& row) {
+        own.clear_faults();
+        own.on_transfer = nullptr;
+        FakeKernel clock(own);
+        clock.bit_ns = kSlowBitNs;
+        clock.now_us = now_us + (row.advice.find("after the reset") == std::string::npos ? 0 : kMinuteUs);
+        own.mcu.advance(clock.now_us);
+        bool updated = false;
+        for (const std::string& line : texts_of(row.advice)) {
+            std::istringstream in(line);
+            Words words(std::istream_iterator<std::string>(in), {});
+            std::replace(words.begin(), words.end(), std::string("FILE"), path);
+            if (words[0].rfind("--", 0) == 0 && words != Words{"--upd"}) {
+                updated = run_tool_words(words).status == 0 && line.find("--update") != std::string::npos;
+            }
+        }
+        own.mcu.advance(clock.now_us + kMinuteUs);
+        const std::string start = next_start(own, names);
+        const bool beyond_help = row.advice.find("programming adapter") != std::string::npos;
+        EXPECT_EQ(start == "nothing", beyond_help && row.next_start == "nothing") << row.advice;
+        EXPECT_TRUE(!updated || start == "new") << row.advice << ": " << start;
     }
 
     static void compare(const ToolRun& tool, Row& row) {

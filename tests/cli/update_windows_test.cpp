@@ -96,6 +96,43 @@ TEST_F(Window, SecondUpdateBeforeTheRestart) {
     expect_programmed(1);
 }
 
+// Nothing enables the region again.
+TEST_F(Window, EraseBehindAnUpdate) {
+    EXPECT_EQ(run_tool_words({"--update", path, "--erase"}).status, 0);
+    wait_a_minute();
+    EXPECT_EQ(history(board), "e1 n1 d0 e1 s-");
+}
+
+// The id and the checksum of what runs are the file's; that it is disabled cannot be seen.
+TEST_F(Window, NothingToDoOnABoardThatCannotStart) {
+    EXPECT_EQ(run_tool_words({"--update-without-reset", "--update", path}).status, 0);
+    wait_a_minute();
+    board.mcu.restart();
+    wait_a_minute();
+    board.add_fault("lost@disable");
+    board.add_fault("fail@commit/1#2x*");
+    EXPECT_EQ(run_tool_words({"--update", path}).status, 255);
+    board.clear_faults();
+    const ToolRun run = run_tool_words({"--upd", path});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_NE(run.err.find("info  : nothing to do (region 1 is already up to date with "), std::string::npos);
+    EXPECT_NE(run.err.find("info  : overall SV MCU update = okay\n"), std::string::npos);
+    EXPECT_EQ(history(board), "e1 n1 d0 s1 e0 n0 d1 e0 e0");
+    EXPECT_EQ(board.flash.next_start(0), -1);
+}
+
+// The MCU restarts while the tool reads the status of the enable, and the released bus reads FF.
+TEST_F(Window, AnEnableThatOnlySeemedToSucceed) {
+    board.scenario.boot_ms = 0;
+    board.add_fault("tear=0@enable");
+    board.add_fault("flip@179");  // the poll behind it
+    EXPECT_EQ(run_tool_words({"--update", path}).status, 0);
+    EXPECT_EQ(board.violations,
+              std::vector<std::string>{"the running region is disabled while the other one is not enabled"});
+    EXPECT_EQ(history(board), "e1 s0 e1 n1 d0");
+    EXPECT_EQ(unsafe.size(), 0U);
+}
+
 // The MCU restarts into the region that has just been enabled and is back before the next transfer: the disable then
 // hits the new firmware. "okay" is said, and the old firmware runs on.
 TEST_F(Window, RestartBetweenEnableAndDisable) {
@@ -131,6 +168,20 @@ TEST_F(Window, ResetGetsLost) {
     EXPECT_EQ(history(board), "e1 n1 d0");
     EXPECT_EQ(board.flash.running(), 0);
     EXPECT_EQ(board.flash.next_start(0), 1);
+    EXPECT_EQ(unsafe.size(), 0U);
+}
+
+// The same region change, with one region enabled: the reset of the update before comes between identity and erase.
+TEST_F(Window, ThePendingResetComesBetweenIdentityAndErase) {
+    board.scenario.boot_ms = 0;
+    EXPECT_EQ(run_tool_words({"--update-without-reset", "--update", path}).status, 0);
+    board.flash.history.clear();
+    board.add_fault("restart@erase");
+    EXPECT_EQ(run_tool_words({"--update", path}).status, 0);
+    EXPECT_EQ(board.violations, std::vector<std::string>(5, "page 256 belongs to the running region"));
+    wait_a_minute();
+    EXPECT_EQ(history(board), "s1 e0 e0 n0 d1 s0");
+    expect_programmed(0);
     EXPECT_EQ(unsafe.size(), 0U);
 }
 
