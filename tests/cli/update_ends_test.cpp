@@ -61,7 +61,7 @@ struct Case {
 };
 
 // The default reset delay ends while two pages are programmed, with or without a second before them.
-constexpr uint64_t kSlowBitNs = 250'000;
+constexpr uint64_t kSlowBitNs = 400'000;
 constexpr uint64_t kMinuteUs = 60'000'000;
 
 const Words kForce = {"--update", "FILE"};
