@@ -68,8 +68,9 @@ public:
     Verdict commit(uint16_t page, uint16_t checksum);
     Verdict enable_other(uint16_t swid, uint16_t checksum);
     Verdict disable_running();
-    /// An erase that ends after so many pages of the region; in the history it is one: what the region was enabled with
-    /// stays on record.
+
+    /// An erase that ends after so many pages of the region; the history counts it as one. What the region was enabled
+    /// with stays on record.
     void tear_erase(uint32_t pages);
 
     /// A commit, refused like any other, that ends after so many bytes of the page.

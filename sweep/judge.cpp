@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "mcu/flash_geometry.h"
-#include "sim/command_names.h"
 
 namespace sweep {
 
@@ -25,13 +24,6 @@ bool holds(const sim::Board& board, int region, const std::vector<uint8_t>& expe
                       board.flash.memory().begin() + region * static_cast<std::ptrdiff_t>(kRegionSize));
 }
 
-bool is_attempt(const sim::Transfer& transfer) {
-    const auto& messages = transfer.messages;
-    return messages.size() == 1 && messages[0].address == kMcuAddress && messages[0].bytes.size() == 2 &&
-           messages[0].bytes[0] == kFrameCommandRegister &&
-           messages[0].bytes[1] == static_cast<uint8_t>(FrameCommand::kReadVersion);
-}
-
 }  // namespace
 
 Judge::Judge(sim::Board& board, const Setup& setup)
@@ -39,13 +31,8 @@ Judge::Judge(sim::Board& board, const Setup& setup)
       setup_(setup),
       material_(material(setup.pages)),
       seen_history_(board.flash.history.size()),
-      seen_writes_(board.flash.writes(0) + board.flash.writes(1)) {
-    board.on_transfer = [this](const sim::Transfer& transfer) {
-        watch(transfer);
-        if (then) {
-            then(transfer);
-        }
-    };
+      seen_writes_{board.flash.writes(0), board.flash.writes(1)} {
+    board.on_transfer = [this](const sim::Transfer& transfer) { watch(transfer); };
 }
 
 Judge::~Judge() {
@@ -67,7 +54,7 @@ void Judge::excuse(Window window, const std::string& text) {
 }
 
 void Judge::begin_run() {
-    run_begins_.push_back(board_.flash.history.size());
+    run_begin_ = board_.flash.history.size();
     attempt_begin_ = board_.flash.history.size();
     attempt_running_ = board_.flash.running();
     disable_answered_ = true;
@@ -92,11 +79,14 @@ void Judge::watch_answers(const sim::Transfer& transfer) {
     if (messages[0].address != kMcuAddress) {
         return;
     }
-    const auto command = messages.size() == 1 ? sim::command_of(messages[0].bytes) : std::nullopt;
-    if (command && command->frame) {
-        frame_ = static_cast<FrameCommand>(command->code);
+    if (const sim::FrameForm* form = frame_of(transfer); form != nullptr) {
+        frame_ = form->command;
         disable_answered_ = disable_answered_ && frame_ != FrameCommand::kDisableCurrent;
         reset_now_sent_ = reset_now_sent_ || frame_ == FrameCommand::kResetNow;
+        if (frame_ == FrameCommand::kReadVersion) {
+            attempt_begin_ = board_.flash.history.size();
+            attempt_running_ = board_.flash.running();
+        }
     }
     const bool is_poll = messages.size() == 2 && messages[0].bytes[0] == kFrameCommandRegister;
     if (is_poll && transfer.acknowledged && is_success(messages[1].bytes[0])) {
@@ -109,14 +99,17 @@ void Judge::watch_answers(const sim::Transfer& transfer) {
 
 void Judge::watch(const sim::Transfer& transfer) {
     watch_answers(transfer);
-    if (is_attempt(transfer)) {
-        attempt_begin_ = board_.flash.history.size();
-        attempt_running_ = board_.flash.running();
-    }
     check_violations();
-    const uint64_t writes = board_.flash.writes(0) + board_.flash.writes(1);
-    if (writes != seen_writes_ || board_.flash.history.size() != seen_history_) {
-        seen_writes_ = writes;
+    bool changed = board_.flash.history.size() != seen_history_;
+    for (const int region : {0, 1}) {
+        const bool written = board_.flash.writes(region) != seen_writes_[region];
+        if (written && region == board_.flash.running()) {
+            fail("region " + std::to_string(region) + " is written while it runs");
+        }
+        seen_writes_[region] = board_.flash.writes(region);
+        changed = changed || written;
+    }
+    if (changed) {
         seen_history_ = board_.flash.history.size();
         check_power_cycle();
     }
@@ -169,8 +162,7 @@ Window Judge::open_window() const {
             return Window::kNone;
         }
         if (history[i].kind == RegionEvent::kDisabled && history[i].region != history[erase - 1].region) {
-            const size_t run = run_begins_.empty() ? 0 : run_begins_.back();
-            return i < run ? Window::kBeforeRestart : disable_answered_ ? Window::kNone : Window::kLostAnswer;
+            return i < run_begin_ ? Window::kBeforeRestart : disable_answered_ ? Window::kNone : Window::kLostAnswer;
         }
     }
     // A board that was updated before it came here has no history of it.

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -40,9 +39,6 @@ public:
     ~Judge();
     Judge(const Judge&) = delete;
     Judge& operator=(const Judge&) = delete;
-
-    /// Called behind the checks of every transfer.
-    std::function<void(const sim::Transfer&)> then;
 
     void begin_run();
 
@@ -85,7 +81,7 @@ private:
     sim::Board& board_;
     const Setup& setup_;
     const Material& material_;
-    std::vector<size_t> run_begins_;  // in the history
+    size_t run_begin_ = 0;  // in the history, as the next one
     size_t attempt_begin_ = 0;
     int attempt_running_ = 0;
     // What the tool could know: whether it read a success behind the latest frame of the kind, in this run.
@@ -95,7 +91,7 @@ private:
     bool reset_now_sent_ = false;
     bool false_success_ = false;
     size_t seen_history_ = 0;
-    uint64_t seen_writes_ = 0;
+    uint64_t seen_writes_[2];
     size_t seen_violations_ = 0;
     bool complete_[2] = {};
     uint64_t complete_writes_[2] = {UINT64_MAX, UINT64_MAX};

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "sweep/kinds.h"
 
+#include <cstdio>
 #include <iterator>
 
 #include "mcu/flash_geometry.h"
@@ -16,7 +17,7 @@ constexpr uint64_t kPolls = 5001;
 constexpr uint64_t kTries = 5;
 
 // What a run may need at most: so many complete attempts, so many commands polled in vain, the pauses after failed
-// pages, and a reset request that is never answered (4.2 s, some 40 transfers and a poll of its own each second).
+// pages, and a reset request that is never answered (4.2 s and some 40 transfers).
 constexpr Bounds bound(const Counts& counts, uint64_t attempts, uint64_t hopeless, uint64_t failed_pages) {
     const uint64_t polls = hopeless * kPolls;
     return {attempts * counts.transfers + polls + 200, (polls + failed_pages * 500 + 4200 + 100) * 1000};

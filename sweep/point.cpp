@@ -70,9 +70,7 @@ Outcome tear_and_cut(const Kind& kind, const Setup& setup, const sim::Board& fre
 }
 
 bool is_change(const sim::Transfer& transfer) {
-    const auto command = sim::command_of(transfer.messages.front().bytes);
-    const sim::FrameForm* form =
-        transfer.messages.size() == 1 && command && command->frame ? sim::find_frame_form(command->code) : nullptr;
+    const sim::FrameForm* form = frame_of(transfer);
     return form != nullptr && form->changes;
 }
 

@@ -9,7 +9,6 @@
 #include <tuple>
 
 #include "mcu/flash_geometry.h"
-#include "sim/command_names.h"
 #include "tests/support/fake_kernel.h"
 #include "tests/support/tool_run.h"
 #include "tests/support/update_file_bytes.h"
@@ -121,9 +120,8 @@ const Counts& counts(const Setup& setup) {
     const auto board = make_board(usual);
     board->on_transfer = [&](const sim::Transfer& transfer) {
         ++counts.transfers;
-        const auto command = sim::command_of(transfer.messages.front().bytes);
-        if (transfer.messages.size() == 1 && command) {
-            const sim::FrameForm* form = command->frame ? sim::find_frame_form(command->code) : nullptr;
+        if (transfer.messages.size() == 1 && sim::command_of(transfer.messages[0].bytes)) {
+            const sim::FrameForm* form = frame_of(transfer);
             ++counts.commands;
             counts.frames += form != nullptr ? 1 : 0;
             counts.changes += form != nullptr && form->changes ? 1 : 0;
@@ -183,6 +181,11 @@ Run run_update(sim::Board& board, const std::vector<std::string>& flags, Pages p
     run.slept_us = kernel.slept_us;
     board.now_us = kernel.now_us;
     return run;
+}
+
+const sim::FrameForm* frame_of(const sim::Transfer& transfer) {
+    const auto command = transfer.messages.size() == 1 ? sim::command_of(transfer.messages[0].bytes) : std::nullopt;
+    return command && command->frame ? sim::find_frame_form(command->code) : nullptr;
 }
 
 void settle(sim::Board& board) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "sim/board.h"
+#include "sim/command_names.h"
 
 namespace sweep {
 
@@ -73,6 +74,9 @@ struct Run {
 
 /// One process of the tool, on a bus of 400 kHz.
 Run run_update(sim::Board& board, const std::vector<std::string>& flags, Pages pages);
+
+/// The form of the frame that a transfer writes; null when it writes none.
+const sim::FrameForm* frame_of(const sim::Transfer& transfer);
 
 /// The board after a minute, without faults.
 void settle(sim::Board& board);

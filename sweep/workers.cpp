@@ -5,10 +5,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
-#include <cstring>
 #include <new>
 
 #include "sweep/resources.h"
@@ -134,8 +134,11 @@ std::vector<std::string> run_tasks(const std::vector<Task>& tasks, unsigned jobs
         } else {
             usleep(kRefreshUs);
         }
-        progress.show(shared.points_done);
+        if (shared.points_done < total) {
+            progress.show(shared.points_done);
+        }
     }
+    progress.show(shared.points_done);
     for (size_t i = 0; i < rows.size(); ++i) {
         rows[i].held = shared.rows[i].held;
         rows[i].failed = shared.rows[i].failed;
