@@ -66,6 +66,13 @@ function(sv_library name)
   target_link_libraries(${name} PUBLIC sv_flags ${arg_LINK})
 endfunction()
 
+# What stands around the tool in a test is not what is tested: it need not have the tool's level of optimisation.
+function(sv_quick target)
+  if(SV_QUICK_TESTS)
+    target_compile_options(${target} PRIVATE -O1)
+  endif()
+endfunction()
+
 # Sends the program's calls into the kernel to tests/support/fake_kernel.cpp.
 function(sv_fake_kernel program)
   # The second line: what the headers make of some of them, with 64-bit time or file offsets, or fortified.

@@ -167,7 +167,10 @@ bool run_read(CommandContext& context) {
     }
     // Not examined: it supplies the page size, without which read_memory refuses.
     read_version(device, nullptr);
-    std::memset(memory.get(), kUnreadFill, kMemorySize);
+    // By pages: a large block is filled by one instruction, which emulators and profilers count byte by byte.
+    for (uint32_t at = 0; at < kMemorySize; at += kPageSize) {
+        std::memset(memory.get() + at, kUnreadFill, kPageSize);
+    }
     if (!read_memory(device, 0, kMemoryPages, memory.get(), kMemorySize)) {
         log_message(kLogError, "could not read data (%s)", device.last_error.c_str());
         return false;
