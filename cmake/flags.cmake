@@ -30,6 +30,8 @@ if(SV_COVERAGE)
   target_link_options(sv_flags INTERFACE --coverage)
 endif()
 
+include(cmake/hardening.cmake)
+
 # sv_library(name source... LINK library...)
 function(sv_library name)
   cmake_parse_arguments(arg "" "" "LINK" ${ARGN})
@@ -39,7 +41,7 @@ endfunction()
 
 # Sends the program's calls into the kernel to tests/support/fake_kernel.cpp.
 function(sv_fake_kernel program)
-  foreach(call open ioctl usleep clock_gettime time openlog syslog fopen access malloc)
+  foreach(call open ioctl usleep clock_gettime time openlog syslog __syslog_chk fopen access malloc)
     target_link_options(${program} PRIVATE -Wl,--wrap=${call})
   endforeach()
 endfunction()

@@ -108,6 +108,14 @@ ssize_t write_export(void* /*cookie*/, const char* bytes, size_t count) {
     return static_cast<ssize_t>(count);
 }
 
+void keep_log_line(int priority, const char* format, va_list values) {
+    char text[2048];
+    std::vsnprintf(text, sizeof text, format, values);
+    if (kernel != nullptr) {
+        kernel->syslog.push_back({priority, text});
+    }
+}
+
 timespec virtual_time() {
     return {static_cast<time_t>(kernel->now_us / 1'000'000), static_cast<long>(kernel->now_us % 1'000'000 * 1000)};
 }
@@ -199,14 +207,18 @@ void __wrap_openlog(const char* identity, int option, int facility) {
 }
 
 void __wrap_syslog(int priority, const char* format, ...) {
-    char text[2048];
     va_list values;
     va_start(values, format);
-    std::vsnprintf(text, sizeof text, format, values);
+    keep_log_line(priority, format, values);
     va_end(values);
-    if (kernel != nullptr) {
-        kernel->syslog.push_back({priority, text});
-    }
+}
+
+// What fortified code calls in its place.
+void __wrap___syslog_chk(int priority, int /*flag*/, const char* format, ...) {
+    va_list values;
+    va_start(values, format);
+    keep_log_line(priority, format, values);
+    va_end(values);
 }
 
 std::FILE* __wrap_fopen(const char* path, const char* mode) {
