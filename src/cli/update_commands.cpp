@@ -23,7 +23,6 @@ namespace {
 
 constexpr int kUpdateAttempts = 3;
 constexpr uint8_t kMaxResetDelay = 255;
-constexpr uint8_t kUnreadFill = 0x55;
 
 using FilePointer = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
@@ -167,7 +166,6 @@ bool run_read(CommandContext& context) {
     }
     // Not examined: it supplies the page size, without which read_memory refuses.
     read_version(device, nullptr);
-    std::memset(memory.get(), kUnreadFill, kMemorySize);
     if (!read_memory(device, 0, kMemoryPages, memory.get(), kMemorySize)) {
         log_message(kLogError, "could not read data (%s)", device.last_error.c_str());
         return false;

@@ -10,6 +10,7 @@
 
 namespace {
 
+constexpr uint8_t kUnreadFill = 0x55;
 constexpr uint16_t kPageSizeLimit = 0x2000;  // the segment number is one byte
 
 int other_region(const McuDevice& device) {
@@ -22,6 +23,8 @@ void read_page(McuDevice& device, uint16_t page, uint8_t* data) {
         const PageFrame frame = read_segment_frame(page, static_cast<uint8_t>(offset / kSegmentSize));
         if (run_frame_command(device, frame, segment, sizeof segment)) {
             std::memcpy(data + offset, segment, sizeof segment);
+        } else {
+            std::memset(data + offset, kUnreadFill, kSegmentSize);
         }
     }
 }

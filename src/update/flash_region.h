@@ -22,7 +22,7 @@ bool write_segment(McuDevice& device, uint16_t page, uint8_t segment, const uint
 bool write_page(McuDevice& device, uint16_t page, const uint8_t* data, uint16_t size);
 
 /// Reads the pages from `first_page` up to, not including, `end_page`; page p goes to offset p * page_size of the
-/// buffer. Shows its progress on standard output. A segment that can't be read leaves its part of the buffer as it
-/// was, and is not reported. Failure, before anything is sent: "version info not available" when the identity has
-/// not been read, "buffer too small" when the buffer ends before page `end_page` would begin.
+/// buffer. Shows its progress on standard output. A segment that can't be read becomes 0x55 bytes, and is not reported.
+/// Failure, before anything is sent: "version info not available" when the identity has not been read, "buffer too
+/// small" when the buffer ends before page `end_page` would begin.
 bool read_memory(McuDevice& device, uint16_t first_page, uint16_t end_page, uint8_t* buffer, uint32_t buffer_size);
