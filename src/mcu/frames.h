@@ -10,12 +10,14 @@
 #include "mcu/registers.h"
 #include "util/little_endian.h"
 
-/// The registers from Start to the command register; bytes that a command does not use are 0.
+/// The registers from Start to the command register, behind the number of the first one, as they go over the wire;
+/// bytes that a command does not use are 0.
 template <uint8_t Start>
 struct Frame {
     static constexpr uint8_t kStart = Start;
     static constexpr uint16_t kLength = kFrameCommandRegister - Start + 1;
 
+    uint8_t start = Start;
     uint8_t bytes[kLength] = {};
 
     explicit Frame(FrameCommand command) {
@@ -42,6 +44,7 @@ using DataFrame = Frame<kFrameRegister>;         ///< the whole area
 
 static_assert(BareFrame::kLength == 1 && KeyFrame::kLength == 2);
 static_assert(PageFrame::kLength == 7 && DataFrame::kLength == 39);
+static_assert(sizeof(BareFrame) == 2 && sizeof(DataFrame) == 40);  // no padding between the register and the bytes
 
 /// `data` holds the 32 bytes of the segment.
 inline DataFrame segment_frame(uint16_t page, uint8_t segment, const uint8_t* data) {

@@ -2,9 +2,6 @@
 #include "mcu/i2c_bus.h"
 
 #include <fcntl.h>
-#include <linux/i2c-dev.h>
-#include <linux/i2c.h>
-#include <sys/ioctl.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -14,37 +11,22 @@
 
 namespace {
 
-constexpr uint16_t kChunkSize = 256;
-
-bool transfer(const I2cBus& bus, i2c_msg* messages, uint32_t count) {
-    i2c_rdwr_ioctl_data request{messages, count};
-    return ioctl(bus.fd, I2C_RDWR, &request) >= 0;
-}
-
 bool write_chunk(const I2cBus& bus, uint8_t address, uint8_t start, uint16_t length, const uint8_t* data) {
-    uint8_t buffer[1 + kChunkSize];
+    uint8_t buffer[1 + kI2cChunkSize];
     buffer[0] = start;
     if (length > 0) {
         std::memcpy(buffer + 1, data, length);
     }
     i2c_msg message{address, 0, static_cast<uint16_t>(length + 1), buffer};
-    return transfer(bus, &message, 1);
-}
-
-bool read_chunk(const I2cBus& bus, uint8_t address, uint8_t start, uint16_t length, uint8_t* data) {
-    i2c_msg messages[] = {{address, 0, 1, &start}, {address, I2C_M_RD, length, data}};
-    return transfer(bus, messages, 2);
+    return i2c_transfer(bus, &message, 1);
 }
 
 template <typename Byte, typename TransferChunk>
 bool transfer_chunks(const I2cBus& bus, uint8_t address, uint8_t start, uint16_t length, Byte* data,
                      TransferChunk transfer_chunk) {
-    if (bus.fd < 0) {
-        return false;
-    }
     uint32_t offset = 0;
     do {
-        const auto chunk = static_cast<uint16_t>(std::min<uint32_t>(length - offset, kChunkSize));
+        const auto chunk = static_cast<uint16_t>(std::min<uint32_t>(length - offset, kI2cChunkSize));
         if (!transfer_chunk(bus, address, start, chunk, data + offset)) {
             return false;
         }
@@ -74,8 +56,8 @@ bool i2c_write(const I2cBus& bus, uint8_t address, uint8_t start, uint16_t lengt
     return transfer_chunks(bus, address, start, length, data, write_chunk);
 }
 
-bool i2c_read(const I2cBus& bus, uint8_t address, uint8_t start, uint16_t length, uint8_t* data) {
-    return transfer_chunks(bus, address, start, length, data, read_chunk);
+bool i2c_read_chunks(const I2cBus& bus, uint8_t address, uint8_t start, uint16_t length, uint8_t* data) {
+    return transfer_chunks(bus, address, start, length, data, i2c_read);
 }
 
 bool i2c_write_byte(const I2cBus& bus, uint8_t address, uint8_t reg, uint8_t value) {

@@ -58,7 +58,7 @@ bool request_delayed_reset(McuDevice& device, uint8_t& request_status) {
     const DataFrame frame = delayed_reset_frame(device.reset_delay);
     WaitingDots dots;
     for (int requests = 1;; ++requests) {
-        if (run_frame_command(device, frame.kStart, frame.bytes, frame.kLength, nullptr, 0, &request_status)) {
+        if (run_frame_command(device, frame, nullptr, 0, &request_status)) {
             dots.end_line();
             if (device.reset_delay == 0) {
                 return note(device, "MCU will reset now");

@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "mcu/transactions.h"
 
-#include <unistd.h>
-
 namespace {
-
-constexpr int kPollLimit = 5001;
-constexpr useconds_t kPollPauseUs = 1000;
 
 struct ChargerWord {
     uint8_t reg;
@@ -23,26 +18,6 @@ bool write_mcu(McuDevice& device, uint8_t start, uint16_t length, const uint8_t*
     return i2c_write(*device.bus, device.address, start, length, data);
 }
 
-/// Returns the last status that could be read; it is not a finished one when the polls have run out.
-uint8_t poll_status(McuDevice& device, uint8_t status_register) {
-    uint8_t status = 0;
-    for (int i = 0; i < kPollLimit; ++i) {
-        uint8_t byte = 0;
-        if (read_registers(device, status_register, 1, &byte)) {
-            status = byte;
-            if (is_finished(status)) {
-                return status;
-            }
-        }
-        usleep(kPollPauseUs);
-    }
-    return status;
-}
-
-bool fail_write(McuDevice& device, uint8_t start, uint16_t length) {
-    return fail(device, "I2C write error, start %02x, size %02x", start, length);
-}
-
 bool write_single_register(McuDevice& device, uint8_t reg, uint8_t value) {
     if (write_mcu(device, reg, 1, &value)) {
         return true;
@@ -52,39 +27,14 @@ bool write_single_register(McuDevice& device, uint8_t reg, uint8_t value) {
 
 }  // namespace
 
-bool read_registers(McuDevice& device, uint8_t start, uint8_t length, uint8_t* data) {
-    return i2c_read(*device.bus, device.address, start, length, data);
+bool fail_write(McuDevice& device, uint8_t start, uint16_t length) {
+    return fail(device, "I2C write error, start %02x, size %02x", start, length);
 }
 
-uint8_t poll_frame_status(McuDevice& device, uint8_t* response, uint8_t read_size) {
-    const uint8_t status = poll_status(device, kFrameCommandRegister);
-    if (read_size == 0) {
-        return status;
-    }
-    response[0] = 0;
-    if (is_finished(status) && !read_registers(device, kFrameRegister, read_size, response)) {
-        return 0;
-    }
-    return status;
-}
-
-bool run_frame_command(McuDevice& device, uint8_t start, const uint8_t* frame, uint16_t length, uint8_t* response,
-                       uint8_t read_size, uint8_t* status_out) {
-    if (status_out != nullptr) {
-        *status_out = 0;
-    }
-    if (!write_mcu(device, start, length, frame)) {
-        return fail_write(device, start, length);
-    }
-    const uint8_t status = poll_frame_status(device, response, read_size);
-    if (status_out != nullptr) {
-        *status_out = status;
-    }
-    if (is_success(status)) {
-        return true;
-    }
+bool fail_frame(McuDevice& device, uint8_t start, uint16_t length, uint8_t first_byte, uint8_t read_size,
+                uint8_t status) {
     return fail(device, "read poll error, cmd start %02x, size %02x, data %02x, read size %02x, error %02x", start,
-                length, frame[0], read_size, status);
+                length, first_byte, read_size, status);
 }
 
 bool run_register_command(McuDevice& device, RegisterCommand command, uint16_t* result) {

@@ -3,6 +3,8 @@
 // registers. Nothing here repeats a failed transfer, and nothing but last_error of the device changes.
 #pragma once
 
+#include <unistd.h>
+
 #include <cstdint>
 
 #include "mcu/frames.h"
@@ -21,23 +23,67 @@ struct CapRegisters {
 };
 
 /// A plain read of the MCU's registers. Sets no text.
-bool read_registers(McuDevice& device, uint8_t start, uint8_t length, uint8_t* data);
+inline bool read_registers(McuDevice& device, uint8_t start, uint8_t length, uint8_t* data) {
+    return i2c_read(*device.bus, device.address, start, length, data);
+}
 
-/// Reads the frame status until the command has finished, up to 5001 times with 1 ms after each read that did not
-/// say so, then `read_size` response bytes (none for 0). Returns the last status read, and 0 when none could be
-/// read or the response could not.
-uint8_t poll_frame_status(McuDevice& device, uint8_t* response, uint8_t read_size);
+inline constexpr int kPollLimit = 5001;
+inline constexpr useconds_t kPollPauseUs = 1000;
 
-/// Writes the frame to the registers from `start` on, waits and fetches the response. `status_out`, when given,
-/// receives the completion status, 0 when the write failed. Failure: "I2C write error, …" when the write failed,
-/// else "read poll error, …" with the status.
-bool run_frame_command(McuDevice& device, uint8_t start, const uint8_t* frame, uint16_t length, uint8_t* response,
-                       uint8_t read_size, uint8_t* status_out);
+/// Reads the status up to 5001 times, with 1 ms after each read that did not say that the command has finished. Returns
+/// the last status that could be read; it is not a finished one when the polls have run out.
+inline uint8_t poll_status(McuDevice& device, uint8_t status_register) {
+    uint8_t status = 0;
+    for (int i = 0; i < kPollLimit; ++i) {
+        uint8_t byte = 0;
+        if (read_registers(device, status_register, 1, &byte)) {
+            status = byte;
+            if (is_finished(status)) {
+                return status;
+            }
+        }
+        usleep(kPollPauseUs);
+    }
+    return status;
+}
 
+/// Polls the frame status as above, then reads `read_size` response bytes (none for 0). Returns the last status read,
+/// and 0 when none could be read or the response could not.
+inline uint8_t poll_frame_status(McuDevice& device, uint8_t* response, uint8_t read_size) {
+    const uint8_t status = poll_status(device, kFrameCommandRegister);
+    if (read_size == 0) {
+        return status;
+    }
+    response[0] = 0;
+    if (is_finished(status) && !read_registers(device, kFrameRegister, read_size, response)) {
+        return 0;
+    }
+    return status;
+}
+
+/// Words the reasons of a failed frame command.
+bool fail_write(McuDevice& device, uint8_t start, uint16_t length);
+bool fail_frame(McuDevice& device, uint8_t start, uint16_t length, uint8_t first_byte, uint8_t read_size,
+                uint8_t status);
+
+/// Writes the frame to its registers, waits and fetches the response. `status_out`, when given, receives the completion
+/// status, 0 when the write failed. Failure: "I2C write error, …" when the write failed, else "read poll error, …" with
+/// the status. Marked as inline because g++ takes a plain template for too large.
 template <uint8_t Start>
-bool run_frame_command(McuDevice& device, const Frame<Start>& frame, uint8_t* response = nullptr,
-                       uint8_t read_size = 0) {
-    return run_frame_command(device, Start, frame.bytes, frame.kLength, response, read_size, nullptr);
+inline bool run_frame_command(McuDevice& device, Frame<Start> frame, uint8_t* response = nullptr, uint8_t read_size = 0,
+                              uint8_t* status_out = nullptr) {
+    if (status_out != nullptr) {
+        *status_out = 0;
+    }
+    i2c_msg message{device.address, 0, sizeof frame, reinterpret_cast<uint8_t*>(&frame)};
+    if (!i2c_transfer(*device.bus, &message, 1)) {
+        return fail_write(device, Start, frame.kLength);
+    }
+    const uint8_t status = poll_frame_status(device, response, read_size);
+    if (status_out != nullptr) {
+        *status_out = status;
+    }
+    return is_success(status) || fail_frame(device, Start, frame.kLength, frame.bytes[0], read_size, status);
 }
 
 /// Writes the code, waits as above, and reads the 16-bit result when one is wanted. A failure leaves 0 in the result if

@@ -87,7 +87,7 @@ TEST_F(Transactions, FrameCommandReportsEveryFailure) {
         const BareFrame frame(FrameCommand::kReadVersion);
         uint8_t response[32] = {0x99};
         uint8_t status = 0x77;
-        EXPECT_FALSE(run_frame_command(device, 0xA6, frame.bytes, 1, response, 32, &status)) << c.fault;
+        EXPECT_FALSE(run_frame_command(device, frame, response, 32, &status)) << c.fault;
         EXPECT_EQ(device.last_error, c.text) << c.fault;
         EXPECT_EQ(status, c.status) << c.fault;
         EXPECT_EQ(own.slept_us, c.slept_ms * 1000) << c.fault;
