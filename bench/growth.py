@@ -39,9 +39,9 @@ def print_line(measure, first_cell, khz=400, polls=1):
         for program in ("tool", "floor"):
             wall, bus, pauses = measure.own_ms(program, UPDATE, khz, polls)
             own.setdefault(program, []).append(wall - bus - pauses)
-    cells = [f"{transfers:,}", f"{instructions[0]:,}", f"{instructions[1]:,}", f"{bus / 1e3:.3f}", f"{pauses / 1e3:.3f}"]
-    cells += [f"{min(own[program]):.1f}" for program in ("tool", "floor")]
-    print(first_cell.rjust(8) + "".join(cell.rjust(14) for cell in cells))
+    counts = [f"{count:,}" for count in (transfers, *instructions)]
+    times = [f"{bus / 1e3:.3f}", f"{pauses / 1e3:.3f}", *(f"{min(own[program]):.1f}" for program in ("tool", "floor"))]
+    print(first_cell.rjust(8) + "".join(cell.rjust(14) for cell in counts + times))
 
 
 def print_head(what):

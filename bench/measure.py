@@ -49,8 +49,8 @@ class Measure:
 
     def call(self, words, variables, **options):
         with open(self.path("out"), "wb") as out, open(self.path("err"), "wb") as err:
-            environment = {"PATH": "/usr/bin:/bin", "LC_ALL": "C"} | variables
-            return subprocess.run(words, cwd=self.folder, env=environment, stdin=subprocess.DEVNULL, stdout=out, stderr=err, **options)
+            options |= {"env": {"PATH": "/usr/bin:/bin", "LC_ALL": "C"} | variables, "stdin": subprocess.DEVNULL}
+            return subprocess.run(words, cwd=self.folder, stdout=out, stderr=err, **options)
 
     def checked(self, words, variables, expected=0):
         status = self.call(words, variables).returncode

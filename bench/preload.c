@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Preloaded into a program that is measured: answers I2C_RDWR on /dev/i2c-0 inside the process. Pauses take no time
-// unless the bus takes its real time. Nothing that happens here is in callgrind's counts: bench.py leaves this object
-// out, and around the calls from here into the C library the counting is off.
+// unless the bus takes its real time. Nothing that happens here is in callgrind's counts: measure.py leaves this
+// object out, and around the calls from here into the C library the counting is off.
 //
 //   SV_BENCH_POLLS=N       a command is finished at its Nth status read (1)
 //   SV_BENCH_KHZ=N         the bus runs at 100, 400 or 1000 kHz and takes its time, and so do pauses
@@ -56,6 +56,21 @@ static uint64_t now_ns(void) {
     return (uint64_t)now.tv_sec * 1000000000U + (uint64_t)now.tv_nsec;
 }
 
+static void give_up(const char* reason) {
+    fprintf(stderr, "bench: %s\n", reason);
+    _exit(99);
+}
+
+static void select_speed(uint32_t khz) {
+    for (size_t i = 0; i < sizeof kSpeeds / sizeof *kSpeeds; ++i) {
+        if (kSpeeds[i].khz == khz) {
+            speed = kSpeeds + i;
+            return;
+        }
+    }
+    give_up("the bus runs at 100, 400 or 1000 kHz");
+}
+
 __attribute__((constructor)) static void begin(void) {
     CALLGRIND_TOGGLE_COLLECT;
     *(void**)&next_fopen = dlsym(RTLD_NEXT, "fopen");
@@ -64,10 +79,8 @@ __attribute__((constructor)) static void begin(void) {
     sv_mcu_init(polls == NULL ? 1 : atoi(polls));
     const char* khz = getenv("SV_BENCH_KHZ");
     real_time = khz != NULL;
-    for (size_t i = 0; real_time && i < sizeof kSpeeds / sizeof *kSpeeds; ++i) {
-        if (kSpeeds[i].khz == (uint32_t)atoi(khz)) {
-            speed = kSpeeds + i;
-        }
+    if (real_time) {
+        select_speed((uint32_t)atoi(khz));
     }
     const char* path = getenv("SV_BENCH_TRACE");
     trace = path == NULL ? NULL : next_fopen(path, "w");
@@ -76,8 +89,7 @@ __attribute__((constructor)) static void begin(void) {
     FILE* state = path == NULL ? NULL : next_fopen(path, "rb");
     if (state != NULL) {
         if (fread(&sv_mcu, sizeof sv_mcu, 1, state) != 1) {
-            fputs("preload: the state file is too short\n", stderr);
-            _exit(99);
+            give_up("the state file is too short");
         }
         fclose(state);
     }
