@@ -6,7 +6,7 @@ import struct
 
 UPDATE = ["--update", "new.svu"]
 REGION_SIZE, MEMORY_SIZE, PAGE_SIZE, REGION_PAGES = 0x20000, 0x42000, 0x200, 255
-ROUNDS = 2
+ROUNDS = 1
 
 
 def crc16(data):

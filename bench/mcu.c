@@ -197,14 +197,15 @@ static void write_mcu(const uint8_t* bytes, uint32_t count) {
         return;
     }
     memcpy(registers + start, bytes + 1, count - 1);
-    polls_left = polls_needed;
     if (start <= kCommand && end > kCommand) {
         put16(registers + kParameter, find_word(kWords, sizeof kWords / sizeof *kWords, registers[kCommand]));
         memset(registers + kData, 0, kFrame - kData);
         registers[kCommand] = kSucceeded;
+        polls_left = polls_needed;
     }
     if (start <= kFrameCommand && end == kFrameCommand + 1) {
         registers[kFrameCommand] = run_frame_command(registers[kFrameCommand]) ? kSucceeded : kRefused;
+        polls_left = polls_needed;
     }
 }
 

@@ -47,8 +47,8 @@ class Measure:
         variables = {"LD_PRELOAD": self.bus, "SV_BENCH_HOST": self.path("host")}
         return variables | {f"SV_BENCH_{name.upper()}": str(value) for name, value in knobs.items()}
 
-    def call(self, words, variables, **options):
-        with open(self.path("out"), "wb") as out, open(self.path("err"), "wb") as err:
+    def call(self, words, variables, out="out", **options):
+        with open(self.path(out), "wb") as out, open(self.path("err"), "wb") as err:
             options |= {"env": {"PATH": "/usr/bin:/bin", "LC_ALL": "C"} | variables, "stdin": subprocess.DEVNULL}
             return subprocess.run(words, cwd=self.folder, stdout=out, stderr=err, **options)
 
@@ -73,14 +73,14 @@ class Measure:
         }
 
     def launched(self, words, variables, expected=0):
-        """(microseconds, KiB of peak memory) of one run."""
+        """(microseconds, KiB of peak memory) of one run. The output goes nowhere: no file system is measured."""
         reader, writer = os.pipe()
         # Through env, so that the launcher itself stays without the bus.
         assignments = [f"{name}={value}" for name, value in variables.items()]
         keep = f'exec 3>&{writer}; exec "$@"'
         command = ["/bin/sh", "-c", keep, "sh", "/usr/bin/env", *assignments, self.launcher, *words]
         try:
-            self.call(command, {}, pass_fds=[writer])
+            self.call(command, {}, os.devnull, pass_fds=[writer])
             os.close(writer)
             report = os.read(reader, 100).split()
         finally:
