@@ -16,6 +16,19 @@ target_compile_options(
             -fdata-sections)
 target_link_options(sv_flags INTERFACE -Wl,--gc-sections)
 
+# Intermediate results no wider than their type: a 32-bit x86 needs SSE2 for it.
+include(CheckCXXSourceCompiles)
+check_cxx_source_compiles("#include <cfloat>\nstatic_assert(FLT_EVAL_METHOD == 0); int main() {}" SV_PLAIN_FLOATS)
+if(NOT SV_PLAIN_FLOATS)
+  target_compile_options(sv_flags INTERFACE -msse2 -mfpmath=sse)
+endif()
+
+# Files and dates beyond 2 GiB and 2038. The headers then rename the calls (open64, __clock_gettime64) on 32-bit
+# processors alone; on the others nothing may change, least of all what a preloaded library finds to replace.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_compile_definitions(sv_flags INTERFACE _FILE_OFFSET_BITS=64 $<$<BOOL:${SV_TIME64}>:_TIME_BITS=64>)
+endif()
+
 if(SV_SANITIZE)
   target_compile_options(sv_flags INTERFACE -fsanitize=${SV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(sv_flags INTERFACE -fsanitize=${SV_SANITIZE})
@@ -30,7 +43,21 @@ if(SV_COVERAGE)
   target_link_options(sv_flags INTERFACE --coverage)
 endif()
 
+if(SV_STATIC)
+  # Not every C library has what lets a static program run at any address.
+  set(CMAKE_REQUIRED_LINK_OPTIONS -static-pie)
+  check_cxx_source_compiles("int main() {}" SV_HAS_STATIC_PIE)
+  unset(CMAKE_REQUIRED_LINK_OPTIONS)
+endif()
+
 include(cmake/hardening.cmake)
+
+if(SV_STATIC AND SV_HARDENING AND SV_HAS_STATIC_PIE)
+  set(CMAKE_CXX_LINK_OPTIONS_PIE -static-pie) # in place of -pie, which would undo it
+elseif(SV_STATIC)
+  set(CMAKE_CXX_LINK_OPTIONS_PIE -no-pie)
+  target_link_options(sv_flags INTERFACE -static)
+endif()
 
 # sv_library(name source... LINK library...)
 function(sv_library name)
@@ -41,7 +68,11 @@ endfunction()
 
 # Sends the program's calls into the kernel to tests/support/fake_kernel.cpp.
 function(sv_fake_kernel program)
-  foreach(call open ioctl usleep clock_gettime time openlog syslog __syslog_chk fopen access malloc)
+  # The second line: what the headers make of some of them, with 64-bit time or file offsets, or fortified.
+  foreach(
+    call
+    open ioctl usleep clock_gettime time openlog syslog fopen access malloc
+    open64 __ioctl_time64 __clock_gettime64 __time64 __syslog_chk fopen64)
     target_link_options(${program} PRIVATE -Wl,--wrap=${call})
   endforeach()
 endfunction()

@@ -81,7 +81,7 @@ void FlashModel::touch(int region) {
 
 void FlashModel::clear(int region, uint32_t pages) {
     const auto start = memory_.begin() + static_cast<std::ptrdiff_t>(region) * static_cast<std::ptrdiff_t>(kRegionSize);
-    std::fill(start, start + std::ptrdiff_t{pages} * kPageSize, uint8_t{0xFF});
+    std::fill(start, start + static_cast<std::ptrdiff_t>(pages) * kPageSize, uint8_t{0xFF});
     touch(region);
 }
 

@@ -1,19 +1,27 @@
 // SPDX-License-Identifier: MIT
 #include "log/timestamp.h"
 
+#include <chrono>
+#include <cstdio>
 #include <ctime>
 
 namespace {
 
-void format_utc(std::time_t time, char* buffer, size_t size) {
+// Not gmtime_r: where time_t has 32 bits, the dates beyond 2038 would fall back to 1901.
+void format_utc(int64_t seconds, char* buffer, size_t size) {
     if (size == 0) {
         return;
     }
-    buffer[0] = '\0';
-    std::tm utc{};
-    gmtime_r(&time, &utc);
-    // What strftime leaves in a buffer that is too small is undefined.
-    if (std::strftime(buffer, size, "%Y-%m-%d %H:%M:%S", &utc) == 0) {
+    namespace chr = std::chrono;
+    const chr::sys_seconds time{chr::seconds(seconds)};
+    const auto midnight = chr::floor<chr::days>(time);
+    const chr::year_month_day date(midnight);
+    const chr::hh_mm_ss clock(time - midnight);
+    const int length = std::snprintf(buffer, size, "%04d-%02u-%02u %02d:%02d:%02d", static_cast<int>(date.year()),
+                                     static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                                     static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+                                     static_cast<int>(clock.seconds().count()));
+    if (length < 0 || static_cast<size_t>(length) >= size) {
         buffer[0] = '\0';
     }
 }
@@ -21,10 +29,10 @@ void format_utc(std::time_t time, char* buffer, size_t size) {
 }  // namespace
 
 void format_timestamp(uint32_t seconds, char* buffer, size_t size) {
-    format_utc(seconds != 0 ? static_cast<std::time_t>(seconds) : std::time(nullptr), buffer, size);
+    format_utc(seconds != 0 ? int64_t{seconds} : int64_t{std::time(nullptr)}, buffer, size);
 }
 
 void format_minutes_timestamp(uint32_t minutes, char* buffer, size_t size) {
     const uint32_t seconds = minutes * 60U;
-    format_utc(static_cast<std::time_t>(seconds), buffer, size);
+    format_utc(seconds, buffer, size);
 }

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "update/update_file.h"
 
+#include <sys/types.h>
+
+#include <cstdio>
 #include <cstring>
 
 #include "log/log.h"
@@ -15,12 +18,12 @@ bool read_all(std::FILE* file, uint8_t* bytes, size_t count) {
 }
 
 /// Offset of the byte behind the magic, or 0 when there is none.
-long find_start(std::FILE* file) {
+off_t find_start(std::FILE* file) {
     char head[kFileSearchSize + 1];
     // As text: a NUL in the prefix ends the search.
     head[std::fread(head, 1, kFileSearchSize, file)] = '\0';
     const char* magic = std::strstr(head, kFileMagic);
-    return magic == nullptr ? 0 : static_cast<long>(magic - head) + static_cast<long>(kFileMagicSize);
+    return magic == nullptr ? 0 : static_cast<off_t>(magic - head) + static_cast<off_t>(kFileMagicSize);
 }
 
 bool store_info(McuDevice& device, const uint8_t* info) {
@@ -82,25 +85,25 @@ bool load_update_file(McuDevice& device, const char* path) {
 }
 
 bool parse_update_file(McuDevice& device, std::FILE* file) {
-    const long start = find_start(file);
+    const off_t start = find_start(file);
     if (start == 0) {
         return fail(device, "invalid file (could not find header)");
     }
-    if (std::fseek(file, -static_cast<long>(kFileInfoSize), SEEK_END) != 0) {
+    if (fseeko(file, -static_cast<off_t>(kFileInfoSize), SEEK_END) != 0) {
         return fail(device, "could not seek in file for info structure");
     }
-    const long info_position = std::ftell(file);
+    const off_t info_position = ftello(file);
     uint8_t info[kFileInfoSize];
     if (!read_all(file, info, sizeof info)) {
         return fail(device, "could not read info structure");
     }
-    if (std::fseek(file, start, SEEK_SET) != 0) {
+    if (fseeko(file, start, SEEK_SET) != 0) {
         return fail(device, "could not seek in file for start");
     }
     if (!store_info(device, info)) {
         return false;
     }
-    if (info_position - static_cast<long>(kFileBodySize) != start) {
+    if (info_position - static_cast<off_t>(kFileBodySize) != start) {
         return fail(device, "invalid file (wrong size)");
     }
     if (!read_body(device, file, info)) {

@@ -2,12 +2,24 @@
 #include "util/parse_number.h"
 
 #include <cstdlib>
+#include <cstring>
+
+namespace {
+
+// strtoll reads "0b1" from glibc 2.38 on; what a script is told must not depend on the board's C library.
+bool is_binary(const char* text) {
+    const char* digits = text + std::strspn(text, " \t\n\v\f\r");
+    digits += *digits == '+' || *digits == '-';
+    return digits[0] == '0' && (digits[1] == 'b' || digits[1] == 'B');
+}
+
+}  // namespace
 
 bool parse_int(const char* text, int64_t& value) {
     char* end = nullptr;
     // strtoll and not strtol: the result must not depend on the width of long.
     const long long number = std::strtoll(text, &end, 0);
-    const bool whole = *end == '\0';
+    const bool whole = *end == '\0' && !is_binary(text);
     value = whole ? number : 0;
     return whole;
 }

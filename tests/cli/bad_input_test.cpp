@@ -263,7 +263,7 @@ TEST(BadInput, Files) {
         std::remove(path.c_str());
     }
     const std::string path = write_temporary("huge.svu", text("SVxMega\n"));
-    ASSERT_EQ(truncate(path.c_str(), 3L << 30), 0);
+    ASSERT_EQ(truncate(path.c_str(), off_t{3} << 30), 0);
     expect_refused(path, "invalid region size (hwid mismatch)");
     std::remove(path.c_str());
 }

@@ -21,28 +21,28 @@ BuildInput small_input() {
     return input;
 }
 
-constexpr size_t kImage = 5 + 8;  // behind "a: b\n" and the magic
-constexpr size_t kMap = kImage + 0x42000;
-constexpr size_t kInfo = kMap + 528 + 6;
+constexpr size_t kBuiltImage = 5 + 8;  // behind "a: b\n" and the magic
+constexpr size_t kBuiltMap = kBuiltImage + 0x42000;
+constexpr size_t kBuiltInfo = kBuiltMap + 528 + 6;
 
 // The expected checksums come from a bitwise CRC-16/MODBUS in another language.
 
 TEST(Builder, EveryByteOfASmallFileStandsWhereItBelongs) {
     const BuildResult built = build_update_file(small_input());
     ASSERT_EQ(built.error, "");
-    ASSERT_EQ(built.file.size(), kInfo + 24);
-    EXPECT_EQ(std::string(built.file.begin(), built.file.begin() + kImage), "a: b\nSVxMega\n");
+    ASSERT_EQ(built.file.size(), kBuiltInfo + 24);
+    EXPECT_EQ(std::string(built.file.begin(), built.file.begin() + kBuiltImage), "a: b\nSVxMega\n");
     Bytes image(0x42000, 0xFF);
     std::iota(image.begin(), image.begin() + 9, uint8_t{'1'});
     image[0x20200] = 0x5A;
-    EXPECT_TRUE(std::equal(image.begin(), image.end(), built.file.begin() + kImage));
+    EXPECT_TRUE(std::equal(image.begin(), image.end(), built.file.begin() + kBuiltImage));
     Bytes map_and_free(528 + 6, 0);
     map_and_free[0] = 1;
     map_and_free[257] = 1;
-    EXPECT_TRUE(std::equal(map_and_free.begin(), map_and_free.end(), built.file.begin() + kMap));
+    EXPECT_TRUE(std::equal(map_and_free.begin(), map_and_free.end(), built.file.begin() + kBuiltMap));
     const Bytes info = {0x00, 0x00, 0x02, 0x01, 0x02, 0x01, 0x83, 0xEB, 0x08, 0xA7, 0x00, 0x00,
                         0x00, 0x00, 0x02, 0x00, 0x00, 0x02, 0x00, 0x20, 0x04, 0x00, 0x88, 0x88};
-    EXPECT_EQ(Bytes(built.file.begin() + kInfo, built.file.end()), info);
+    EXPECT_EQ(Bytes(built.file.begin() + kBuiltInfo, built.file.end()), info);
 }
 
 /// What stands before the image, or the error.

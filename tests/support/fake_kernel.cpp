@@ -22,6 +22,7 @@ namespace {
 
 constexpr int kFirstBusDescriptor = 100'000;
 constexpr size_t kMaxMessages = 2;
+constexpr bool kWideTime = sizeof(time_t) > sizeof(long);
 
 FakeKernel* kernel = nullptr;
 
@@ -137,7 +138,9 @@ int __real_open(const char* path, int flags, ...);
 int __real_ioctl(int fd, unsigned long request, ...);
 int __real_usleep(useconds_t us);
 int __real_clock_gettime(clockid_t clock, timespec* time);
+int __real___clock_gettime64(clockid_t clock, timespec* time);
 time_t __real_time(time_t* out);
+time_t __real___time64(time_t* out);
 std::FILE* __real_fopen(const char* path, const char* mode);
 int __real_access(const char* path, int kind);
 void* __real_malloc(size_t size);
@@ -184,7 +187,7 @@ int __wrap_usleep(useconds_t us) {
 
 int __wrap_clock_gettime(clockid_t clock, timespec* time) {
     if (kernel == nullptr) {
-        return __real_clock_gettime(clock, time);
+        return (kWideTime ? __real___clock_gettime64 : __real_clock_gettime)(clock, time);
     }
     *time = virtual_time();
     return 0;
@@ -192,7 +195,7 @@ int __wrap_clock_gettime(clockid_t clock, timespec* time) {
 
 time_t __wrap_time(time_t* out) {
     if (kernel == nullptr) {
-        return __real_time(out);
+        return (kWideTime ? __real___time64 : __real_time)(out);
     }
     return virtual_time().tv_sec;
 }
@@ -256,5 +259,13 @@ int __wrap_access(const char* path, int kind) {
     }
     return kernel->buses[0]->scenario.gpio_exported ? 0 : -1;
 }
+
+// Where off_t or time_t is wider than the processor's long, the C library's headers rename these calls.
+#define SV_TWIN(name, twin) decltype(__wrap_##name) __wrap_##twin __attribute__((alias("__wrap_" #name)))
+SV_TWIN(open, open64);
+SV_TWIN(fopen, fopen64);
+SV_TWIN(ioctl, __ioctl_time64);
+SV_TWIN(clock_gettime, __clock_gettime64);
+SV_TWIN(time, __time64);
 
 }  // extern "C"

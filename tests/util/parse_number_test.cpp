@@ -30,7 +30,7 @@ TEST(ParseInt, ReadsWholeNumbersOfEveryBase) {
 }
 
 TEST(ParseInt, RefusesWhatIsNotWhollyANumber) {
-    for (const char* text : {"x", "12z", "1 ", "0x", "08", "1.5", "--1", " ", "-"}) {
+    for (const char* text : {"x", "12z", "1 ", "0x", "08", "1.5", "--1", " ", "-", "0b1", "-0B1"}) {
         int64_t value = 77;
         EXPECT_FALSE(parse_int(text, value)) << text;
         EXPECT_EQ(value, 0) << text;

@@ -1,0 +1,6 @@
+# SPDX-License-Identifier: MIT
+# Arm of 64 bits
+set(SV_TRIPLE aarch64-linux-gnu)
+set(SV_QEMU aarch64)
+set(CMAKE_SYSTEM_PROCESSOR aarch64)
+include(${CMAKE_CURRENT_LIST_DIR}/debian.cmake)

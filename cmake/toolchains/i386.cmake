@@ -1,0 +1,6 @@
+# SPDX-License-Identifier: MIT
+# x86 of 32 bits
+set(SV_TRIPLE i686-linux-gnu)
+set(SV_QEMU i386)
+set(CMAKE_SYSTEM_PROCESSOR i686)
+include(${CMAKE_CURRENT_LIST_DIR}/debian.cmake)

@@ -1,0 +1,6 @@
+# SPDX-License-Identifier: MIT
+# RISC-V of 64 bits
+set(SV_TRIPLE riscv64-linux-gnu)
+set(SV_QEMU riscv64)
+set(CMAKE_SYSTEM_PROCESSOR riscv64)
+include(${CMAKE_CURRENT_LIST_DIR}/debian.cmake)
