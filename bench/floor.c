@@ -12,13 +12,6 @@
 
 enum { kFileSize = 1024 + kMemorySize + 528 + 6 + 24, kResetDelay = 50 };
 
-static void format_time(char* text, size_t size) {
-    const time_t now = time(NULL);
-    struct tm utc;
-    gmtime_r(&now, &utc);
-    strftime(text, size, "%Y-%m-%d %H:%M:%S", &utc);
-}
-
 __attribute__((format(printf, 1, 2))) static void log_info(const char* format, ...) {
     char message[512];
     va_list values;
@@ -26,9 +19,8 @@ __attribute__((format(printf, 1, 2))) static void log_info(const char* format, .
     vsnprintf(message, sizeof message, format, values);
     va_end(values);
     syslog(LOG_INFO, "%s", message);
-    char now[32];
-    format_time(now, sizeof now);
-    fprintf(stderr, "[%s] info  : %s\n", now + 11, message);
+    const long now = time(NULL) % 86400;
+    fprintf(stderr, "[%02ld:%02ld:%02ld] info  : %s\n", now / 3600, now / 60 % 60, now % 60, message);
 }
 
 static float volts(uint16_t code) {
@@ -170,9 +162,17 @@ static void read_back(const char* path) {
 }
 
 static void print_time(void) {
+    // The year begins in March here, so that a leap day is its last one.
+    const long now = time(NULL);
+    const long days = now / 86400 + 719468;
+    const long of_era = days % 146097;
+    const long years = (of_era - of_era / 1460 + of_era / 36524 - of_era / 146096) / 365;
+    const long of_year = of_era - (365 * years + years / 4 - years / 100);
+    const long months = (5 * of_year + 2) / 153;
+    const long month = months < 10 ? months + 3 : months - 9;
+    printf("%04ld-%02ld-%02ld %02ld:%02ld:%02ld up ", years + days / 146097 * 400 + (month <= 2), month,
+           of_year - (153 * months + 2) / 5 + 1, now / 3600 % 24, now / 60 % 60, now % 60);
     char text[64];
-    format_time(text, sizeof text);
-    printf("%s up ", text);
     read_text("/proc/uptime", text, sizeof text);
     const unsigned up = (unsigned)atoi(text);
     printf("%ud %02u:%02u:%02u", up / 86400, up / 3600 % 24, up / 60 % 60, up % 60);
