@@ -18,8 +18,9 @@ declare -A may_include=(
   [src/util]="util"
   [image]="image update mcu log util"
   [sim]="sim util mcu/registers.h mcu/flash_geometry.h"
+  [bench]="bench"
 )
-ours="cli|status|diag|update|mcu|log|util|image|sim|sweep|fuzz|tests"
+ours="cli|status|diag|update|mcu|log|util|image|sim|sweep|fuzz|tests|bench|matrix"
 checked=0
 while IFS=: read -r file include; do
   folder=${file%/*}
@@ -28,7 +29,7 @@ while IFS=: read -r file include; do
     *" ${include%%/*} "* | *" $include "*) ;;
     *) complain "$file includes $include" ;;
   esac
-done < <(grep -rHoE "^ *# *include *(\"[^\"]*|<($ours)/[^>]*)" src image sim | sed 's/: *# *include *["<]/:/')
+done < <(grep -rHoE "^ *# *include *(\"[^\"]*|<($ours)/[^>]*)" src image sim bench | sed 's/: *# *include *["<]/:/')
 [ "$checked" -gt 0 ] || complain "no include was found"
 
 checked=0
@@ -39,7 +40,7 @@ while read -r file; do
   # A function begins with the last line in column 0 before its brace in column 0.
   long=$(awk '/^[A-Za-z_].*[^;]$/ { first = NR } /^}$/ { if (NR - first >= 80) print FILENAME ":" first }' "$file")
   [ -z "$long" ] || complain "$long: a function of more than 80 lines"
-done < <(find . -type d \( -name .git -o -name 'build*' \) -prune -o -type f \( -name '*.cpp' -o -name '*.h' -o -name '*.sh' \
+done < <(find . -type d \( -name .git -o -name 'build*' \) -prune -o -type f \( -name '*.cpp' -o -name '*.c' -o -name '*.h' -o -name '*.py' -o -name '*.sh' \
   -o -name CMakeLists.txt -o -name '*.cmake' -o -path './scripts/*' \) -print)
 [ "$checked" -gt 0 ] || complain "no file was found"
 exit "$bad"
