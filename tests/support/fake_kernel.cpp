@@ -57,7 +57,7 @@ int bus_ioctl(sim::Board& board, unsigned long request, void* argument) {
         std::abort();
     }
     const auto* rdwr = static_cast<i2c_rdwr_ioctl_data*>(argument);
-    std::array<sim::Message, kMaxMessages> all;
+    std::array<sim::Message, kMaxMessages> all{};
     if (rdwr->nmsgs > all.size()) {
         std::fprintf(stderr, "unexpected transfer of %u messages\n", rdwr->nmsgs);
         std::abort();
