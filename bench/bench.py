@@ -76,18 +76,19 @@ def check_same(job, others, names):
 
 def check_all_alike(measure, update_file):
     """The programs are comparable only if they do the same."""
-    everything = ["transfers", "system log", "output", "log", "flash"]
+    measure.check_bus()
+    everything = ["transfers", "system log", "output", "log", "flash", "file"]
     for job, words in {**JOBS, "status": ["--status"]}.items():
         runs = {program: measure.traced(program, words) for program in ("tool", "floor")}
         check_same(job, runs, everything)
         if words[0] != "--status":
             runs["Python"] = measure.traced("Python", words)
-            check_same(job, runs, ["transfers", "flash"])
+            check_same(job, runs, ["transfers", "flash", "file"])
         if words == UPDATE:
             start = update_file.index(b"SVxMega\n") + 8 + 0x20000
             if runs["tool"]["flash"][0x20000:0x3FE00] != update_file[start : start + 0x1FE00]:
                 raise Failed("the update file is not in the flash")
-        elif words == READ_BACK and measure.load("back") != runs["Python"]["flash"][:0x42000]:
+        elif words == READ_BACK and runs["tool"]["file"] != runs["tool"]["flash"][:0x42000]:
             raise Failed("the file of the read-back is not the flash")
 
 

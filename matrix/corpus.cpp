@@ -88,6 +88,11 @@ void print_run(sim::Board& board, uint64_t seed, const Words& words, uint64_t fi
         std::printf(" %s", word.c_str());
     }
     const ToolRun run = run_tool_words(words);
+    if ((run.out + run.err).find("nan") != std::string::npos) {
+        std::fprintf(stderr, "board %llu: what is not a number does not belong here\n",
+                     static_cast<unsigned long long>(seed));
+        std::exit(1);
+    }
     std::printf("\nstatus %d\n%s\n%s\n", run.status, run.out.c_str(), run.err.c_str());
     for (const SyslogLine& line : kernel.syslog) {
         std::printf("syslog %d %s\n", line.priority, line.text.c_str());

@@ -14,12 +14,8 @@ constexpr ChargerWord kChargerWords[] = {
     {kChargerIchgRegister, &CapRegisters::cap_ichg},
 };
 
-bool write_mcu(McuDevice& device, uint8_t start, uint16_t length, const uint8_t* data) {
-    return i2c_write(*device.bus, device.address, start, length, data);
-}
-
 bool write_single_register(McuDevice& device, uint8_t reg, uint8_t value) {
-    if (write_mcu(device, reg, 1, &value)) {
+    if (write_registers(device, reg, 1, &value)) {
         return true;
     }
     return fail(device, "I2C write error, start %02x, size %02x, value %02x", reg, 1, value);
@@ -39,7 +35,7 @@ bool fail_frame(McuDevice& device, uint8_t start, uint16_t length, uint8_t first
 
 bool run_register_command(McuDevice& device, RegisterCommand command, uint16_t* result) {
     const auto code = static_cast<uint8_t>(command);
-    if (!write_mcu(device, kCommandRegister, 1, &code)) {
+    if (!write_registers(device, kCommandRegister, 1, &code)) {
         return fail(device, "I2C write error, start %02x, size %02x, cmd %02x", kCommandRegister, 1, code);
     }
     const uint8_t status = poll_status(device, kCommandRegister);
@@ -63,7 +59,7 @@ bool run_register_command(McuDevice& device, RegisterCommand command, uint16_t* 
 bool run_register_command_with_param(McuDevice& device, uint16_t param, RegisterCommand command, uint16_t* result) {
     uint8_t bytes[2];
     put_le16(bytes, param);
-    if (!write_mcu(device, kParameterRegister, sizeof bytes, bytes)) {
+    if (!write_registers(device, kParameterRegister, sizeof bytes, bytes)) {
         return fail_write(device, kParameterRegister, sizeof bytes);
     }
     return run_register_command(device, command, result);
@@ -88,7 +84,7 @@ bool acknowledge_message(McuDevice& device) {
 bool test_i2c_bug1(McuDevice& device) {
     constexpr int writes = 400;
     constexpr uint8_t value = 3;
-    for (int i = 0; i < writes && write_mcu(device, kDataRegister, 1, &value); ++i) {
+    for (int i = 0; i < writes && write_registers(device, kDataRegister, 1, &value); ++i) {
     }
     return true;
 }

@@ -27,6 +27,11 @@ inline bool read_registers(McuDevice& device, uint8_t start, uint8_t length, uin
     return i2c_read(*device.bus, device.address, start, length, data);
 }
 
+/// A plain write. Sets no text.
+inline bool write_registers(McuDevice& device, uint8_t start, uint16_t length, const uint8_t* data) {
+    return i2c_write(*device.bus, device.address, start, length, data);
+}
+
 inline constexpr int kPollLimit = 5001;
 inline constexpr useconds_t kPollPauseUs = 1000;
 
@@ -74,7 +79,7 @@ inline bool run_frame_command(McuDevice& device, uint8_t start, const uint8_t* f
     if (status_out != nullptr) {
         *status_out = 0;
     }
-    if (!i2c_write(*device.bus, device.address, start, length, frame)) {
+    if (!write_registers(device, start, length, frame)) {
         return fail_write(device, start, length);
     }
     const uint8_t status = poll_frame_status(device, response, read_size);

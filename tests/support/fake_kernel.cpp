@@ -22,7 +22,9 @@ namespace {
 
 constexpr int kFirstBusDescriptor = 100'000;
 constexpr size_t kMaxMessages = 2;
+// Wider than what the plain calls take
 constexpr bool kWideTime = sizeof(time_t) > sizeof(long);
+constexpr bool kWideOffsets = sizeof(off_t) > sizeof(long);
 
 FakeKernel* kernel = nullptr;
 
@@ -142,6 +144,7 @@ int __real___clock_gettime64(clockid_t clock, timespec* time);
 time_t __real_time(time_t* out);
 time_t __real___time64(time_t* out);
 std::FILE* __real_fopen(const char* path, const char* mode);
+std::FILE* __real_fopen64(const char* path, const char* mode);
 int __real_access(const char* path, int kind);
 void* __real_malloc(size_t size);
 void __real_openlog(const char* identity, int option, int facility);
@@ -226,7 +229,7 @@ void __wrap___syslog_chk(int priority, int /*flag*/, const char* format, ...) {
 
 std::FILE* __wrap_fopen(const char* path, const char* mode) {
     if (kernel == nullptr) {
-        return __real_fopen(path, mode);
+        return (kWideOffsets ? __real_fopen64 : __real_fopen)(path, mode);
     }
     if (std::strcmp(path, sim::kGpioExport) == 0) {
         kernel->exported.clear();
@@ -242,7 +245,7 @@ std::FILE* __wrap_fopen(const char* path, const char* mode) {
         errno = ENOENT;
         return nullptr;
     }
-    return __real_fopen(path, mode);
+    return (kWideOffsets ? __real_fopen64 : __real_fopen)(path, mode);
 }
 
 void* __wrap_malloc(size_t size) {
