@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // One i2c-dev bus and the two transfers that everything else is made of. Nothing else in the tool makes a system
-// call to the bus.
+// call to the bus. Inline, because an update makes thousands of them.
 #pragma once
 
 #include <linux/i2c-dev.h>

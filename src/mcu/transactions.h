@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // What the MCU understands on top of plain transfers: register commands, frame commands, and a few single
-// registers. Nothing here repeats a failed transfer, and nothing but last_error of the device changes.
+// registers. Nothing here repeats a failed transfer, and nothing but last_error of the device changes. Frame commands
+// are inline, because an update makes thousands of them.
 #pragma once
 
 #include <unistd.h>

@@ -25,6 +25,7 @@ for program in sv_updater sv_image sv_board; do
   has "plain stack" elf 'GNU_STACK.* RW '
   lacks "segment that can be written and executed" elf 'LOAD.* RWE '
   lacks "relocation in its text" elf 'TEXTREL'
+  lacks "search path" elf 'RPATH|RUNPATH'
   has "stack protector" imports '__stack_chk_fail'
 done
 
@@ -35,7 +36,6 @@ for call in printf fprintf snprintf vsnprintf syslog; do
   has "checked $call" imports " U __${call}_chk"
   lacks "unchecked $call" imports " U ${call}(@|$)"
 done
-lacks "search path" elf 'RPATH|RUNPATH'
 
 # Every place that a pointer may lead to, the handlers of all commands among them, begins with a landing mark.
 objdump --disassemble --no-show-raw-insn "$file" >code

@@ -227,9 +227,13 @@ void __wrap___syslog_chk(int priority, int /*flag*/, const char* format, ...) {
     va_end(values);
 }
 
+static std::FILE* open_really(const char* path, const char* mode) {
+    return (kWideOffsets ? __real_fopen64 : __real_fopen)(path, mode);
+}
+
 std::FILE* __wrap_fopen(const char* path, const char* mode) {
     if (kernel == nullptr) {
-        return (kWideOffsets ? __real_fopen64 : __real_fopen)(path, mode);
+        return open_really(path, mode);
     }
     if (std::strcmp(path, sim::kGpioExport) == 0) {
         kernel->exported.clear();
@@ -245,7 +249,7 @@ std::FILE* __wrap_fopen(const char* path, const char* mode) {
         errno = ENOENT;
         return nullptr;
     }
-    return (kWideOffsets ? __real_fopen64 : __real_fopen)(path, mode);
+    return open_really(path, mode);
 }
 
 void* __wrap_malloc(size_t size) {
