@@ -20,6 +20,8 @@ TEST(BadInput, WholeNumbers) {
                                {"-8", "f8", "f8 ff"},
                                {"-0", "00", "00 00"},
                                {"010", "08", "08 00"},
+                               {"0x2C", "2c", "2c 00"},
+                               {"-0x10", "f0", "f0 ff"},
                                {"0X8", "08", "08 00"},
                                {"\t\n 8", "08", "08 00"},
                                {"256", "00", "00 01"},
@@ -28,8 +30,9 @@ TEST(BadInput, WholeNumbers) {
                                {"9223372036854775808", "ff", "ff ff"},
                                {"-9223372036854775809", "00", "00 00"},
                                {"0xfffffffffffffffff8", "ff", "ff ff"}};
-    for (const char* text : {"8 ", "8\n", "8 8", "0x", "0xg", "0x8h", "08", "8.0", "8e0", "nan", "inf", "8,", "$8", "+",
-                             "+-8", " ", "\xd9\xa8", "--probe"}) {
+    for (const char* text :
+         {"8 ", "8\n", "8 8", "0x", "0xg", "0x8h", "08",  "8.0",  "8e0", "nan", "inf",      "8,",
+          "$8", "+",   "x",   "-",  "--1", "12z",  "0b1", "-0B1", "+-8", " ",   "\xd9\xa8", "--probe"}) {
         cases.push_back({text, "", ""});
     }
     for (const auto& c : cases) {
@@ -76,12 +79,15 @@ TEST(BadInput, Delays) {
     const struct {
         const char* text;
         const char* tenths;  // on the wire; none: refused
-    } cases[] = {{"+1", "0a"},      {" 1", "0a"},      {"1.", "0a"},        {".5", "05"},       {"0x.8p1", "0a"},
-                 {"1e400", "ff"},   {"-1e400", "00"},  {"1e-400", "00"},    {"INF", "ff"},      {"-infinity", "00"},
-                 {"NaN", "00"},     {"nan(7)", "00"},  {"1 ", nullptr},     {"1\n", nullptr},   {"1e", nullptr},
-                 {"1e+", nullptr},  {"0x", nullptr},   {"0xg", nullptr},    {"1.5.5", nullptr}, {"- 1", nullptr},
-                 {"--1", nullptr},  {".", nullptr},    {"-", nullptr},      {" ", nullptr},     {"e1", nullptr},
-                 {"nano", nullptr}, {"nan(", nullptr}, {"infinit", nullptr}};
+    } cases[] = {{"+1", "0a"},     {" 1", "0a"},      {"1.", "0a"},         {".5", "05"},        {"0x.8p1", "0a"},
+                 {"1e400", "ff"},  {"-1e400", "00"},  {"1e-400", "00"},     {"INF", "ff"},       {"-infinity", "00"},
+                 {"NaN", "00"},    {"nan(7)", "00"},  {"1.5", "0f"},        {"0.7", "06"},       {"2.3", "16"},
+                 {"25.49", "fe"},  {"25.5", "ff"},    {"25.6", "ff"},       {"30", "ff"},        {"-1", "00"},
+                 {"-0", "00"},     {"", "00"},        {"0.05", "00"},       {"0.1", "01"},       {"0x10", "a0"},
+                 {"abc", nullptr}, {"1,5", nullptr},  {"--reset", nullptr}, {"1 ", nullptr},     {"1\n", nullptr},
+                 {"1e", nullptr},  {"1e+", nullptr},  {"0x", nullptr},      {"0xg", nullptr},    {"1.5.5", nullptr},
+                 {"- 1", nullptr}, {"--1", nullptr},  {".", nullptr},       {"-", nullptr},      {" ", nullptr},
+                 {"e1", nullptr},  {"nano", nullptr}, {"nan(", nullptr},    {"infinit", nullptr}};
     for (const auto& c : cases) {
         sim::Board board;
         FakeKernel kernel(board);

@@ -21,31 +21,6 @@ std::vector<uint8_t> read_bytes(const std::string& path) {
 
 }  // namespace
 
-TEST(ResetDelay, CountsTenthsCutTowardZero) {
-    const struct {
-        const char* text;
-        int tenths;
-    } cases[] = {{"1.5", 15}, {"0.7", 6}, {"2.3", 22},   {"25.5", 255}, {"25.6", 255}, {"30", 255},  {"-1", 0},
-                 {"0", 0},    {"-0", 0},  {"", 0},       {"nan", 0},    {"-nan", 0},   {"inf", 255}, {"-inf", 0},
-                 {"0.05", 0}, {"0.1", 1}, {"0x10", 160}, {"1e1", 100},  {"25.49", 254}};
-    for (const auto& c : cases) {
-        sim::Board board;
-        FakeKernel kernel(board);
-        EXPECT_EQ(run_tool_words({"--reset-delay", c.text, "--reset"}).status, 0);
-        char frame[16];
-        std::snprintf(frame, sizeof frame, "W 08 80: %02x 01", c.tenths);
-        EXPECT_EQ(kernel.wire[0].substr(0, 14), frame) << c.text;
-    }
-    for (const char* text : {"abc", "1.5s", "1,5", "--reset"}) {
-        sim::Board board;
-        FakeKernel kernel(board);
-        const ToolRun run = run_tool_words({"--reset-delay", text, "--reset"});
-        EXPECT_EQ(run.status, 255);
-        EXPECT_EQ(run.err, log_line("error", "invalid parameter to --reset-delay"));
-        EXPECT_EQ(kernel.wire.size(), 0U);
-    }
-}
-
 TEST(ResetCommands, LogTheirOutcomeAndPauseBeforeTheNextCommand) {
     const struct {
         std::vector<std::string> words;
@@ -145,14 +120,6 @@ TEST(Read, FailuresLeaveAnEmptyFileAndAReason) {
     run = run_tool_words({"--read", "/dev/full"});
     EXPECT_EQ(run.status, 255);
     EXPECT_EQ(run.err, log_line("error", "could not write /dev/full (No space left on device)"));
-}
-
-TEST(Read, TakesItsArgumentAsItStands) {
-    sim::Board board;
-    FakeKernel kernel(board);
-    board.scenario.mcu = false;
-    const ToolRun run = run_tool_words({"--read", "/no/--such"});
-    EXPECT_EQ(run.out, "reading /no/--such\ncould not open file\n");
 }
 
 TEST(StatusCommands, EndTheirLine) {

@@ -110,14 +110,6 @@ TEST_F(Update, HangUpsAreIgnoredFromTheEraseToTheVerdict) {
     EXPECT_FALSE(is_ignored());
 }
 
-TEST_F(Update, UnloadableFileReachesNoBus) {
-    const ToolRun run = run_tool_words({"--update", "/dev/null"});
-    EXPECT_EQ(run.status, 255);
-    EXPECT_EQ(run.err, log_line("info", "update file = error (/dev/null)") +
-                           log_line("error", "invalid file (could not find header)"));
-    EXPECT_EQ(kernel.wire.size(), 0U);
-}
-
 TEST_F(Update, ReadUpdateNeverFailsTheRun) {
     file.fill_page(256);
     save();
