@@ -73,9 +73,6 @@ std::vector<uint8_t> assemble(const BuildInput& input) {
 }  // namespace
 
 BuildResult build_update_file(const BuildInput& input) {
-    if (input.swid == 0) {
-        return {{}, "software id 0 means to the MCU that a region holds nothing"};
-    }
     for (int region = 0; region < kRegions; ++region) {
         const std::string error = check_region(region, input.regions[region]);
         if (!error.empty()) {

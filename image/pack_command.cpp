@@ -14,7 +14,8 @@ bool parse_id(const char* what, const std::string& text, uint16_t& id, std::stri
     char* end = nullptr;
     const unsigned long number = std::strtoul(text.c_str(), &end, 0);
     // strtoul would skip blanks, take signs, and stop where the number ends.
-    if (text.empty() || std::isdigit(static_cast<unsigned char>(text[0])) == 0 || *end != '\0' || number > UINT16_MAX) {
+    if (text.empty() || std::isdigit(static_cast<unsigned char>(text[0])) == 0 || *end != '\0' || number == 0 ||
+        number > UINT16_MAX) {
         error = what + (" '" + text + "' is not a number from 1 to 0xFFFF");
         return false;
     }
