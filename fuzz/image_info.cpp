@@ -11,7 +11,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string& path = memory_file(file);
 
     std::string error;
-    const ToolRun run = capture([&] { return run_info(path, error) ? 1 : 0; });
+    const ToolRun run = capture([&] { return run_info(path, InfoForm::kText, error) ? 1 : 0; });
     check(run.status == 1 && error.empty(), "there is a report on every file");
     check(run.err.empty() && is_text(run.out), "the report is text on standard output");
     const std::string verdict = refusal.empty() ? "yes" : "no (" + refusal + ")";

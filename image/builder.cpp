@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "image/flash_content.h"
+#include "image/sha256.h"
 #include "util/crc.h"
 #include "util/little_endian.h"
 
@@ -35,37 +36,6 @@ std::string check_region(int region, const std::vector<uint8_t>& content) {
     return {};
 }
 
-bool is_note(const std::string& note) {
-    const size_t colon = note.find(": ");
-    return colon != std::string::npos && colon > 0 && colon + 2 < note.size() &&
-           std::all_of(note.begin(), note.end(), [](char c) { return c >= ' ' && c <= '~'; });
-}
-
-/// Sets `prefix` to what stands before the magic.
-std::string join_prefix(const BuildInput& input, std::string& prefix) {
-    prefix = input.prefix;
-    if (!prefix.empty() && prefix.back() != '\n' && !input.notes.empty()) {
-        prefix += '\n';
-    }
-    for (const std::string& note : input.notes) {
-        if (!is_note(note)) {
-            return "a note is not one \"key: value\" line of printable ASCII";
-        }
-        prefix += note + '\n';
-    }
-    if (prefix.size() > kPrefixLimit) {
-        return "prefix and notes are longer than " + std::to_string(kPrefixLimit) + " bytes";
-    }
-    if (prefix.find('\0') != std::string::npos) {
-        return "the prefix holds a NUL, which would hide the magic";
-    }
-    // In the joined text: the line end behind a note can complete the magic.
-    if (prefix.find(kFileMagic) != std::string::npos) {
-        return "prefix or notes hold the magic of the file";
-    }
-    return {};
-}
-
 void put_page_map(uint8_t* page_map, const uint8_t* image, bool mark_all) {
     for (uint32_t page = 0; page < kMemoryPages; ++page) {
         const uint8_t* content = image + page * kPageSize;
@@ -85,11 +55,11 @@ void put_info(uint8_t* info, uint16_t swid, const uint8_t* image, const uint8_t*
     put_le16(info + kInfoFileCrc, crc16_buffer(kCrc16Start, info - kFileBodySize, kFileBodySize + kInfoFileCrc));
 }
 
-std::vector<uint8_t> assemble(const BuildInput& input, const std::string& prefix) {
-    const std::string head = prefix + kFileMagic;
-    std::vector<uint8_t> file(head.size() + kFileBodySize + kFileInfoSize);
-    std::copy(head.begin(), head.end(), file.begin());
-    uint8_t* image = file.data() + head.size();
+/// From the magic to the end of the file.
+std::vector<uint8_t> assemble(const BuildInput& input) {
+    std::vector<uint8_t> content(kFileMagicSize + kFileBodySize + kFileInfoSize);
+    std::copy_n(kFileMagic, kFileMagicSize, content.begin());
+    uint8_t* image = content.data() + kFileMagicSize;
     std::fill_n(image, kMemorySize, kErasedByte);
     for (uint32_t region = 0; region < kRegions; ++region) {
         std::copy(input.regions[region].begin(), input.regions[region].end(), image + region * kRegionSize);
@@ -97,25 +67,25 @@ std::vector<uint8_t> assemble(const BuildInput& input, const std::string& prefix
     uint8_t* page_map = image + kMemorySize;
     put_page_map(page_map, image, input.mark_all);
     put_info(image + kFileBodySize, input.swid, image, page_map);
-    return file;
+    return content;
 }
 
 }  // namespace
 
 BuildResult build_update_file(const BuildInput& input) {
-    if (input.swid == 0) {
-        return {{}, "software id 0 means to the MCU that a region holds nothing"};
-    }
     for (int region = 0; region < kRegions; ++region) {
         const std::string error = check_region(region, input.regions[region]);
         if (!error.empty()) {
             return {{}, error};
         }
     }
+    std::vector<uint8_t> file = assemble(input);
     std::string prefix;
-    const std::string error = join_prefix(input, prefix);
+    const std::string error =
+        make_prefix(input.prefix, input.name_sha256 ? sha256_hex(file.data(), file.size()) : "", prefix);
     if (!error.empty()) {
         return {{}, error};
     }
-    return {assemble(input, prefix), {}};
+    file.insert(file.begin(), prefix.begin(), prefix.end());
+    return {file, {}};
 }

@@ -7,18 +7,15 @@
 #include <string>
 #include <vector>
 
-#include "update/file_layout.h"
-
-/// What fits into the file before the magic, notes included.
-inline constexpr size_t kPrefixLimit = kFileSearchSize - kFileMagicSize;
+#include "image/prefix.h"
 
 struct BuildInput {
     /// Each from the first byte of its region on, at most 0x20000 bytes; what is missing at the end is erased flash.
     std::vector<uint8_t> regions[2];
-    uint16_t swid = 0;               ///< 1 to 0xFFFF, of both regions
-    bool mark_all = false;           ///< program every page; otherwise only those that hold anything but 0xFF
-    std::string prefix;              ///< free bytes at the start of the file, NUL excepted
-    std::vector<std::string> notes;  ///< "key: value", printable ASCII; each becomes a line behind the prefix
+    uint16_t swid = 0;      ///< 1 to 0xFFFF, of both regions; 0 means to the MCU that a region holds nothing
+    bool mark_all = false;  ///< program every page; otherwise only those that hold anything but 0xFF
+    PrefixParts prefix;
+    bool name_sha256 = false;  ///< the last line of the prefix names the SHA-256 of what follows it
 };
 
 struct BuildResult {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "mcu/flash_geometry.h"
 
@@ -13,6 +14,10 @@ inline constexpr uint8_t kErasedByte = 0xFF;
 constexpr bool is_programmed_page(uint32_t page) {
     return page < kRegions * uint32_t{kRegionPages} && page % kRegionPages < kProgrammedPages;
 }
+
+/// The whole flash, 0x42000 bytes, as it is after both regions have been erased and programmed: marked pages as in the
+/// file, all others 0xFF. REQUIRES: as region_checksum.
+std::vector<uint8_t> programmed_flash(const uint8_t* image, const uint8_t* page_map);
 
 /// The checksum that the MCU reports of region 0 or 1 after programming it. The region is erased first and only marked
 /// pages are written, so a page that is not marked counts as erased. REQUIRES: 0x42000 bytes and 528 marks.

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 #include "update/update_file.h"
 
@@ -88,7 +89,19 @@ bool is_pipe(const std::string& path) {
     return stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
-bool save_update_file(const std::string& path, Replace replace, const std::vector<uint8_t>& bytes, std::string& error) {
+bool is_one_of(const std::string& path, const std::vector<std::string>& files, std::string& error) {
+    for (const std::string& file : files) {
+        std::error_code unknown;
+        if (std::filesystem::equivalent(file, path, unknown)) {
+            error = path + " is one of the inputs";
+            return true;
+        }
+    }
+    return false;
+}
+
+bool save_file(const std::string& path, Replace replace, Content content, const std::vector<uint8_t>& bytes,
+               std::string& error) {
     if (!check_target(path, replace, error)) {
         return false;
     }
@@ -97,7 +110,7 @@ bool save_update_file(const std::string& path, Replace replace, const std::vecto
     if (descriptor < 0) {
         return system_error("could not create a file in " + directory_of(path), error);
     }
-    if (fill_and_close(descriptor, bytes, path, error) && tool_loads(temporary, error) &&
+    if (fill_and_close(descriptor, bytes, path, error) && (content == Content::kAny || tool_loads(temporary, error)) &&
         (std::rename(temporary.c_str(), path.c_str()) == 0 || system_error("could not write " + path, error))) {
         return true;
     }

@@ -4,12 +4,12 @@
 
 #include "image/commands.h"
 #include "image/host_file.h"
+#include "image/info_json.h"
 #include "image/inspector.h"
+#include "image/prefix.h"
 #include "update/update_file.h"
 
 namespace {
-
-constexpr size_t kReadLimit = 0x100000;
 
 void print_size(const Inspection& file) {
     if (file.size > kReadLimit) {
@@ -24,15 +24,21 @@ void print_size(const Inspection& file) {
 }
 
 void print_prefix(const std::string& prefix) {
-    // A file must not be able to command the terminal.
-    if (!std::all_of(prefix.begin(), prefix.end(), [](char c) { return (c >= ' ' && c <= '~') || c == '\n'; })) {
+    const std::vector<std::string> lines = prefix_lines(prefix);
+    if (!std::all_of(lines.begin(), lines.end(), is_printable)) {
         std::printf("prefix:                   %zu bytes (not printable)\n", prefix.size());
         return;
     }
     std::printf("prefix:                   %zu bytes\n", prefix.size());
-    for (size_t begin = 0, end = 0; begin < prefix.size(); begin = end + 1) {
-        end = std::min(prefix.find('\n', begin), prefix.size());
-        std::printf("note:                     %s\n", prefix.substr(begin, end - begin).c_str());
+    for (const std::string& line : lines) {
+        std::printf("note:                     %s\n", line.c_str());
+    }
+}
+
+void print_sha256(const Inspection& file) {
+    if (!file.computed_sha256.empty()) {
+        const char* result = !file.named_sha256 ? "none named" : sha256_fits(file) ? "ok" : "differs";
+        std::printf("sha256:                   %s computed, %s\n", file.computed_sha256.c_str(), result);
     }
 }
 
@@ -74,7 +80,7 @@ void print_body(const FileBody& body) {
     std::printf("free bytes:               %02x %02x %02x %02x %02x %02x\n", b[0], b[1], b[2], b[3], b[4], b[5]);
     std::printf("marked pages:             %s\n", page_ranges(body.marked_pages).c_str());
     for (int region = 0; region < kRegions; ++region) {
-        std::printf("region %d marked pages:    %zu of %u\n", region, count_programmed(body.marked_pages, region),
+        std::printf("region %d marked pages:    %zu of %u\n", region, programmed_in(body.marked_pages, region).size(),
                     kProgrammedPages);
     }
     const std::vector<uint16_t> in_vain = never_programmed(body.marked_pages);
@@ -83,28 +89,7 @@ void print_body(const FileBody& body) {
     }
 }
 
-void print_verdict(const std::string& path) {
-    McuDevice device(nullptr);
-    if (load_update_file(device, path.c_str())) {
-        std::puts("loads:                    yes");
-    } else {
-        std::printf("loads:                    no (%s)\n", device.last_error.c_str());
-    }
-}
-
-}  // namespace
-
-bool run_info(const std::string& path, std::string& error) {
-    if (is_pipe(path)) {
-        error = path + " is a pipe, save it as a file first";
-        return false;
-    }
-    std::vector<uint8_t> bytes;
-    if (!read_bytes(path, kReadLimit, bytes, error)) {
-        return false;
-    }
-    const Inspection file =
-        inspect_update_file(bytes, bytes.size() > kReadLimit ? FileEnd::kCutOff : FileEnd::kIncluded);
+void print_text(const std::string& path, const Inspection& file, const std::string& refusal) {
     std::printf("file:                     %s\n", path.c_str());
     print_size(file);
     if (!file.magic_offset) {
@@ -112,6 +97,7 @@ bool run_info(const std::string& path, std::string& error) {
     } else {
         std::printf("magic offset:             %zu bytes\n", *file.magic_offset);
         print_prefix(file.prefix);
+        print_sha256(file);
     }
     if (file.info) {
         print_info(file);
@@ -120,6 +106,26 @@ bool run_info(const std::string& path, std::string& error) {
     if (file.body) {
         print_body(*file.body);
     }
-    print_verdict(path);
+    std::printf("loads:                    %s\n", refusal.empty() ? "yes" : ("no (" + refusal + ")").c_str());
+}
+
+}  // namespace
+
+bool run_info(const std::string& path, InfoForm form, std::string& error) {
+    if (is_pipe(path)) {
+        error = path + " is a pipe, save it as a file first";
+        return false;
+    }
+    Inspection file;
+    if (!inspect_file(path, file, error)) {
+        return false;
+    }
+    McuDevice device(nullptr);
+    const std::string refusal = load_update_file(device, path.c_str()) ? "" : device.last_error.c_str();
+    if (form == InfoForm::kJson) {
+        std::puts(info_json(path, file, refusal).c_str());
+    } else {
+        print_text(path, file, refusal);
+    }
     return true;
 }

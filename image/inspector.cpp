@@ -5,22 +5,13 @@
 #include <iterator>
 #include <string_view>
 
+#include "image/host_file.h"
+#include "image/prefix.h"
+#include "image/sha256.h"
 #include "util/crc.h"
 #include "util/little_endian.h"
 
 namespace {
-
-std::optional<size_t> find_magic(const std::vector<uint8_t>& bytes) {
-    const auto limit = bytes.begin() + static_cast<ptrdiff_t>(std::min(bytes.size(), kFileSearchSize));
-    // As the tool does: a NUL ends the search.
-    const auto head_end = std::find(bytes.begin(), limit, uint8_t{0});
-    const std::string_view magic(kFileMagic);
-    const auto found = std::search(bytes.begin(), head_end, magic.begin(), magic.end());
-    if (found == head_end) {
-        return std::nullopt;
-    }
-    return static_cast<size_t>(found - bytes.begin());
-}
 
 InfoStructure decode_info(const uint8_t* info) {
     InfoStructure decoded;
@@ -54,6 +45,18 @@ FileBody read_body(const uint8_t* image) {
 
 }  // namespace
 
+std::optional<size_t> find_magic(const std::vector<uint8_t>& bytes) {
+    const auto limit = bytes.begin() + static_cast<ptrdiff_t>(std::min(bytes.size(), kFileSearchSize));
+    // As the tool does: a NUL ends the search.
+    const auto head_end = std::find(bytes.begin(), limit, uint8_t{0});
+    const std::string_view magic(kFileMagic);
+    const auto found = std::search(bytes.begin(), head_end, magic.begin(), magic.end());
+    if (found == head_end) {
+        return std::nullopt;
+    }
+    return static_cast<size_t>(found - bytes.begin());
+}
+
 Inspection inspect_update_file(const std::vector<uint8_t>& bytes, FileEnd end) {
     Inspection found;
     found.size = bytes.size();
@@ -66,6 +69,10 @@ Inspection inspect_update_file(const std::vector<uint8_t>& bytes, FileEnd end) {
     const uint8_t* content = bytes.data() + start;
     found.prefix.assign(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(*found.magic_offset));
     found.expected_size = start + kFileBodySize + kFileInfoSize;
+    found.named_sha256 = named_value(found.prefix, "sha256");
+    if (end == FileEnd::kIncluded) {
+        found.computed_sha256 = sha256_hex(content - kFileMagicSize, kFileMagicSize + left);
+    }
     if (left >= kFileBodySize) {
         found.body = read_body(content);
     }
@@ -76,10 +83,24 @@ Inspection inspect_update_file(const std::vector<uint8_t>& bytes, FileEnd end) {
     return found;
 }
 
-size_t count_programmed(const std::vector<uint16_t>& pages, int region) {
-    return static_cast<size_t>(std::count_if(pages.begin(), pages.end(), [region](uint16_t page) {
-        return is_programmed_page(page) && page / kRegionPages == region;
-    }));
+bool inspect_file(const std::string& path, Inspection& found, std::string& error) {
+    std::vector<uint8_t> bytes;
+    if (!read_bytes(path, kReadLimit, bytes, error)) {
+        return false;
+    }
+    found = inspect_update_file(bytes, bytes.size() > kReadLimit ? FileEnd::kCutOff : FileEnd::kIncluded);
+    return true;
+}
+
+bool sha256_fits(const Inspection& file) {
+    return !file.named_sha256 || *file.named_sha256 == file.computed_sha256;
+}
+
+std::vector<uint16_t> programmed_in(const std::vector<uint16_t>& pages, int region) {
+    std::vector<uint16_t> result;
+    std::copy_if(pages.begin(), pages.end(), std::back_inserter(result),
+                 [region](uint16_t page) { return is_programmed_page(page) && page / kRegionPages == region; });
+    return result;
 }
 
 std::vector<uint16_t> never_programmed(const std::vector<uint16_t>& pages) {

@@ -2,7 +2,6 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 
 #include "image/builder.h"
 #include "image/commands.h"
@@ -11,15 +10,27 @@
 
 namespace {
 
-bool parse_swid(const std::string& text, uint16_t& swid, std::string& error) {
+bool parse_id(const char* what, const std::string& text, uint16_t& id, std::string& error) {
     char* end = nullptr;
     const unsigned long number = std::strtoul(text.c_str(), &end, 0);
     // strtoul would skip blanks, take signs, and stop where the number ends.
-    if (text.empty() || std::isdigit(static_cast<unsigned char>(text[0])) == 0 || *end != '\0' || number > UINT16_MAX) {
-        error = "software id '" + text + "' is not a number from 1 to 0xFFFF";
+    if (text.empty() || std::isdigit(static_cast<unsigned char>(text[0])) == 0 || *end != '\0' || number == 0 ||
+        number > UINT16_MAX) {
+        error = what + (" '" + text + "' is not a number from 1 to 0xFFFF");
         return false;
     }
-    swid = static_cast<uint16_t>(number);
+    id = static_cast<uint16_t>(number);
+    return true;
+}
+
+bool parse_hwids(const std::vector<std::string>& texts, std::vector<uint16_t>& hwids, std::string& error) {
+    for (const std::string& text : texts) {
+        uint16_t hwid = 0;
+        if (!parse_id("hardware id", text, hwid, error)) {
+            return false;
+        }
+        hwids.push_back(hwid);
+    }
     return true;
 }
 
@@ -34,21 +45,15 @@ bool read_prefix(const std::string& path, std::string& prefix, std::string& erro
 
 bool read_input(const PackOptions& options, BuildInput& input, std::string& error) {
     input.mark_all = options.mark_all;
-    input.notes = options.notes;
-    return parse_swid(options.swid, input.swid, error) &&
+    input.name_sha256 = options.name_sha256;
+    input.prefix.notes = options.notes;
+    input.prefix.version = options.version;
+    input.prefix.build = options.build;
+    return parse_id("software id", options.swid, input.swid, error) &&
+           parse_hwids(options.hwids, input.prefix.hwids, error) &&
            read_bytes(options.region_files[0], kRegionSize, input.regions[0], error) &&
            read_bytes(options.region_files[1], kRegionSize, input.regions[1], error) &&
-           read_prefix(options.prefix_file, input.prefix, error);
-}
-
-bool is_input(const PackOptions& options, const std::string& path) {
-    for (const std::string& input : {options.region_files[0], options.region_files[1], options.prefix_file}) {
-        std::error_code unknown;
-        if (std::filesystem::equivalent(input, path, unknown)) {
-            return true;
-        }
-    }
-    return false;
+           read_prefix(options.prefix_file, input.prefix.bytes, error);
 }
 
 void print_report(const std::string& path, const Inspection& made) {
@@ -56,8 +61,11 @@ void print_report(const std::string& path, const Inspection& made) {
     std::printf("software id:              0x%04x\n", made.info->swid[0]);
     for (int region = 0; region < kRegions; ++region) {
         std::printf("region %d checksum:        0x%04x\n", region, made.info->region_crc[region]);
-        std::printf("region %d marked pages:    %zu of %u\n", region, count_programmed(made.body->marked_pages, region),
-                    kProgrammedPages);
+        std::printf("region %d marked pages:    %zu of %u\n", region,
+                    programmed_in(made.body->marked_pages, region).size(), kProgrammedPages);
+    }
+    if (made.named_sha256) {
+        std::printf("sha256:                   %s\n", made.named_sha256->c_str());
     }
     std::printf("size:                     %zu bytes\n", made.size);
 }
@@ -74,11 +82,9 @@ bool run_pack(const PackOptions& options, std::string& error) {
         error = result.error;
         return false;
     }
-    if (is_input(options, options.output)) {
-        error = options.output + " is one of the inputs";
-        return false;
-    }
-    if (!save_update_file(options.output, options.force ? Replace::kYes : Replace::kNo, result.file, error)) {
+    const std::vector<std::string> inputs = {options.region_files[0], options.region_files[1], options.prefix_file};
+    if (is_one_of(options.output, inputs, error) ||
+        !save_file(options.output, options.replace, Content::kUpdateFile, result.file, error)) {
         return false;
     }
     print_report(options.output, inspect_update_file(result.file));

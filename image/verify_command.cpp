@@ -4,6 +4,7 @@
 #include "image/commands.h"
 #include "image/flash_content.h"
 #include "image/host_file.h"
+#include "image/inspector.h"
 #include "update/update_file.h"
 
 namespace {
@@ -25,6 +26,16 @@ bool verify(const char* path) {
                         region);
             return false;
         }
+    }
+    Inspection file;
+    std::string error;
+    if (!inspect_file(path, file, error)) {
+        std::printf("%s\n", error.c_str());
+        return false;
+    }
+    if (!sha256_fits(file)) {
+        std::printf("%s: loads, but does not have the SHA-256 that it names\n", path);
+        return false;
     }
     std::printf("%s: okay\n", path);
     return true;

@@ -17,7 +17,7 @@ BuildInput small_input() {
     input.regions[1] = Bytes(0x201, 0xFF);
     input.regions[1][0x200] = 0x5A;  // page 256 stays erased, page 257 does not
     input.swid = 0x0102;
-    input.notes = {"a: b"};
+    input.prefix.notes = {"a: b"};
     return input;
 }
 
@@ -45,38 +45,14 @@ TEST(Builder, EveryByteOfASmallFileStandsWhereItBelongs) {
     EXPECT_EQ(Bytes(built.file.begin() + kBuiltInfo, built.file.end()), info);
 }
 
-/// What stands before the image, or the error.
-std::string head_or_error(const std::string& prefix, const std::vector<std::string>& notes) {
+TEST(Builder, NamesTheSha256OfWhatFollowsThePrefix) {
     BuildInput input = small_input();
-    input.prefix = prefix;
-    input.notes = notes;
+    input.name_sha256 = true;
     const BuildResult built = build_update_file(input);
-    return built.file.empty() ? built.error : std::string(built.file.begin(), built.file.end() - 0x42216 - 24);
-}
-
-TEST(Builder, PrefixAndNotes) {
-    const std::string bad_note = "a note is not one \"key: value\" line of printable ASCII";
-    const std::string magic_inside = "prefix or notes hold the magic of the file";
-    const std::string too_long = "prefix and notes are longer than 1016 bytes";
-    const std::tuple<std::string, std::vector<std::string>, std::string> cases[] = {
-        {"", {}, "SVxMega\n"},
-        {"raw\x01", {}, "raw\x01SVxMega\n"},
-        {"no line end", {"k: v", "k: : w"}, "no line end\nk: v\nk: : w\nSVxMega\n"},
-        {"line\n", {"k: v"}, "line\nk: v\nSVxMega\n"},
-        {"SVxM", {}, "SVxMSVxMega\n"},  // the start of a magic before the real one
-        {std::string(1016, 'x'), {}, std::string(1016, 'x') + "SVxMega\n"},
-        {std::string(1017, 'x'), {}, too_long},
-        {std::string(1012, 'x'), {"k: v"}, too_long},
-        {std::string("a\0b", 3), {}, "the prefix holds a NUL, which would hide the magic"},
-        {"..SVxMega\n..", {}, magic_inside},
-        {"", {"k: SVxMega"}, magic_inside},
-        {"", {"novalue"}, bad_note},
-        {"", {": v"}, bad_note},
-        {"", {"k: two\nlines"}, bad_note},
-        {"", {"k: \x1b[2J"}, bad_note}};
-    for (const auto& [prefix, notes, expected] : cases) {
-        EXPECT_EQ(head_or_error(prefix, notes), expected);
-    }
+    EXPECT_EQ(std::string(built.file.begin(), built.file.end() - 0x42216 - 24),
+              "a: b\nsha256: 5780d9c620e17626a3614fef0f6144f064e0ba34b23abd921c20722bd9b60d3d\nSVxMega\n");
+    input.prefix.notes = {"no note"};
+    EXPECT_EQ(build_update_file(input).error, "a note is not one \"key: value\" line of printable ASCII");
 }
 
 TEST(Builder, TakesOnlyContentThatCanBeProgrammed) {

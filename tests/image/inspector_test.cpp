@@ -94,8 +94,8 @@ TEST(Inspector, PagesAsRanges) {
     EXPECT_EQ(page_ranges({7}), "7");
     EXPECT_EQ(page_ranges({0, 1, 2, 256, 300, 301}), "0-2, 256, 300-301");
     const std::vector<uint16_t> pages = {0, 254, 255, 256, 257, 510, 511, 512, 527};
-    EXPECT_EQ(count_programmed(pages, 0), 2U);
-    EXPECT_EQ(count_programmed(pages, 1), 3U);
+    EXPECT_EQ(programmed_in(pages, 0), (std::vector<uint16_t>{0, 254}));
+    EXPECT_EQ(programmed_in(pages, 1), (std::vector<uint16_t>{256, 257, 510}));
     EXPECT_EQ(never_programmed(pages), (std::vector<uint16_t>{255, 511, 512, 527}));
 }
 

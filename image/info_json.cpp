@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: MIT
+#include "image/info_json.h"
+
+#include <sstream>
+
+#include "image/host_file.h"
+#include "image/json.h"
+#include "image/prefix.h"
+
+namespace {
+
+std::string json_bool(bool value) {
+    return value ? "true" : "false";
+}
+
+std::string number_if(bool known, size_t value) {
+    return known ? std::to_string(value) : "null";
+}
+
+std::string text_if(const std::optional<std::string>& text) {
+    return text ? json_string(*text) : "null";
+}
+
+/// The parts of a list, each as a JSON string.
+std::string json_strings(const std::vector<std::string>& texts) {
+    std::vector<std::string> values;
+    for (const std::string& text : texts) {
+        values.push_back(json_string(text));
+    }
+    return json_array(values);
+}
+
+std::string json_pages(const std::vector<uint16_t>& pages) {
+    std::vector<std::string> values;
+    for (const uint16_t page : pages) {
+        values.push_back(std::to_string(page));
+    }
+    return json_array(values);
+}
+
+std::vector<std::string> split_at_blanks(const std::string& text) {
+    std::istringstream words(text);
+    std::vector<std::string> result;
+    for (std::string word; words >> word;) {
+        result.push_back(word);
+    }
+    return result;
+}
+
+std::string sha256_json(const Inspection& file) {
+    const bool comparable = file.named_sha256 && !file.computed_sha256.empty();
+    return JsonObject()
+        .add("named", text_if(file.named_sha256))
+        .add("computed", file.computed_sha256.empty() ? "null" : json_string(file.computed_sha256))
+        .add("ok", comparable ? json_bool(sha256_fits(file)) : "null")
+        .text();
+}
+
+std::string checksum_json(bool is_stored, unsigned stored, bool is_computed, unsigned computed) {
+    return JsonObject()
+        .add("stored", number_if(is_stored, stored))
+        .add("computed", number_if(is_computed, computed))
+        .add("ok", is_stored && is_computed ? json_bool(stored == computed) : "null")
+        .text();
+}
+
+std::string region_json(const Inspection& file, int region) {
+    const InfoStructure info = file.info.value_or(InfoStructure());
+    const FileBody body = file.body.value_or(FileBody());
+    return JsonObject()
+        .add("software_id", number_if(file.info.has_value(), info.swid[region]))
+        .add("checksum", checksum_json(file.info.has_value(), info.region_crc[region], file.body.has_value(),
+                                       body.computed_region_crc[region]))
+        .add("marked_pages", file.body ? json_pages(programmed_in(body.marked_pages, region)) : "null")
+        .text();
+}
+
+void add_info(JsonObject& object, const Inspection& file) {
+    const bool known = file.info.has_value();
+    const InfoStructure info = file.info.value_or(InfoStructure());
+    object.add("info_offset", number_if(known, file.size - kFileInfoSize))
+        .add("reserved0", number_if(known, info.reserved0))
+        .add("reserved10", number_if(known, info.reserved10))
+        .add("region_size", number_if(known, info.region_size))
+        .add("page_size", number_if(known, info.page_size))
+        .add("memory_size", number_if(known, info.memory_size))
+        .add("file_checksum", checksum_json(known, info.file_crc, known, file.computed_file_crc));
+}
+
+void add_body(JsonObject& object, const Inspection& file) {
+    object.add("regions", json_array({region_json(file, 0), region_json(file, 1)}));
+    std::vector<std::string> free_bytes;
+    if (file.body) {
+        for (const uint8_t byte : file.body->free_bytes) {
+            free_bytes.push_back(std::to_string(byte));
+        }
+    }
+    object.add("never_programmed", file.body ? json_pages(never_programmed(file.body->marked_pages)) : "null")
+        .add("free_bytes", file.body ? json_array(free_bytes) : "null");
+}
+
+}  // namespace
+
+std::string info_json(const std::string& path, const Inspection& file, const std::string& refusal) {
+    const bool has_magic = file.magic_offset.has_value();
+    JsonObject object;
+    object.add("file", json_string(path))
+        .add("loads", json_bool(refusal.empty()))
+        .add("error", refusal.empty() ? "null" : json_string(refusal))
+        .add("size", number_if(file.size <= kReadLimit, file.size))
+        .add("expected_size", number_if(has_magic, file.expected_size))
+        .add("magic_offset", number_if(has_magic, file.magic_offset.value_or(0)))
+        .add("notes", json_strings(prefix_lines(file.prefix)))
+        .add("version", text_if(named_value(file.prefix, "version")))
+        .add("hwids", json_strings(split_at_blanks(named_value(file.prefix, "hwid").value_or(""))))
+        .add("build", text_if(named_value(file.prefix, "build")))
+        .add("sha256", sha256_json(file));
+    add_info(object, file);
+    add_body(object, file);
+    return object.text();
+}
