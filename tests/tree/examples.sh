@@ -13,13 +13,13 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 command -v i2ctransfer >/dev/null || { echo "i2c-tools are not installed"; exit 77; }
 
-# Writes N.line, N.command and N.expected for each example of the document, and names what is skipped.
+# Writes a session of all commands, and N.line and N.expected for each; names what is skipped.
 # shellcheck disable=SC2016
 split='
-  function close_block() { if (reason != "" && in_code) reason = ""; in_code = 0; open = 0; more = 0 }
-  /^```/ { if (fenced) close_block(); fenced = !fenced; in_code = fenced; next }
+  function end_block() { if (in_code) reason = ""; in_code = open = 0 }
+  /^```/ { if (fenced) end_block(); fenced = !fenced; in_code = fenced; next }
   !fenced && !/^    / {
-    if (in_code) close_block()
+    end_block()
     if (/^<!-- not run: .+ -->$/) { reason = substr($0, 15, length($0) - 18); print FILENAME ":" FNR ": skipped: " reason }
     next
   }
@@ -27,9 +27,9 @@ split='
   reason != "" { next }
   !more && text ~ /^\$ / {
     file = folder "/" ++count; text = substr(text, 3); open = more = 1
-    print FNR >(file ".line"); printf "" >(file ".expected")
+    print FNR ": " text >(file ".line"); printf "" >(file ".expected"); print "{" >session
   }
-  more { print text >(file ".command"); more = text ~ /\\$/; next }
+  more { print text >session; more = text ~ /\\$/; if (!more) print "} >" file ".printed 2>&1" >session; next }
   open { print text >(file ".expected") }'
 
 status=0
@@ -37,27 +37,16 @@ for document in "${documents[@]}"; do
   page=$source_folder/docs/$document.md
   [ -f "$page" ] || [ "$document" = protocol ] || continue
   folder=$work/$document
-  mkdir -p "$folder/examples" "$folder/run"
-  awk -v folder="$folder/examples" "$split" "$page"
+  mkdir -p "$folder/run"
+  awk -v folder="$folder" -v session="$folder/session" "$split" "$page"
   ln -s "$source_folder/examples" "$folder/run/examples"
-  (
-    set +eu
-    cd "$folder/run" || exit
-    for ((number = 1; ; ++number)); do
-      example=../examples/$number
-      [ -f "$example.command" ] || break
-      # shellcheck disable=SC1090
-      . "$PWD/$example.command" >"$example.printed" 2>&1 </dev/null
-    done
-  )
+  (cd "$folder/run" && bash "$folder/session" </dev/null) || :
   count=0
-  for ((number = 1; ; ++number)); do
-    example=$folder/examples/$number
-    [ -f "$example.command" ] || break
-    count=$number
+  while [ -f "$folder/$((count + 1)).line" ]; do
+    example=$folder/$((++count))
     # A last line without its end is no difference.
-    if ! difference=$(diff -u <(cat "$example.expected") <(sed -e "\$a\\" "$example.printed")); then
-      echo "FAILED: docs/$document.md:$(cat "$example.line"): $(cat "$example.command")"
+    if ! difference=$(diff -u "$example.expected" <(sed -e "\$a\\" "$example.printed")); then
+      echo "FAILED: docs/$document.md:$(cat "$example.line")"
       tail -n +3 <<<"$difference"
       status=1
     fi
