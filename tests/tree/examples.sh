@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Runs the commands of the documents in one shell per document and compares what they print, both outputs together.
+# Arguments: folder of the programs, source folder. A command is a line "$ …" of a code block, fenced or indented, and
+# goes on in the next line after a backslash; what follows is what it prints. A blank line ends an indented block. The
+# block behind a line "<!-- not run: REASON -->" is skipped, the one behind "<!-- file: NAME -->" is a file for the
+# commands.
+set -eu
+export LC_ALL=C TZ=UTC
+PATH=$(realpath "$1"):$PATH:/usr/sbin:/sbin
+source_folder=$(realpath "$2")
+documents=(protocol update-file)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+command -v i2ctransfer >/dev/null || { echo "i2c-tools are not installed"; exit 77; }
+
+# Writes a session of all commands, and N.line and N.expected for each; names what is skipped.
+# shellcheck disable=SC2016
+split='
+  function end_block() { if (in_code) reason = name = ""; in_code = open = 0 }
+  /^```/ { if (fenced) end_block(); fenced = !fenced; in_code = fenced; next }
+  !fenced && !/^    / {
+    end_block()
+    if (/^<!-- not run: .+ -->$/) {
+      reason = substr($0, 15, length($0) - 18)
+      print FILENAME ":" FNR ": skipped: " reason
+    }
+    if (/^<!-- file: [^ ]+ -->$/) name = substr($0, 12, length($0) - 15)
+    next
+  }
+  { in_code = 1; text = fenced ? $0 : substr($0, 5) }
+  reason != "" { next }
+  name != "" { print text >(folder "/run/" name); next }
+  !more && text ~ /^\$ / {
+    file = folder "/" ++count; text = substr(text, 3); open = more = 1
+    print FNR ": " text >(file ".line"); printf "" >(file ".expected"); print "{" >session
+  }
+  more { print text >session; more = text ~ /\\$/; if (!more) print "} >" file ".printed 2>&1" >session; next }
+  open { print text >(file ".expected") }'
+
+status=0
+for document in "${documents[@]}"; do
+  page=$source_folder/docs/$document.md
+  [ -f "$page" ] || [ "$document" = protocol ] || continue
+  folder=$work/$document
+  mkdir -p "$folder/run"
+  awk -v folder="$folder" -v session="$folder/session" "$split" "$page"
+  ln -s "$source_folder/examples" "$folder/run/examples"
+  (cd "$folder/run" && bash "$folder/session" </dev/null) || :
+  count=0
+  while [ -f "$folder/$((count + 1)).line" ]; do
+    example=$folder/$((++count))
+    # A last line without its end is no difference.
+    if ! difference=$(diff -u "$example.expected" <(sed -e "\$a\\" "$example.printed")); then
+      echo "FAILED: docs/$document.md:$(cat "$example.line")"
+      tail -n +3 <<<"$difference"
+      status=1
+    fi
+  done
+  [ "$count" -gt 0 ] || { echo "FAILED: docs/$document.md has no example"; status=1; }
+  echo "docs/$document.md: $count commands"
+done
+exit $status
