@@ -41,7 +41,6 @@ split='
 status=0
 for document in "${documents[@]}"; do
   page=$source_folder/docs/$document.md
-  [ -f "$page" ] || [ "$document" = protocol ] || continue
   folder=$work/$document
   mkdir -p "$folder/run"
   awk -v folder="$folder" -v session="$folder/session" "$split" "$page"
