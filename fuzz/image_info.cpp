@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// `sv_image info` on update files with a few edits (fuzz/made_file.h), or, behind an "r", on the input as it is.
+// `sv_image info`, in both forms, on update files with a few edits (fuzz/made_file.h), or, behind an "r", on the input
+// as it is.
 #include "fuzz/made_file.h"
 #include "image/commands.h"
 #include "tests/support/tool_run.h"
@@ -25,5 +26,11 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     check(contains(run.out, "\nfile checksum: ") == has_info, "a checksum where there is an info structure");
     const bool sound = contains(run.out, "bytes (ok)\n") && contains(run.out, " computed, ok\n");
     check(sound || !refusal.empty(), "a file that loads is sound");
+
+    const ToolRun json = capture([&] { return run_info(path, InfoForm::kJson, error) ? 1 : 0; });
+    check(json.status == 1 && json.err.empty() && is_text(json.out), "there is an object for every file");
+    const std::string loads = refusal.empty() ? "true,\"error\":null" : "false,\"error\":\"" + refusal + '"';
+    check(json.out.starts_with("{\"file\":\"" + path + "\",\"loads\":" + loads + ','), "it has the loader's verdict");
+    check(json.out.find('\n') == json.out.size() - 1 && json.out.ends_with("}\n"), "it is one line");
     return 0;
 }

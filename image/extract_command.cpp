@@ -8,10 +8,11 @@
 
 namespace {
 
+constexpr uint32_t kRegionSegments = kRegionPages * kPageSegments;
+
 void warn_of_unread(const FlashCopy& copy, int region) {
     size_t segments = 0;
     std::vector<uint16_t> pages;
-    constexpr uint32_t kRegionSegments = kRegionPages * kPageSegments;
     const uint32_t first = static_cast<uint32_t>(region) * kRegionSegments;
     for (uint32_t segment = first; segment < first + kRegionSegments; ++segment) {
         if (!looks_unread(copy, segment)) {

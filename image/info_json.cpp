@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "image/info_json.h"
 
+#include <algorithm>
+#include <iterator>
 #include <sstream>
 
 #include "image/host_file.h"
@@ -23,28 +25,21 @@ std::string text_if(const std::optional<std::string>& text) {
 
 /// The parts of a list, each as a JSON string.
 std::string json_strings(const std::vector<std::string>& texts) {
-    std::vector<std::string> values;
-    for (const std::string& text : texts) {
-        values.push_back(json_string(text));
-    }
+    std::vector<std::string> values(texts.size());
+    std::transform(texts.begin(), texts.end(), values.begin(), json_string);
     return json_array(values);
 }
 
-std::string json_pages(const std::vector<uint16_t>& pages) {
-    std::vector<std::string> values;
-    for (const uint16_t page : pages) {
-        values.push_back(std::to_string(page));
-    }
+std::string json_numbers(const std::vector<uint16_t>& numbers) {
+    std::vector<std::string> values(numbers.size());
+    std::transform(numbers.begin(), numbers.end(), values.begin(),
+                   [](uint16_t number) { return std::to_string(number); });
     return json_array(values);
 }
 
 std::vector<std::string> split_at_blanks(const std::string& text) {
     std::istringstream words(text);
-    std::vector<std::string> result;
-    for (std::string word; words >> word;) {
-        result.push_back(word);
-    }
-    return result;
+    return {std::istream_iterator<std::string>(words), {}};
 }
 
 std::string sha256_json(const Inspection& file) {
@@ -71,7 +66,7 @@ std::string region_json(const Inspection& file, int region) {
         .add("software_id", number_if(file.info.has_value(), info.swid[region]))
         .add("checksum", checksum_json(file.info.has_value(), info.region_crc[region], file.body.has_value(),
                                        body.computed_region_crc[region]))
-        .add("marked_pages", file.body ? json_pages(programmed_in(body.marked_pages, region)) : "null")
+        .add("marked_pages", file.body ? json_numbers(programmed_in(body.marked_pages, region)) : "null")
         .text();
 }
 
@@ -89,14 +84,14 @@ void add_info(JsonObject& object, const Inspection& file) {
 
 void add_body(JsonObject& object, const Inspection& file) {
     object.add("regions", json_array({region_json(file, 0), region_json(file, 1)}));
-    std::vector<std::string> free_bytes;
     if (file.body) {
-        for (const uint8_t byte : file.body->free_bytes) {
-            free_bytes.push_back(std::to_string(byte));
-        }
+        const FileBody& body = *file.body;
+        const std::vector<uint16_t> free_bytes(std::begin(body.free_bytes), std::end(body.free_bytes));
+        object.add("never_programmed", json_numbers(never_programmed(body.marked_pages)))
+            .add("free_bytes", json_numbers(free_bytes));
+    } else {
+        object.add("never_programmed", "null").add("free_bytes", "null");
     }
-    object.add("never_programmed", file.body ? json_pages(never_programmed(file.body->marked_pages)) : "null")
-        .add("free_bytes", file.body ? json_array(free_bytes) : "null");
 }
 
 }  // namespace

@@ -56,7 +56,7 @@ TEST(ProgrammedFlash, HoldsMarkedPagesOfTheRegionsWithoutTheirLast) {
         page_map[page] = 0x80;
     }
     std::vector<uint8_t> expected(0x42000, 0xFF);
-    for (const size_t offset : {0x00000, 0x1FC00, 0x20000, 0x3FC00}) {
+    for (const size_t offset : {0x00000U, 0x1FC00U, 0x20000U, 0x3FC00U}) {
         std::fill_n(expected.begin() + static_cast<long>(offset), 0x200, uint8_t{0x11});
     }
     EXPECT_EQ(programmed_flash(image.data(), page_map.data()), expected);
