@@ -1,0 +1,26 @@
+# SPDX-License-Identifier: MIT
+# Where help and system files go. The components are updater (what a board needs), tools (sv_image) and sim (sv_board).
+
+set(SV_BASH_COMPLETION_DIR ${CMAKE_INSTALL_DATADIR}/bash-completion/completions CACHE STRING "Folder of bash completions")
+set(SV_ZSH_COMPLETION_DIR ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions CACHE STRING "Folder of zsh completions")
+set(SV_FISH_COMPLETION_DIR ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d CACHE STRING "Folder of fish completions")
+
+# sv_install_man(component page...): a page is NAME.SECTION
+function(sv_install_man component)
+  foreach(page ${ARGN})
+    string(REGEX REPLACE ".*\\." "" section ${page})
+    install(FILES ${PROJECT_SOURCE_DIR}/man/${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section}
+            COMPONENT ${component})
+  endforeach()
+endfunction()
+
+# sv_install_help(component program section...): the manual pages of a program, and its completion
+function(sv_install_help component program)
+  list(TRANSFORM ARGN PREPEND ${program}. OUTPUT_VARIABLE pages)
+  sv_install_man(${component} ${pages})
+  set(completion ${PROJECT_SOURCE_DIR}/completion)
+  install(FILES ${completion}/${program}.bash DESTINATION ${SV_BASH_COMPLETION_DIR} COMPONENT ${component}
+          RENAME ${program})
+  install(FILES ${completion}/_${program} DESTINATION ${SV_ZSH_COMPLETION_DIR} COMPONENT ${component})
+  install(FILES ${completion}/${program}.fish DESTINATION ${SV_FISH_COMPLETION_DIR} COMPONENT ${component})
+endfunction()
