@@ -1,0 +1,34 @@
+# SPDX-License-Identifier: MIT
+# shellcheck shell=bash
+# Completion of sv_image for bash, alone or with the package bash-completion.
+
+_sv_image() {
+    local line=${COMP_LINE:0:COMP_POINT} prev='' words='' sub=${COMP_WORDS[1]} typed
+    # Words between blanks: "--option=value" is one here, and up to three in COMP_WORDS.
+    read -ra typed <<<"${line}x"
+    local cur=${typed[-1]%x}
+    case $cur in
+        --*=*) prev=${cur%%=*} ;;
+        *) prev=${typed[-2]-} ;;
+    esac
+    [ "$COMP_CWORD" -gt 1 ] || sub=''
+    case $sub:$prev in
+        pack:--region[01] | pack:--prefix-file | pack:-o | pack:--output | extract:-o | extract:--output) return ;; # readline's own
+        pack:--swid | pack:--hwid | pack:--fw-version | pack:--build | pack:--note) ;;
+        extract:--region) words="0 1" ;;
+        pack:*)
+            words="--region0 --region1 --swid --mark-all --fw-version --hwid --build --note --no-sha256 --prefix-file -o --output
+                --force -h --help"
+            ;;
+        info:*) words="--json -h --help" ;;
+        extract:*) words="--region -o --output --force -h --help" ;;
+        verify:* | diff:*) words="-h --help" ;;
+        :*) words="pack info verify extract diff -h --help --version" ;;
+    esac
+    if [[ $sub:$prev == @(info|verify|diff|extract):* && $words == *--help* && $cur != -* ]]; then
+        return # the file
+    fi
+    compopt +o default 2>/dev/null
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$2")
+}
+complete -o default -F _sv_image sv_image
