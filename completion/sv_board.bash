@@ -22,17 +22,17 @@ _sv_board_command() {
 }
 
 _sv_board() {
-    local line=${COMP_LINE:0:COMP_POINT} prev words='' sub=${COMP_WORDS[1]} typed i
+    local words='' before='' sub=${COMP_WORDS[1]} typed i
     for ((i = 2; i < COMP_CWORD; i++)); do
         if [ "${COMP_WORDS[i]}" = -- ]; then
             _sv_board_command "$i" "$2"
             return
         fi
     done
-    # Words between blanks: KEY=VALUE and KIND@WHERE are one here, and three in COMP_WORDS.
-    read -ra typed <<<"${line}x"
-    local cur=${typed[-1]%x}
-    prev=${typed[-2]-}
+    # Words between blanks: "--option=value" is one here, and up to three in COMP_WORDS.
+    read -ra typed <<<"${COMP_LINE:0:COMP_POINT}x"
+    local cur=${typed[-1]%x} prev=${typed[-2]-}
+    case $cur in --*=*) prev=${cur%%=*} cur=${cur#*=} ;; esac
     [ "$COMP_CWORD" -gt 1 ] || sub=''
     case $sub:$prev in
         *:--state | run:--firmware | run:--trace | run:--syslog) return ;; # readline's own
@@ -46,13 +46,13 @@ _sv_board() {
         run:--fault)
             words="nack@ dead@ lost@ restart@ cut@ kill@ flip@ fail@ hang@ skip@ slow= tear="
             if [[ $cur == *@* ]]; then
+                before=${cur%%@*}@
                 words="any-command any-frame any-change read-version read-flash-status read-version2 segment commit erase enable disable
                     reset-now reset-delayed read-segment read-enable-word read-input-mode write-enable-word write-input-mode set-led1
                     set-led2 store-settings switch-off write-w1-pio test-ext-switch test-10v test-message read-eeprom read-rom
                     read-powerrail read-ext read-teko1-voltage read-teko2-voltage read-teko1-current read-teko2-current
                     read-teko1-impedances read-teko2-impedances read-ports read-temperature read-vcc read-spare1 reset-diagnostics
                     read-pse-states read-pd-states read-teko1-page read-teko2-page read-nevents read-temperature-cal read-spare2"
-                words=$(printf "${cur%%@*}@%s\n" $words)
             fi
             ;;
         run:*) words="--bus --state --firmware --swid --preset --set --fault --trace --syslog --fast -h --help --" ;;
@@ -61,7 +61,7 @@ _sv_board() {
         :*) words="run knobs presets show -h --help --version" ;;
     esac
     compopt +o default 2>/dev/null
-    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")
+    mapfile -t COMPREPLY < <(compgen -P "$before" -W "$words" -- "${cur#"$before"}")
     if [[ ${COMPREPLY[0]-} == *[=@] ]]; then
         compopt -o nospace 2>/dev/null
     fi

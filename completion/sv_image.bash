@@ -3,14 +3,11 @@
 # Completion of sv_image for bash, alone or with the package bash-completion.
 
 _sv_image() {
-    local line=${COMP_LINE:0:COMP_POINT} prev='' words='' sub=${COMP_WORDS[1]} typed
+    local words='' sub=${COMP_WORDS[1]} typed
     # Words between blanks: "--option=value" is one here, and up to three in COMP_WORDS.
-    read -ra typed <<<"${line}x"
-    local cur=${typed[-1]%x}
-    case $cur in
-        --*=*) prev=${cur%%=*} ;;
-        *) prev=${typed[-2]-} ;;
-    esac
+    read -ra typed <<<"${COMP_LINE:0:COMP_POINT}x"
+    local cur=${typed[-1]%x} prev=${typed[-2]-}
+    case $cur in --*=*) prev=${cur%%=*} cur=${cur#*=} ;; esac
     [ "$COMP_CWORD" -gt 1 ] || sub=''
     case $sub:$prev in
         pack:--region[01] | pack:--prefix-file | pack:-o | pack:--output | extract:-o | extract:--output) return ;; # readline's own
@@ -29,6 +26,8 @@ _sv_image() {
         return # the file
     fi
     compopt +o default 2>/dev/null
-    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$2")
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")
+    # Readline replaces only what stands behind the last of its word breaks.
+    COMPREPLY=("${COMPREPLY[@]#"${cur%"$2"}"}")
 }
 complete -o default -F _sv_image sv_image

@@ -3,9 +3,11 @@
 # Completion of sv_safe_update for bash, alone or with the package bash-completion.
 
 _sv_safe_update() {
-    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]} words=''
-    [ "$cur" != = ] || { prev='=' cur=''; }
-    [ "$prev" != = ] || prev=${COMP_WORDS[COMP_CWORD - 1 - ${#cur} / (${#cur} + 1)]}
+    local words='' typed
+    # Words between blanks: "--option=value" is one here, and up to three in COMP_WORDS.
+    read -ra typed <<<"${COMP_LINE:0:COMP_POINT}x"
+    local cur=${typed[-1]%x} prev=${typed[-2]-}
+    case $cur in --*=*) prev=${cur%%=*} cur=${cur#*=} ;; esac
     case $prev in
         -k | --backup | -l | --lock) return ;; # readline's own
         -b | --bus) words=$(compgen -G '/dev/i2c-*' | sed 's/.*-//') ;;
@@ -19,5 +21,7 @@ _sv_safe_update() {
     esac
     compopt +o default 2>/dev/null
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")
+    # Readline replaces only what stands behind the last of its word breaks.
+    COMPREPLY=("${COMPREPLY[@]#"${cur%"$2"}"}")
 }
 complete -o default -F _sv_safe_update sv_safe_update

@@ -4,15 +4,15 @@
 # argument whatever it looks like, so the words before the cursor are gone through in order.
 
 _sv_updater() {
-    local expected=command word words=''
+    local expected='command' word words=''
     for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
         case $expected:$word in
             command:--bus | command:--addr | command:--reset-delay) expected=$word ;;
-            command:--update | command:--upd | command:--read | command:--read-update) expected=file ;;
+            command:--update | command:--upd | command:--read | command:--read-update) expected='file' ;;
             command:--set-mode | command:--set) expected=parameter ;;
-            parameter:store | parameter:xlr-off | parameter:off | parameter:test-msg-ack | parameter:test-i2c-bug1) expected=command ;;
+            parameter:store | parameter:xlr-off | parameter:off | parameter:test-msg-ack | parameter:test-i2c-bug1) expected='command' ;;
             parameter:*) expected=$word ;;
-            *) expected=command ;;
+            *) expected='command' ;;
         esac
     done
     case $expected in
