@@ -40,8 +40,12 @@ _sv_board() {
         run:--swid) ;;
         run:--preset) words=$("$1" presets 2>/dev/null | sed -n 's/^\([^ :]*\): .*/\1/p') ;;
         run:--set)
-            words=$("$1" knobs 2>/dev/null | sed -n 's/^\([^ =]*=\).*/\1/p; s/^\([^ =]*=\)o[nf]*$/\1on \1off/p')
-            [[ $cur == *=* ]] || words=$(printf '%s\n' "$words" | grep '=$')
+            words=$("$1" knobs 2>/dev/null)
+            if [[ $cur == *=* ]]; then
+                words=$(sed -n 's/^\([^ =]*=\)o[nf]*$/\1on \1off/p' <<<"$words")
+            else
+                words=$(sed -n 's/^\([^ =]*=\).*/\1/p' <<<"$words")
+            fi
             ;;
         run:--fault)
             words="nack@ dead@ lost@ restart@ cut@ kill@ flip@ fail@ hang@ skip@ slow= tear="

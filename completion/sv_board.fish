@@ -17,11 +17,18 @@ function __sv_board_program
     complete -C (string join ' ' -- (string escape -- $words[$first..]) (commandline -ct))
 end
 
+# What the sv_board of this command line says of its knobs or presets, without the lines of their meaning.
+function __sv_board_lists
+    set -l words (commandline -opc)
+    command $words[1] $argv 2>/dev/null | string match -r '^[^ ].*'
+end
+
 function __sv_board_knobs
-    set -l knobs ((commandline -opc)[1] knobs 2>/dev/null | string match -r '^[^ ].*')
-    string replace -r '=.*' '=' -- $knobs
-    for knob in (string match -r '^.*(?==(?:on|off)$)' -- $knobs)
-        printf '%s\n' $knob=on $knob=off
+    set -l knobs (__sv_board_lists knobs)
+    if string match -q '*=*' -- (commandline -ct)
+        printf '%s\n' (string match -r '^.*=(?=on$|off$)' -- $knobs){on,off}
+    else
+        string replace -r '=.*' '=' -- $knobs
     end
 end
 
@@ -51,7 +58,7 @@ complete -c sv_board -n '__sv_board_is run show' -l state -r -F -d 'file that ho
 complete -c sv_board -n '__sv_board_is run' -l bus -x -a 0 -d 'I2C bus'
 complete -c sv_board -n '__sv_board_is run' -l firmware -r -F -d 'program of a new board'
 complete -c sv_board -n '__sv_board_is run' -l swid -x -d 'its software id'
-complete -c sv_board -n '__sv_board_is run' -l preset -x -a "((commandline -opc)[1] presets 2>/dev/null | string match -r '^[^ :]+')" -d 'a typical situation'
+complete -c sv_board -n '__sv_board_is run' -l preset -x -a "(__sv_board_lists presets | string replace ': ' \t)" -d 'a typical situation'
 complete -c sv_board -n '__sv_board_is run' -l set -x -a '(__sv_board_knobs)' -d 'set a knob'
 complete -c sv_board -n '__sv_board_is run' -l fault -x -a '(__sv_board_faults)' -d 'let something go wrong'
 complete -c sv_board -n '__sv_board_is run' -l trace -r -F -d 'one line per transfer'

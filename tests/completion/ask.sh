@@ -4,11 +4,12 @@
 # $completion.
 
 # offers SHELL FOLDER: for each command line of standard input one line of the words that SHELL offers at its end, sorted. What a
-# shell shows on its terminal goes to FOLDER/terminal. Where a shell offers but the rest of KEY=VALUE or KIND@PLACE, so do all.
+# shell shows on its terminal goes to FOLDER/terminal. Of KEY=VALUE, KIND@PLACE and a path some shells tell but the last part:
+# so do all.
 offers() {
   rm -f "$2/offered"
   "offers_$1" "$2" >"$2/terminal" 2>&1
-  sed 's/\(--[a-z0-9-]*\)=/\1/g; s/[^ ]*[=@]\([^ ]\)/\1/g' "$2/offered" |
+  sed 's/[^ ]*[=@]\([^ ]\)/\1/g; s/[=@/]\( \|$\)/\1/g; s,[^ ]*/,,g' "$2/offered" |
     while read -ra words; do printf '%s\n' "${words[@]}" | sort -u | xargs; done
 }
 
@@ -16,8 +17,9 @@ offers() {
 offers_bash() {
   {
     printf '%s\n' "PS1='> ' offered='$1/offered'" "${bash_completion:-:}" "for f in '$completion'/*.bash; do . \"\$f\"; done" \
-      'bind -x "\"\\C-t\": printf \"%s\\n\" \"\${READLINE_LINE#\"\$asked\"}\" >>\"$offered\"; READLINE_LINE="' \
-      'bind -x "\"\\C-a\": asked=\${READLINE_LINE% *}"'
+      'ask() { asked=$READLINE_LINE; }; bind -x "\"\\C-a\": ask"' \
+      'tell() { [ "$READLINE_LINE" = "$asked" ] || printf %s "${READLINE_LINE#"${asked% *} "}"; echo; READLINE_LINE=; }' \
+      'bind -x "\"\\C-t\": tell >>\"\$offered\""'
     sed $'s/$/\x01\e*\x14/'
     printf '\nexit\n'
   } | TERM=dumb HISTFILE='' bash --norc --noprofile -i
@@ -27,7 +29,7 @@ offers_bash() {
 offers_zsh() {
   cat >"$1/lines"
   cat >"$1/.zshrc" <<'END_RC'
-PS1='> ' fpath=("$completion" $fpath)
+LISTMAX=99999 PS1='> ' fpath=("$completion" $fpath)
 autoload -Uz compinit && compinit -u -D
 compadd() {
   local -a offered
