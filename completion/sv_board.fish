@@ -26,7 +26,8 @@ end
 function __sv_board_knobs
     set -l knobs (__sv_board_lists knobs)
     if string match -q '*=*' -- (commandline -ct)
-        printf '%s\n' (string match -r '^.*=(?=on$|off$)' -- $knobs){on,off}
+        set -l knob (string replace -r '=.*' '=' -- (commandline -ct))
+        contains -- "$knob"on $knobs; or contains -- "$knob"off $knobs; and printf '%s\n' $knob{on,off}
     else
         string replace -r '=.*' '=' -- $knobs
     end

@@ -24,20 +24,22 @@ function __sv_updater_offers
         case file
             __fish_complete_path (commandline -ct)
         case command
-            string replace ' ' \t -- "--version both regions, software and hardware version, checksums" "--hw-version hardware id" \
+            string replace ' ' \t -- "--version identity and both regions" "--hw-version hardware id" \
                 "--sw-version software id" "--serial serial number" "--date production date" \
-                "--bom-version version of the bill of materials" "--probe 1 if the MCU answers, 0 if not" \
+                "--bom-version BOM version" "--probe 1 if the MCU answers, 0 if not" \
                 "--status power status on one line" "--status-poetest power status on one line" \
-                "--status-poetest-rebooted whether the MCU has restarted since the last status" "--status-poe power over Ethernet" \
-                "--status-cable cable measurements" "--status-pse-adc measurements of the line interfaces" "--dump all diagnostics" \
-                "--dumps all diagnostics, repeatedly" "--no-dump-reset keep the counters that a dump would reset" \
-                "--update program an update file" "--upd program an update file, unless it is there, and reset at once" \
-                "--read-update show an update file" "--read read the whole flash back into a file" \
-                "--erase erase the inactive region" "--force-update program even what is there" \
-                "--without-force-update do not program what is there" "--update-with-reset reset after an update" \
+                "--status-poetest-rebooted power status on one line, REBOOTED behind it" \
+                "--status-poe whether there is power over Ethernet" \
+                "--status-cable report of the cables" "--status-pse-adc report of the line measurements" "--dump all diagnostics" \
+                "--dumps all diagnostics and the status line" "--no-dump-reset dumps and reports reset no diagnostics" \
+                "--update program an update file" "--upd program an update file if not up to date, reset at once" \
+                "--read-update check that an update file loads" "--read read the whole flash back into a file" \
+                "--erase erase the inactive region" "--force-update program even when up to date" \
+                "--without-force-update program only when not up to date" "--update-with-reset reset after an update" \
                 "--update-without-reset no reset after an update" "--update-without-disable leave the current region enabled" \
-                "--debug-update update without programming" "--reset reset the MCU after the reset delay" \
-                "--reset-now reset the MCU now" "--reset-now-sync reset the MCU now and wait" "--reset-delay seconds until a reset" \
+                "--debug-update log the power state as an update does" "--reset reset the MCU after the reset delay" \
+                "--reset-now reset the MCU now" "--reset-now-sync reset without asking for a delayed one first" \
+                "--reset-delay seconds until a reset, 0 to 25.5" \
                 "--set-mode set a mode" "--set set a mode" "--bus I2C bus" "--addr I2C address" "--help show the usage" \
                 "-h show the usage"
         case parameter

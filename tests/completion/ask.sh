@@ -2,34 +2,44 @@
 # shellcheck shell=bash
 # Asks the shells themselves what they offer; to be sourced by a script that has the folder of the completion files in
 # $completion.
+export completion
 
 # offers SHELL FOLDER: for each command line of standard input one line of the words that SHELL offers at its end, sorted. What a
 # shell shows on its terminal goes to FOLDER/terminal. Of KEY=VALUE, KIND@PLACE and a path some shells tell but the last part:
 # so do all.
 offers() {
-  rm -f "$2/offered"
-  "offers_$1" "$2" >"$2/terminal" 2>&1
-  sed 's/[^ ]*[=@]\([^ ]\)/\1/g; s/[=@/]\( \|$\)/\1/g; s,[^ ]*/,,g' "$2/offered" |
+  export work=$2
+  cat >"$work/lines"
+  : >"$work/offered"
+  "offers_$1" >"$work/terminal" 2>&1
+  sed 's/[^ ]*[=@]\([^ ]\)/\1/g; s/[=@/]\( \|$\)/\1/g; s,[^ ]*/,,g' "$work/offered" |
     while read -ra words; do printf '%s\n' "${words[@]}" | sort -u | xargs; done
 }
 
 # An interactive bash puts all that it offers into the line, in place of the word before the cursor.
 offers_bash() {
-  {
-    printf '%s\n' "PS1='> ' offered='$1/offered'" "${bash_completion:-:}" "for f in '$completion'/*.bash; do . \"\$f\"; done" \
-      'ask() { asked=$READLINE_LINE; }; bind -x "\"\\C-a\": ask"' \
-      'tell() { [ "$READLINE_LINE" = "$asked" ] || printf %s "${READLINE_LINE#"${asked% *} "}"; echo; READLINE_LINE=; }' \
-      'bind -x "\"\\C-t\": tell >>\"\$offered\""'
-    sed $'s/$/\x01\e*\x14/'
-    printf '\nexit\n'
-  } | TERM=dumb HISTFILE='' bash --norc --noprofile -i
+  cat >"$work/bashrc" <<'END'
+PS1='> '
+eval "${package-}"
+for file in "$completion"/*.bash; do . "$file"; done
+ask() { asked=$READLINE_LINE; }
+tell() {
+  [ "$READLINE_LINE" = "$asked" ] || printf %s "${READLINE_LINE#"${asked% *} "}"
+  echo
+  READLINE_LINE=
 }
+bind -x '"\C-a": ask'
+bind -x '"\C-t": tell >>"$work/offered"'
+END
+  { sed $'s/$/\x01\e*\x14/' "$work/lines" && printf '\nexit\n'; } | TERM=dumb HISTFILE='' bash --rcfile "$work/bashrc" -i
+}
+
+offers_bash_with_package() { package='. /usr/share/bash-completion/bash_completion' offers_bash; }
 
 # In zsh the function that all offers pass through tells of them.
 offers_zsh() {
-  cat >"$1/lines"
-  cat >"$1/.zshrc" <<'END_RC'
-LISTMAX=99999 PS1='> ' fpath=("$completion" $fpath)
+  cat >"$work/.zshrc" <<'END'
+PS1='> ' LISTMAX=9999 fpath=("$completion" $fpath)
 autoload -Uz compinit && compinit -u -D
 compadd() {
   local -a offered
@@ -49,13 +59,16 @@ zle-line-init() {
   exit
 }
 zle -N zle-line-init
-END_RC
-  work=$1 ZDOTDIR=$1 completion=$completion script -qec 'zsh -i' /dev/null </dev/null
+END
+  ZDOTDIR=$work script -qec 'zsh -i' /dev/null </dev/null
 }
 
 offers_fish() {
-  work=$1 fish --no-config -c 'set fish_complete_path $completion
-    while read -l line
-      echo (complete -C $line | string replace -r "\t.*" "") >>$work/offered
-    end'
+  cat >"$work/ask.fish" <<'END'
+set fish_complete_path $completion
+while read -l line
+    echo (complete -C $line | string replace -r "\t.*" "")
+end <$work/lines >>$work/offered
+END
+  fish --no-config "$work/ask.fish"
 }

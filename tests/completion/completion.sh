@@ -1,0 +1,88 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# What bash (alone, and with the package bash-completion), zsh and fish offer at the end of a command line.
+# Usage: completion.sh FOLDER_OF_PROGRAMS SOURCE_FOLDER
+set -eu
+export LC_ALL=C.UTF-8
+programs=$(realpath "$1")
+completion=$2/completion
+# shellcheck source=tests/completion/ask.sh
+. "$2/tests/completion/ask.sh"
+top=$(mktemp -d)
+trap 'rm -rf "$top"' EXIT
+mkdir "$top/bin" "$top/shell" "$top/here"
+cd "$top/here"
+touch new.svu net.svu other
+bad=0
+complain() { echo "FAILED: $*" >&2; bad=1; }
+
+# Completion runs no tool that talks to a board; where it asks sv_board, nobody sees the complaints.
+for program in sv_updater sv_safe_update sv_image; do
+  printf '#!/bin/sh\ntouch %s/was-run\n' "$top" >"$top/bin/$program"
+done
+printf '#!/bin/sh\necho NOISE >&2\nexec %s/sv_board "$@"\n' "$programs" >"$top/bin/sv_board"
+chmod +x "$top"/bin/*
+export PATH=$top/bin:$PATH
+
+# LINE|what is offered, sorted. The full tables of words are compared in tests/tree/documents.sh.
+cat >"$top/table" <<'END_TABLE'
+sv_updater --sta|--status --status-cable --status-poe --status-poetest --status-poetest-rebooted --status-pse-adc
+sv_updater --bus 3 --addr 0x08 --prob|--probe
+sv_updater --update new.svu --reset-del|--reset-delay
+sv_updater --update --bus --prob|--probe
+sv_updater --update n|net.svu new.svu
+sv_updater --read-update new|new.svu
+sv_updater --read ot|other
+sv_updater --read-|--read-update
+sv_updater --reset-delay |
+sv_updater --addr |0x08
+sv_updater --set-mode te|teko1 teko1-pd teko1-pse teko2 teko2-pd teko2-pse test-10V test-extsw test-i2c-bug1 test-msg test-msg-ack
+sv_updater --set store --upda|--update --update-with-reset --update-without-disable --update-without-reset
+sv_updater --set-mode led1 o|off or
+sv_updater --set-mode prio h|high
+sv_updater --set-mode psuled |
+sv_updater --set-mode teko2-pse off --set-mode w1validity |ignore normal
+sv_safe_update --ba|--backup
+sv_safe_update --check new|new.svu
+sv_safe_update --backup new|new.svu
+sv_safe_update --lock=new|new.svu
+sv_safe_update -c --wait |15
+sv_image e|extract
+sv_image pack --region|--region0 --region1
+sv_image pack --region0 ot|other
+sv_image pack --swid |
+sv_image pack --region0 other -o new|new.svu
+sv_image extract --region |0 1
+sv_image extract --region=|0 1
+sv_image extract --region 0 new|new.svu
+sv_image diff new.svu ot|other
+sv_board sh|show
+sv_board run --sta|--state
+sv_board run --fast --state ot|other
+sv_board run --preset po|poe-only
+sv_board run --set gpio|gpio_exported
+sv_board run --set gpio_exported=|off on
+sv_board run --set poe=|
+sv_board run --set poe=0 --fault s|skip slow
+sv_board run --fault fail@co|commit
+sv_board run --fault slow=100@er|erase
+sv_board run --trace ot|other
+sv_board run -- sv_sa|sv_safe_update
+sv_board run --set poe=0 -- sv_updater --set-mode led2 g|gn
+sv_board run --fault nack@1 -- sv_image extract --region |0 1
+sv_board run -- cat new|new.svu
+END_TABLE
+cut -d'|' -f1 "$top/table" >"$top/lines"
+
+for shell in bash bash_with_package zsh fish; do
+  offers "$shell" "$top/shell" <"$top/lines" >"$top/offered"
+  while IFS='|' read -r line wanted <&3 && read -r offered <&4; do
+    [ "$offered" = "$wanted" ] || complain "$shell: '$line' offers '$offered' instead of '$wanted'"
+  done 3<"$top/table" 4<"$top/offered"
+  [ "$(wc -l <"$top/offered")" -eq "$(wc -l <"$top/lines")" ] || complain "$shell: not every line was completed"
+  # The first two are bash's own, for want of a terminal.
+  grep -vE 'terminal process group|no job control' "$top/shell/terminal" |
+    grep -E 'NOISE|(bash|zsh|fish|compopt|compadd|_sv_[a-z_]*)(:[0-9]+)?: ' && complain "$shell: completion shows something"
+done
+[ ! -e "$top/was-run" ] || complain "completion has run a program"
+exit "$bad"
