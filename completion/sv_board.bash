@@ -62,7 +62,10 @@ _sv_board() {
         run:*) words="--bus --state --firmware --swid --preset --set --fault --trace --syslog --fast -h --help --" ;;
         show:*) words="--state -h --help" ;;
         knobs:* | presets:*) words="-h --help" ;;
-        :*) words="run knobs presets show -h --help --version" ;;
+        :*)
+            words="run knobs presets show"
+            [[ $cur != -* ]] || words="-h --help --version"
+            ;;
     esac
     compopt +o default 2>/dev/null
     mapfile -t COMPREPLY < <(compgen -P "$before" -W "$words" -- "${cur#"$before"}")

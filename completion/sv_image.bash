@@ -20,7 +20,10 @@ _sv_image() {
         info:*) words="--json -h --help" ;;
         extract:*) words="--region -o --output --force -h --help" ;;
         verify:* | diff:*) words="-h --help" ;;
-        :*) words="pack info verify extract diff -h --help --version" ;;
+        :*)
+            words="pack info verify extract diff"
+            [[ $cur != -* ]] || words="-h --help --version"
+            ;;
     esac
     if [[ $sub:$prev == @(info|verify|diff|extract):* && $words == *--help* && $cur != -* ]]; then
         return # the file

@@ -1,8 +1,24 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash
 # Asks the shells themselves what they offer; to be sourced by a script that has the folder of the completion files in
-# $completion.
+# $completion, and a function `complain`.
 export completion
+
+# check_offers TABLE FOLDER SHELL...: each line of TABLE is LINE|WORDS, the words sorted; FOLDER is for what is in between.
+check_offers() {
+  local table=$1 folder=$2 shell line wanted offered count
+  for shell in "${@:3}"; do
+    cut -d'|' -f1 "$table" | offers "$shell" "$folder" >"$folder/words"
+    while IFS='|' read -r line wanted <&3 && read -r offered <&4; do
+      [ "$offered" = "$wanted" ] || complain "$shell: '$line' offers '$offered' instead of '$wanted'"
+    done 3<"$table" 4<"$folder/words"
+    count=$(wc -l <"$folder/words")
+    [ "$count" -eq "$(wc -l <"$table")" ] || complain "$shell: no more than $count lines were completed"
+    # The first two are bash's own, for want of a terminal.
+    ! grep -vE 'terminal process group|no job control' "$folder/terminal" |
+      grep -E 'NOISE|(bash|zsh|fish|compopt|compadd|_sv_[a-z_]*)(:[0-9]+)?: ' || complain "$shell: completion shows something"
+  done
+}
 
 # offers SHELL FOLDER: for each command line of standard input one line of the words that SHELL offers at its end, sorted. What a
 # shell shows on its terminal goes to FOLDER/terminal. Of KEY=VALUE, KIND@PLACE and a path some shells tell but the last part:
@@ -11,7 +27,7 @@ offers() {
   export work=$2
   cat >"$work/lines"
   : >"$work/offered"
-  "offers_$1" >"$work/terminal" 2>&1
+  "offers_$1" >"$work/terminal" 2>&1 || true
   sed 's/[^ ]*[=@]\([^ ]\)/\1/g; s/[=@/]\( \|$\)/\1/g; s,[^ ]*/,,g' "$work/offered" |
     while read -ra words; do printf '%s\n' "${words[@]}" | sort -u | xargs; done
 }

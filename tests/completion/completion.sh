@@ -72,17 +72,6 @@ sv_board run --set poe=0 -- sv_updater --set-mode led2 g|gn
 sv_board run --fault nack@1 -- sv_image extract --region |0 1
 sv_board run -- cat new|new.svu
 END_TABLE
-cut -d'|' -f1 "$top/table" >"$top/lines"
-
-for shell in bash bash_with_package zsh fish; do
-  offers "$shell" "$top/shell" <"$top/lines" >"$top/offered"
-  while IFS='|' read -r line wanted <&3 && read -r offered <&4; do
-    [ "$offered" = "$wanted" ] || complain "$shell: '$line' offers '$offered' instead of '$wanted'"
-  done 3<"$top/table" 4<"$top/offered"
-  [ "$(wc -l <"$top/offered")" -eq "$(wc -l <"$top/lines")" ] || complain "$shell: not every line was completed"
-  # The first two are bash's own, for want of a terminal.
-  grep -vE 'terminal process group|no job control' "$top/shell/terminal" |
-    grep -E 'NOISE|(bash|zsh|fish|compopt|compadd|_sv_[a-z_]*)(:[0-9]+)?: ' && complain "$shell: completion shows something"
-done
+check_offers "$top/table" "$top/shell" bash bash_with_package zsh fish
 [ ! -e "$top/was-run" ] || complain "completion has run a program"
 exit "$bad"
