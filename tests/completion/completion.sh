@@ -26,29 +26,22 @@ export PATH=$top/bin:$PATH
 
 # LINE|what is offered, sorted. The full tables of words are compared in tests/tree/documents.sh.
 cat >"$top/table" <<'END_TABLE'
-sv_updater --sta|--status --status-cable --status-poe --status-poetest --status-poetest-rebooted --status-pse-adc
 sv_updater --bus 3 --addr 0x08 --prob|--probe
 sv_updater --update new.svu --reset-del|--reset-delay
 sv_updater --update --bus --prob|--probe
 sv_updater --update n|net.svu new.svu
 sv_updater --read-update new|new.svu
 sv_updater --read ot|other
-sv_updater --read-|--read-update
 sv_updater --reset-delay |
 sv_updater --addr |0x08
 sv_updater --set-mode te|teko1 teko1-pd teko1-pse teko2 teko2-pd teko2-pse test-10V test-extsw test-i2c-bug1 test-msg test-msg-ack
 sv_updater --set store --upda|--update --update-with-reset --update-without-disable --update-without-reset
-sv_updater --set-mode led1 o|off or
 sv_updater --set-mode prio h|high
-sv_updater --set-mode psuled |
 sv_updater --set-mode teko2-pse off --set-mode w1validity |ignore normal
-sv_safe_update --ba|--backup
 sv_safe_update --check new|new.svu
 sv_safe_update --backup new|new.svu
 sv_safe_update --lock=new|new.svu
 sv_safe_update -c --wait |15
-sv_image e|extract
-sv_image pack --region|--region0 --region1
 sv_image pack --region0 ot|other
 sv_image pack --swid |
 sv_image pack --region0 other -o new|new.svu
@@ -56,10 +49,7 @@ sv_image extract --region |0 1
 sv_image extract --region=|0 1
 sv_image extract --region 0 new|new.svu
 sv_image diff new.svu ot|other
-sv_board sh|show
-sv_board run --sta|--state
 sv_board run --fast --state ot|other
-sv_board run --preset po|poe-only
 sv_board run --set gpio|gpio_exported
 sv_board run --set gpio_exported=|off on
 sv_board run --set poe=|

@@ -18,9 +18,9 @@ complain() { echo "FAILED: $*" >&2; bad=1; }
 # --- What there is
 
 # texts FILE TABLE: the texts of a table
-texts() { sed -n "/ $2\[\] = {/,/};/p" "$1" | grep -o '"[^"]*"' | tr -d '"'; }
+texts() { awk "/ $2\[\] = {/ { on = 1 } on; /};/ { on = 0 }" "$1" | grep -o '"[^"]*"' | tr -d '"'; }
 # options PROGRAM [SUBCOMMAND], from its help
-options() { "$@" --help | grep -oE '^  (-[A-Za-z](, *)?)?(--[a-z0-9-]+)?' | tr -s ', ' '\n\n' | grep -e -; }
+options() { "$@" --help | grep -oE '^  (-[A-Za-z](, *)?)?(--[a-z0-9-]+)?' | grep -oE -e '-[^ ,]+'; }
 subcommands() { "$1" --help | sed -n '/^Subcommands:/,$s/^  \([a-z]\{1,\}\).*/\1/p'; }
 
 commands=$(texts src/cli/commands.cpp kCommands)
@@ -61,8 +61,8 @@ values=$(for table in kPriorities kW1Validity kLedColours kEnableWords; do texts
 check_page man/sv_updater.8 "$commands"$'\n'"$parameters"$'\n'"$actions" $'-h\n--help\n-?\n'"$values"
 check_page man/sv_safe_update.8 "$(options sv_safe_update)" ""
 for program in sv_image sv_board; do
-  words=$(subcommands $program; options $program; for sub in $(subcommands $program); do options $program "$sub"; done)
-  check_page man/$program.1 "$words" "$([ $program = sv_image ] || echo "$faults"$'\n'"$places"$'\n'"$knobs"$'\n'"$presets")"
+  needed=$(subcommands $program; options $program; for sub in $(subcommands $program); do options $program "$sub"; done)
+  check_page man/$program.1 "$needed" "$([ $program = sv_image ] || echo "$faults"$'\n'"$places"$'\n'"$knobs"$'\n'"$presets")"
 done
 
 lint=$(mandoc -T lint -W warning man/*.[158] 2>&1 | grep -v 'referenced manual not found' || true)
@@ -76,13 +76,13 @@ want() { printf '%s|%s\n' "$1" "$(printf '%s\n' "${@:2}" | sort -u | xargs)" >>"
 # shellcheck disable=SC2086,SC2046 # words on purpose
 {
   want "sv_updater " $commands --help -h
-  while IFS='", ' read -r _ keyword arguments _; do
+  while read -r keyword arguments; do
     case $arguments:$keyword in
       0:*) want "sv_updater $keyword --prob" --probe ;;
       1:--set*) want "sv_updater $keyword " $parameters $actions ;;
       1:*) want "sv_updater $keyword --prob" && want "sv_updater $keyword x --prob" --probe ;;
     esac
-  done < <(sed -n '/ kCommands\[\]/,/};/s/^ *{"/"/p' src/cli/commands.cpp)
+  done < <(sed -n 's/^ *{"\(--[^"]*\)", \([0-9]*\), run_.*/\1 \2/p' src/cli/commands.cpp)
   for action in $actions; do want "sv_updater --set-mode $action --prob" --probe; done
   while read -r row; do
     choices=$(grep -oE 'k[A-Za-z0-9]+\},$' <<<"$row" || true)
@@ -103,7 +103,7 @@ want() { printf '%s|%s\n' "$1" "$(printf '%s\n' "${@:2}" | sort -u | xargs)" >>"
   want "sv_board run --set " $knobs
   want "sv_board run --preset " $presets
 }
-[ "$(wc -l <"$top/table")" -gt 80 ] || complain "the tables of the sources were not found"
+[ "$(wc -l <"$top/table")" -gt 70 ] || complain "the tables of the sources were not found"
 mkdir "$top/shell"
 check_offers "$top/table" "$top/shell" bash zsh fish
 
