@@ -33,9 +33,9 @@ presets=$(sv_board presets | sed -n 's/^\([^ :]*\): .*/\1/p')
 
 # --- Manual pages
 
-# heads PAGE: the options and fixed words in the heads of its lists
+# heads PAGE: the options and fixed words in the heads of its lists; a row of a table is none
 heads() {
-  awk '/^\.It (Fl|Cm) / {
+  awk '/^\.It (Fl|Cm) / && !/ Ta / {
     mode = ""; dash = ""
     for (i = 2; i <= NF; i++)
       if ($i == "Fl") { dash = mode == "Fl" && $(i - 1) == "Fl" ? "--" : "-"; mode = "Fl" }
