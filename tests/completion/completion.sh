@@ -62,6 +62,13 @@ sv_board run --set poe=0 -- sv_updater --set-mode led2 g|gn
 sv_board run --fault nack@1 -- sv_image extract --region |0 1
 sv_board run -- cat new|new.svu
 END_TABLE
+# What only the package finds: a completion that is loaded when it is asked for.
+export BASH_COMPLETION_USER_DIR=$top/user
+mkdir -p "$top/user/completions"
+echo "complete -W 'one two' foreign" >"$top/user/completions/foreign"
+echo 'sv_board run --fast -- foreign t|two' >"$top/foreign"
+
 check_offers "$top/table" "$top/shell" bash bash_with_package zsh fish
+check_offers "$top/foreign" "$top/shell" bash_with_package
 [ ! -e "$top/was-run" ] || complain "completion has run a program"
 exit "$bad"
