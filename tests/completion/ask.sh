@@ -4,33 +4,31 @@
 # $completion, and a function `complain`.
 export completion
 
-# check_offers TABLE FOLDER SHELL...: each line of TABLE is LINE|WORDS, the words sorted; FOLDER is for what is in between.
+# check_offers TABLE FOLDER SHELL...: each line of TABLE is LINE|WORDS, what is to be offered at the end of LINE, in any order;
+# FOLDER is for what is in between.
 check_offers() {
-  local table=$1 folder=$2 shell line wanted offered count
+  local table=$1 line wanted offered count shell
+  export work=$2
+  cut -d'|' -f1 "$table" >"$work/lines"
+  cut -d'|' -f2- "$table" | sort_words >"$work/wanted"
   for shell in "${@:3}"; do
-    cut -d'|' -f1 "$table" | offers "$shell" "$folder" >"$folder/words"
-    while IFS='|' read -r line wanted <&3 && read -r offered <&4; do
+    : >"$work/raw"
+    HOME=$work INPUTRC=/dev/null "offers_$shell" >"$work/terminal" 2>&1 || true
+    # Of KEY=VALUE, KIND@PLACE and a path some shells tell but the last part: so do all.
+    sed 's/[^ ]*[=@]\([^ ]\)/\1/g; s/[=@/]\( \|$\)/\1/g; s,[^ ]*/,,g' "$work/raw" | sort_words >"$work/offered"
+    while IFS= read -r line <&3 && read -r wanted <&4 && read -r offered <&5; do
       [ "$offered" = "$wanted" ] || complain "$shell: '$line' offers '$offered' instead of '$wanted'"
-    done 3<"$table" 4<"$folder/words"
-    count=$(wc -l <"$folder/words")
+    done 3<"$work/lines" 4<"$work/wanted" 5<"$work/offered"
+    count=$(wc -l <"$work/offered")
     [ "$count" -eq "$(wc -l <"$table")" ] || complain "$shell: no more than $count lines were completed"
     # The first two are bash's own, for want of a terminal.
-    ! grep -vE 'terminal process group|no job control' "$folder/terminal" |
+    ! grep -vE 'terminal process group|no job control' "$work/terminal" |
       grep -E 'NOISE|(bash|zsh|fish|compopt|compadd|_sv_[a-z_]*)(:[0-9]+)?: ' || complain "$shell: completion shows something"
   done
 }
 
-# offers SHELL FOLDER: for each command line of standard input one line of the words that SHELL offers at its end, sorted. What a
-# shell shows on its terminal goes to FOLDER/terminal. Of KEY=VALUE, KIND@PLACE and a path some shells tell but the last part:
-# so do all.
-offers() {
-  export work=$2
-  cat >"$work/lines"
-  : >"$work/offered"
-  "offers_$1" >"$work/terminal" 2>&1 || true
-  sed 's/[^ ]*[=@]\([^ ]\)/\1/g; s/[=@/]\( \|$\)/\1/g; s,[^ ]*/,,g' "$work/offered" |
-    while read -ra words; do printf '%s\n' "${words[@]}" | sort -u | xargs; done
-}
+# The words of each line, sorted
+sort_words() { perl -lane 'print join " ", sort keys %{{map { $_ => 1 } @F}}'; }
 
 # An interactive bash puts all that it offers into the line, in place of the word before the cursor.
 offers_bash() {
@@ -45,9 +43,9 @@ tell() {
   READLINE_LINE=
 }
 bind -x '"\C-a": ask'
-bind -x '"\C-t": tell >>"$work/offered"'
+bind -x '"\C-t": tell >>"$work/raw"'
 END
-  { sed $'s/$/\x01\e*\x14/' "$work/lines" && printf '\nexit\n'; } | TERM=dumb HISTFILE='' bash --rcfile "$work/bashrc" -i
+  { sed $'s/$/\x01\e*\x14/' "$work/lines" && printf '\nexit\n'; } | TERM=dumb bash --rcfile "$work/bashrc" -i
 }
 
 offers_bash_with_package() { package='. /usr/share/bash-completion/bash_completion' offers_bash; }
@@ -70,7 +68,7 @@ zle-line-init() {
   for BUFFER in "${(f)"$(<$work/lines)"}"; do
     all=() CURSOR=$#BUFFER
     zle offer
-    print -r -- $all >>$work/offered
+    print -r -- $all >>$work/raw
   done
   exit
 }
@@ -84,7 +82,7 @@ offers_fish() {
 set fish_complete_path $completion
 while read -l line
     echo (complete -C $line | string replace -r "\t.*" "")
-end <$work/lines >>$work/offered
+end <$work/lines >>$work/raw
 END
   fish --no-config "$work/ask.fish"
 }

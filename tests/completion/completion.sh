@@ -5,7 +5,7 @@
 set -eu
 export LC_ALL=C.UTF-8
 programs=$(realpath "$1")
-completion=$2/completion
+completion=$(realpath "$2")/completion
 # shellcheck source=tests/completion/ask.sh
 . "$2/tests/completion/ask.sh"
 top=$(mktemp -d)
@@ -24,19 +24,15 @@ printf '#!/bin/sh\necho NOISE >&2\nexec %s/sv_board "$@"\n' "$programs" >"$top/b
 chmod +x "$top"/bin/*
 export PATH=$top/bin:$PATH
 
-# LINE|what is offered, sorted. The full tables of words are compared in tests/tree/documents.sh.
+# LINE|what is offered. The full tables of words are compared in tests/tree/documents.sh.
 cat >"$top/table" <<'END_TABLE'
 sv_updater --bus 3 --addr 0x08 --prob|--probe
 sv_updater --update new.svu --reset-del|--reset-delay
 sv_updater --update --bus --prob|--probe
 sv_updater --update n|net.svu new.svu
 sv_updater --read-update new|new.svu
-sv_updater --read ot|other
 sv_updater --reset-delay |
-sv_updater --addr |0x08
-sv_updater --set-mode te|teko1 teko1-pd teko1-pse teko2 teko2-pd teko2-pse test-10V test-extsw test-i2c-bug1 test-msg test-msg-ack
 sv_updater --set store --upda|--update --update-with-reset --update-without-disable --update-without-reset
-sv_updater --set-mode prio h|high
 sv_updater --set-mode teko2-pse off --set-mode w1validity |ignore normal
 sv_safe_update --check new|new.svu
 sv_safe_update --backup new|new.svu
@@ -49,7 +45,6 @@ sv_image extract --region |0 1
 sv_image extract --region=|0 1
 sv_image extract --region 0 new|new.svu
 sv_image diff new.svu ot|other
-sv_board run --fast --state ot|other
 sv_board run --set gpio|gpio_exported
 sv_board run --set gpio_exported=|off on
 sv_board run --set poe=|

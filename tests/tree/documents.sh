@@ -71,7 +71,7 @@ lint=$(mandoc -T lint -W warning man/*.[158] 2>&1 | grep -v 'referenced manual n
 # --- Completion
 
 # want LINE WORD...: that and nothing else is to be offered
-want() { printf '%s|%s\n' "$1" "$(printf '%s\n' "${@:2}" | sort -u | xargs)" >>"$top/table"; }
+want() { echo "$1|${*:2}" >>"$top/table"; }
 
 # shellcheck disable=SC2086,SC2046 # words on purpose
 {
