@@ -26,15 +26,11 @@ export PATH=$top/bin:$PATH
 
 # LINE|what is offered. The full tables of words are compared in tests/tree/documents.sh.
 cat >"$top/table" <<'END_TABLE'
-sv_updater --bus 3 --addr 0x08 --prob|--probe
-sv_updater --update new.svu --reset-del|--reset-delay
 sv_updater --update --bus --prob|--probe
 sv_updater --update n|net.svu new.svu
-sv_updater --read-update new|new.svu
 sv_updater --reset-delay |
 sv_updater --set store --upda|--update --update-with-reset --update-without-disable --update-without-reset
 sv_updater --set-mode teko2-pse off --set-mode w1validity |ignore normal
-sv_safe_update --check new|new.svu
 sv_safe_update --backup new|new.svu
 sv_safe_update --lock=new|new.svu
 sv_safe_update -c --wait |15
@@ -51,7 +47,6 @@ sv_board run --set poe=|
 sv_board run --set poe=0 --fault s|skip slow
 sv_board run --fault fail@co|commit
 sv_board run --fault slow=100@er|erase
-sv_board run --trace ot|other
 sv_board run -- sv_sa|sv_safe_update
 sv_board run --set poe=0 -- sv_updater --set-mode led2 g|gn
 sv_board run --fault nack@1 -- sv_image extract --region |0 1
