@@ -33,9 +33,11 @@ presets=$(sv_board presets | sed -n 's/^\([^ :]*\): .*/\1/p')
 
 # --- Manual pages
 
-# heads PAGE: the options and fixed words in the heads of its lists; a row of a table is none
+# heads PAGE: the options and fixed words in the heads of its lists, and subcommands with a subsection of their own. A row of a
+# table is no head.
 heads() {
-  awk '/^\.It (Fl|Cm) / && !/ Ta / {
+  awk '/^\.Ss (Cm )?[a-z]+$/ { print $NF }
+  /^\.It (Fl|Cm) / && !/ Ta / {
     mode = ""; dash = ""
     for (i = 2; i <= NF; i++)
       if ($i == "Fl") { dash = mode == "Fl" && $(i - 1) == "Fl" ? "--" : "-"; mode = "Fl" }
@@ -50,7 +52,7 @@ check_page() {
   [ -e "$1" ] || { complain "$1 is missing"; return 0; }
   local word
   while read -r word; do
-    complain "$1 has no list head for $word"
+    complain "$1 has no head for $word"
   done < <(comm -23 <(sort -u <<<"$2") <(heads "$1" | sort -u))
   while read -r word; do
     complain "$1 names $word, which does not exist"
