@@ -1,0 +1,69 @@
+# SPDX-License-Identifier: MIT
+# Completion of sv_board for fish; knobs and presets are those that it names.
+
+# Whether the words before the cursor belong to one of these subcommands, and not to the program behind "--".
+function __sv_board_is
+    set -l words (commandline -opc)
+    contains -- $words[2] $argv; and not contains -- -- $words
+end
+
+function __sv_board_behind_dashes
+    contains -- -- (commandline -opc)
+end
+
+function __sv_board_program
+    set -l words (commandline -opc)
+    set -l first (math (contains -i -- -- $words) + 1)
+    complete -C (string join ' ' -- (string escape -- $words[$first..]) (commandline -ct))
+end
+
+# What the sv_board of this command line says of its knobs or presets, without the lines of their meaning.
+function __sv_board_lists
+    set -l words (commandline -opc)
+    command $words[1] $argv 2>/dev/null | string match -r '^[^ ].*'
+end
+
+function __sv_board_knobs
+    set -l knobs (__sv_board_lists knobs)
+    if string match -q '*=*' -- (commandline -ct)
+        set -l knob (string replace -r '=.*' '=' -- (commandline -ct))
+        contains -- "$knob"on $knobs; or contains -- "$knob"off $knobs; and printf '%s\n' $knob{on,off}
+    else
+        string replace -r '=.*' '=' -- $knobs
+    end
+end
+
+function __sv_board_faults
+    set -l kind (string match -r '^[^@]*@' -- (commandline -ct))
+    if test -z "$kind"
+        printf '%s\n' {nack,dead,lost,restart,cut,kill,flip,fail,hang,skip}@ slow= tear=
+        return
+    end
+    printf "$kind%s\n" any-command any-frame any-change read-version read-flash-status read-version2 segment commit erase enable \
+        disable reset-now reset-delayed read-segment read-enable-word read-input-mode write-enable-word write-input-mode set-led1 \
+        set-led2 store-settings switch-off write-w1-pio test-ext-switch test-10v test-message read-eeprom read-rom \
+        read-powerrail read-ext read-teko1-voltage read-teko2-voltage read-teko1-current read-teko2-current \
+        read-teko1-impedances read-teko2-impedances read-ports read-temperature read-vcc read-spare1 reset-diagnostics \
+        read-pse-states read-pd-states read-teko1-page read-teko2-page read-nevents read-temperature-cal read-spare2
+end
+
+complete -c sv_board -f
+complete -c sv_board -n __fish_is_first_arg -s h -l help -d 'show the usage'
+complete -c sv_board -n __fish_is_first_arg -l version -d 'show the version'
+complete -c sv_board -n __fish_is_first_arg -a run -d 'run a program with the board on its I2C bus'
+complete -c sv_board -n __fish_is_first_arg -a knobs -d 'list what can be set'
+complete -c sv_board -n __fish_is_first_arg -a presets -d 'list the typical situations'
+complete -c sv_board -n __fish_is_first_arg -a show -d 'show the board that a state file holds'
+complete -c sv_board -n '__sv_board_is run knobs presets show' -s h -l help -d 'show the usage'
+complete -c sv_board -n '__sv_board_is run show' -l state -r -F -d 'file that holds the board between runs'
+complete -c sv_board -n '__sv_board_is run' -l bus -x -a 0 -d 'I2C bus'
+complete -c sv_board -n '__sv_board_is run' -l firmware -r -F -d 'program of a new board'
+complete -c sv_board -n '__sv_board_is run' -l swid -x -d 'its software id'
+complete -c sv_board -n '__sv_board_is run' -l preset -x -a "(__sv_board_lists presets | string replace ': ' \t)" -d 'a typical situation'
+complete -c sv_board -n '__sv_board_is run' -l set -x -a '(__sv_board_knobs)' -d 'set a knob'
+complete -c sv_board -n '__sv_board_is run' -l fault -x -a '(__sv_board_faults)' -d 'let something go wrong'
+complete -c sv_board -n '__sv_board_is run' -l trace -r -F -d 'one line per transfer'
+complete -c sv_board -n '__sv_board_is run' -l syslog -r -F -d "the program's lines to the system log"
+complete -c sv_board -n '__sv_board_is run' -l fast -d 'waiting takes no time'
+complete -c sv_board -n '__sv_board_is run' -a -- -d 'the program follows'
+complete -c sv_board -n __sv_board_behind_dashes -k -a '(__sv_board_program)'

@@ -1,0 +1,36 @@
+# SPDX-License-Identifier: MIT
+# shellcheck shell=bash
+# Completion of sv_image for bash, alone or with the package bash-completion.
+
+_sv_image() {
+    local words='' sub=${COMP_WORDS[1]} typed
+    # Words between blanks: "--option=value" is one here, and up to three in COMP_WORDS.
+    read -ra typed <<<"${COMP_LINE:0:COMP_POINT}x"
+    local cur=${typed[-1]%x} prev=${typed[-2]-}
+    case $cur in --*=*) prev=${cur%%=*} cur=${cur#*=} ;; esac
+    [ "$COMP_CWORD" -gt 1 ] || sub=''
+    case $sub:$prev in
+        pack:--region[01] | pack:--prefix-file | pack:-o | pack:--output | extract:-o | extract:--output) return ;; # readline's own
+        pack:--swid | pack:--hwid | pack:--fw-version | pack:--build | pack:--note) ;;
+        extract:--region) words="0 1" ;;
+        pack:*)
+            words="--region0 --region1 --swid --mark-all --fw-version --hwid --build --note --no-sha256 --prefix-file -o --output
+                --force -h --help"
+            ;;
+        info:*) words="--json -h --help" ;;
+        extract:*) words="--region -o --output --force -h --help" ;;
+        verify:* | diff:*) words="-h --help" ;;
+        :*)
+            words="pack info verify extract diff"
+            [[ $cur != -* ]] || words="-h --help --version"
+            ;;
+    esac
+    if [[ $sub:$prev == @(info|verify|diff|extract):* && $words == *--help* && $cur != -* ]]; then
+        return # the file
+    fi
+    compopt +o default 2>/dev/null
+    mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")
+    # Readline replaces only what stands behind the last of its word breaks.
+    COMPREPLY=("${COMPREPLY[@]#"${cur%"$2"}"}")
+}
+complete -o default -F _sv_image sv_image

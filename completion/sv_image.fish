@@ -1,0 +1,29 @@
+# SPDX-License-Identifier: MIT
+# Completion of sv_image for fish.
+
+function __sv_image_is
+    contains -- (commandline -opc)[2] $argv
+end
+complete -c sv_image -f
+complete -c sv_image -s h -l help -d 'show the usage'
+complete -c sv_image -n __fish_is_first_arg -l version -d 'show the version'
+complete -c sv_image -n __fish_is_first_arg -a pack -d 'make an update file'
+complete -c sv_image -n __fish_is_first_arg -a info -d 'show every field of an update file'
+complete -c sv_image -n __fish_is_first_arg -a verify -d 'check that update files load'
+complete -c sv_image -n __fish_is_first_arg -a extract -d 'take a region out of an update file or a read-back'
+complete -c sv_image -n __fish_is_first_arg -a diff -d 'compare update files or read-backs'
+complete -c sv_image -n '__sv_image_is info verify extract diff' -F
+complete -c sv_image -n '__sv_image_is info' -l json -d 'print one JSON object'
+complete -c sv_image -n '__sv_image_is pack extract' -s o -l output -r -F -d 'file to be made'
+complete -c sv_image -n '__sv_image_is pack extract' -l force -d 'replace an existing file'
+complete -c sv_image -n '__sv_image_is extract' -l region -x -a '0 1' -d 'region to take'
+complete -c sv_image -n '__sv_image_is pack' -l region0 -r -F -d 'program of region 0'
+complete -c sv_image -n '__sv_image_is pack' -l region1 -r -F -d 'program of region 1'
+complete -c sv_image -n '__sv_image_is pack' -l swid -x -d 'software id'
+complete -c sv_image -n '__sv_image_is pack' -l mark-all -d 'program every page'
+complete -c sv_image -n '__sv_image_is pack' -l fw-version -x -d 'version that the file names'
+complete -c sv_image -n '__sv_image_is pack' -l hwid -x -d 'hardware id that the file is for'
+complete -c sv_image -n '__sv_image_is pack' -l build -x -d 'build that the file names'
+complete -c sv_image -n '__sv_image_is pack' -l note -x -d 'line for the start of the file'
+complete -c sv_image -n '__sv_image_is pack' -l no-sha256 -d 'name no SHA-256'
+complete -c sv_image -n '__sv_image_is pack' -l prefix-file -r -F -d 'bytes for the start of the file'

@@ -1,0 +1,131 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Manual pages and completion have the words that the programs have, and no others; the pages are good mdoc; every link in a
+# Markdown file leads somewhere. Usage: documents.sh FOLDER_OF_PROGRAMS SOURCE_FOLDER
+set -eu
+export LC_ALL=C.UTF-8
+programs=$(realpath "$1")
+export PATH=$programs:$PATH
+cd "$2"
+completion=$PWD/completion
+# shellcheck source=tests/completion/ask.sh
+. tests/completion/ask.sh
+top=$(mktemp -d)
+trap 'rm -rf "$top"' EXIT
+bad=0
+complain() { echo "FAILED: $*" >&2; bad=1; }
+
+# --- What there is
+
+# texts FILE TABLE: the texts of a table
+texts() { awk "/ $2\[\] = {/ { on = 1 } on; /};/ { on = 0 }" "$1" | grep -o '"[^"]*"' | tr -d '"'; }
+# options PROGRAM [SUBCOMMAND], from its help
+options() { "$@" --help | grep -oE '^  (-[A-Za-z](, *)?)?(--[a-z0-9-]+)?' | grep -oE -e '-[^ ,]+'; }
+subcommands() { "$1" --help | sed -n '/^Subcommands:/,$s/^  \([a-z]\{1,\}\).*/\1/p'; }
+
+commands=$(texts src/cli/commands.cpp kCommands)
+parameters=$(texts src/cli/mode_commands.cpp kParameters)
+actions=$(texts src/cli/mode_commands.cpp kActions)
+faults=$(texts sim/fault.cpp kKinds)
+places=$(texts sim/fault.cpp kGroups; texts sim/command_names.cpp kFrames; texts sim/command_names.cpp kRegisterNames)
+knobs=$(sv_board knobs | sed -n 's/^\([^ =]*\)=.*/\1/p')
+presets=$(sv_board presets | sed -n 's/^\([^ :]*\): .*/\1/p')
+
+# --- Manual pages
+
+# heads PAGE: the options and fixed words in the heads of its lists, and subcommands with a subsection of their own. A row of a
+# table is no head.
+heads() {
+  awk '/^\.Ss (Cm )?[a-z]+$/ { print $NF }
+  /^\.It (Fl|Cm) / && !/ Ta / {
+    mode = ""; dash = ""
+    for (i = 2; i <= NF; i++)
+      if ($i == "Fl") { dash = mode == "Fl" && $(i - 1) == "Fl" ? "--" : "-"; mode = "Fl" }
+      else if ($i == "Cm") { mode = "Cm"; dash = "" }
+      else if ($i ~ /^[A-Z][a-z]$/) mode = ""
+      else if (mode != "" && $i !~ /^[,|]$/) { gsub(/\\&/, "", $i); print dash $i; if (mode == "Fl") dash = "-" }
+  }' "$1"
+}
+
+# check_page PAGE NEEDED ALLOWED: the words that it must have, and others that it may have
+check_page() {
+  [ -e "$1" ] || { complain "$1 is missing"; return 0; }
+  local word
+  while read -r word; do
+    complain "$1 has no head for $word"
+  done < <(comm -23 <(sort -u <<<"$2") <(heads "$1" | sort -u))
+  while read -r word; do
+    complain "$1 names $word, which does not exist"
+  done < <(comm -13 <(sort -u <<<"$2"$'\n'"$3") <(heads "$1" | sort -u))
+}
+
+values=$(for table in kPriorities kW1Validity kLedColours kEnableWords; do texts src/cli/mode_commands.cpp $table; done)
+check_page man/sv_updater.8 "$commands"$'\n'"$parameters"$'\n'"$actions" $'-h\n--help\n-?\n'"$values"
+check_page man/sv_safe_update.8 "$(options sv_safe_update)" ""
+for program in sv_image sv_board; do
+  needed=$(subcommands $program; options $program; for sub in $(subcommands $program); do options $program "$sub"; done)
+  check_page man/$program.1 "$needed" "$([ $program = sv_image ] || echo "$faults"$'\n'"$places"$'\n'"$knobs"$'\n'"$presets")"
+done
+
+lint=$(mandoc -T lint -W warning man/*.[158] 2>&1 | grep -v 'referenced manual not found' || true)
+[ -z "$lint" ] || complain "$lint"
+
+# --- Completion
+
+# want LINE WORD...: that and nothing else is to be offered
+want() { echo "$1|${*:2}" >>"$top/table"; }
+
+# shellcheck disable=SC2086,SC2046 # words on purpose
+{
+  want "sv_updater " $commands --help -h
+  while read -r keyword arguments; do
+    case $arguments:$keyword in
+      0:*) want "sv_updater $keyword --prob" --probe ;;
+      1:--set*) want "sv_updater $keyword " $parameters $actions ;;
+      1:*) want "sv_updater $keyword --prob" && want "sv_updater $keyword x --prob" --probe ;;
+    esac
+  done < <(sed -n 's/^ *{"\(--[^"]*\)", \([0-9]*\), run_.*/\1 \2/p' src/cli/commands.cpp)
+  for action in $actions; do want "sv_updater --set-mode $action --prob" --probe; done
+  while read -r row; do
+    choices=$(grep -oE 'k[A-Za-z0-9]+\},$' <<<"$row" || true)
+    for parameter in $(grep -o '"[^"]*"' <<<"${row%%\}*}" | tr -d '"'); do
+      want "sv_updater --set-mode $parameter " ${choices:+$(texts src/cli/mode_commands.cpp "${choices%\},}")}
+    done
+  done < <(sed -n '/ kParameters\[\]/,/};/s/^ *{{/{{/p' src/cli/mode_commands.cpp)
+  want "sv_safe_update -" $(options sv_safe_update)
+  for program in sv_image sv_board; do
+    want "$program " $(subcommands $program)
+    want "$program -" $(options $program)
+    for sub in $(subcommands $program); do
+      want "$program $sub -" $(options $program $sub) $([ $sub != run ] || echo --)
+    done
+  done
+  want "sv_board run --fault " $faults
+  want "sv_board run --fault nack@" $places
+  want "sv_board run --set " $knobs
+  want "sv_board run --preset " $presets
+}
+[ "$(wc -l <"$top/table")" -gt 70 ] || complain "the tables of the sources were not found"
+mkdir "$top/shell"
+check_offers "$top/table" "$top/shell" bash zsh fish
+
+# --- Links
+
+# The anchors of a Markdown file: its headings in lower case, with hyphens for blanks, and no other punctuation.
+anchors() { awk '/^```/ { code = !code } !code && /^#+ / { $1 = ""; print tolower(substr($0, 2)) }' "$1" | sed 's/[^[:alnum:] _-]//g; s/ /-/g'; }
+
+links=0
+while IFS=: read -r file link; do
+  links=$((links + 1))
+  path=${link%%#*}
+  target=$file
+  [ -z "$path" ] || target=${file%/*}/$path
+  if [ ! -e "$target" ]; then
+    complain "$file: no such file: $link"
+  elif [[ $link == *#* ]]; then
+    anchors "$target" | grep -qxFe "${link#*#}" || complain "$file: no such heading: $link"
+  fi
+done < <(find . -type d \( -name .git -o -name 'build*' \) -prune -o -name '*.md' -exec grep -Hoe '](\([^)]*\))' {} + | sed 's/:\](/:/; s/)$//' |
+  grep -vE ':(https?|mailto):')
+[ "$links" -gt 0 ] || complain "no link was found"
+exit "$bad"
