@@ -6,6 +6,8 @@
 
 namespace {
 
+constexpr uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};  // of each length; anything smaller fits into less
+
 struct Decoded {
     uint32_t code;
     size_t size;
@@ -20,7 +22,6 @@ Decoded decode_utf8(std::string_view bytes) {
     if (first < 0x80) {
         return {first, 1};
     }
-    constexpr uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
     const size_t size = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
     bool valid = first >= 0xC0 && first < 0xF8;
     uint32_t code = first & 0xFFU >> (size + 1);

@@ -62,7 +62,7 @@ std::string check_parts(const PrefixParts& parts) {
 }  // namespace
 
 std::string make_prefix(const PrefixParts& parts, const std::string& sha256, std::string& prefix) {
-    if (const std::string error = check_parts(parts); !error.empty()) {
+    if (std::string error = check_parts(parts); !error.empty()) {
         return error;
     }
     std::vector<std::string> lines = parts.notes;

@@ -53,14 +53,15 @@ same_bytes() {
   cmp -n "$5" -i "$2:$4" "$1" "$3" || fail "$1 at $2 differs from $3 at $4"
 }
 
+# Without a prefix: the image starts at byte 8.
 pack() {
-  sv_image pack --region0 "$firmware/v2-region0.bin" --region1 "$firmware/v2-region1.bin" --swid 0x0101 --mark-all \
+  sv_image pack --region0 "$firmware/v2-region0.bin" --region1 "$firmware/v2-region1.bin" --swid 0x0101 --mark-all --no-sha256 \
     -o new.svu >/dev/null
 }
 
 # An update file of twelve pages in each region
 pack_few() {
-  sv_image pack --region0 "$firmware/v2-region0.bin" --region1 "$firmware/v2-region1.bin" --swid 0x0101 -o few.svu >/dev/null
+  sv_image pack --region0 "$firmware/v2-region0.bin" --region1 "$firmware/v2-region1.bin" --swid 0x0101 --no-sha256 -o few.svu >/dev/null
 }
 
 # Built with a sanitizer or with gcov, whose own calls would be counted
