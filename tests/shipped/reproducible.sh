@@ -11,7 +11,7 @@ compiler=$3
 
 for folder in one "another folder with a longer name"; do
   mkdir "$folder"
-  cp -r "$source"/{CMakeLists.txt,cmake,src} "$folder"
+  cp -r "$source"/{CMakeLists.txt,cmake,safe_update,src} "$folder"
   cmake -S "$folder" -B "$folder/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER="$compiler" \
     -DSV_COMPANIONS=OFF -DBUILD_TESTING=OFF >/dev/null
   cmake --build "$folder/build" -- --quiet
