@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: MIT
 // The command line of sv_image.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "image/commands.h"
 #include "util/process.h"
@@ -79,10 +82,19 @@ void add_info(CLI::App& app, Outcome& outcome) {
     });
 }
 
-void add_verify(CLI::App& app, Outcome& outcome) {
+/// The files as they were given: CLI11 takes "[a,b]" for two of them. `verify` has no option that could stand between.
+std::vector<std::string> files_to_verify(const std::vector<std::string>& words) {
+    std::vector<std::string> files(std::find(words.begin(), words.end(), "verify") + 1, words.end());
+    if (const auto mark = std::find(files.begin(), files.end(), "--"); mark != files.end()) {
+        files.erase(mark);
+    }
+    return files;
+}
+
+void add_verify(CLI::App& app, const std::vector<std::string>& words, Outcome& outcome) {
     CLI::App* verify = app.add_subcommand("verify", "Check that the tool loads these files and the MCU accepts them");
-    CLI::Option* files = verify->add_option("FILE", "Update files")->required()->expected(1, -1)->allow_extra_args();
-    verify->callback([&outcome, files] { outcome.status = exit_status(run_verify(files->results())); });
+    verify->add_option("FILE", "Update files")->required()->expected(1, -1)->allow_extra_args();
+    verify->callback([&] { outcome.status = exit_status(run_verify(files_to_verify(words))); });
 }
 
 void add_extract(CLI::App& app, ExtractOptions& options, Outcome& outcome) {
@@ -126,10 +138,11 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     PackOptions pack_options;
     ExtractOptions extract_options;
+    const std::vector<std::string> words(argv, argv + argc);
     Outcome outcome;
     add_pack(app, pack_options, outcome);
     add_info(app, outcome);
-    add_verify(app, outcome);
+    add_verify(app, words, outcome);
     add_extract(app, extract_options, outcome);
     add_diff(app, outcome);
     try {

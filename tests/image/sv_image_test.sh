@@ -95,6 +95,9 @@ expect 0 "*file checksum: *differs*region 0 checksum: *differs*loads:  *no (inva
   "$sv_image" info damaged.svu
 expect 1 "region.svu: loads, but the checksum of region 1 is wrong (the MCU would refuse to enable it)" "" \
   "$sv_image" verify region.svu
+cp good.svu "[a,b]"
+cp good.svu ./-x
+expect 0 $'\\[a,b]: okay\n-x: okay\n\\[a,b]: okay' "" "$sv_image" verify -- "[a,b]" -x "[a,b]"
 expect 1 $'good.svu: okay\nnone: could not open file\ngood.svu: okay' "" "$sv_image" verify good.svu none good.svu
 so '.loads == false and .error == "invalid file (CRC error)" and .file_checksum.ok == false' damaged.svu
 so '.loads and .regions[0].checksum.ok and .regions[1].checksum.ok == false' region.svu
