@@ -128,6 +128,9 @@ McuState::Completion McuModel::forced_completion(const ForcedEnd& end) const {
 
 void McuModel::start_register_command(std::optional<ForcedEnd> forced) {
     if (forced && forced->kind == ForcedEnd::kTorn) {
+        if (forced->value != 0) {
+            execute_register_command(registers_[kCommandRegister]);
+        }
         restart();
     } else if (forced && forced->kind != ForcedEnd::kSlow) {
         command_ = forced_completion(*forced);

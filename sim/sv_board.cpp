@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: MIT
 // sv_board: runs a program against the simulated board.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "sim/board.h"
@@ -192,7 +194,7 @@ int show_state(const std::string& path) {
     return 0;
 }
 
-void add_run_options(CLI::App& run, RunOptions& options) {
+void add_run_options(CLI::App& run, RunOptions& options, bool command_needed) {
     run.add_option("--bus", options.bus, "N of /dev/i2c-N")->check(CLI::Range(0, 255))->capture_default_str();
     run.add_option("--state", options.state_path, "file that holds the board between runs; made if it is not there");
     run.add_option("--firmware", options.firmware_path, "program in region 0 of a new board, as raw bytes");
@@ -205,26 +207,31 @@ void add_run_options(CLI::App& run, RunOptions& options) {
     run.add_option("--trace", options.trace_path, "file for one line per transfer");
     run.add_option("--syslog", options.syslog_path, "file for the program's lines to the system log");
     run.add_flag("--fast", options.fast, "waiting takes no time");
-    run.add_option("command", options.command, "the program and its words, behind --")->required();
+    run.add_option("command", options.command, "the program and its words, behind --")->required(command_needed);
     run.positionals_at_end();
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    RunOptions options;
+    // CLI11 would take a word "[a,b]" for a list of two.
+    char** const end = argv + argc;
+    char** const mark = std::find(argv, end, std::string_view("--"));
+    const std::vector<std::string> behind(mark == end ? end : mark + 1, end);
     CLI::App app("Runs programs against a simulated board.");
     app.set_version_flag("--version", "sv_board " SV_VERSION);
     app.require_subcommand(1);
-    RunOptions options;
     CLI::App* run = app.add_subcommand("run", "run a program with the board on its I2C bus");
-    add_run_options(*run, options);
+    add_run_options(*run, options, behind.empty());
     CLI::App* knob_list = app.add_subcommand("knobs", "list what can be set, with defaults and meaning");
     CLI::App* preset_list = app.add_subcommand("presets", "list the typical situations");
     CLI::App* show = app.add_subcommand("show", "show the board that a state file holds");
     std::string state_path;
     show->add_option("--state", state_path, "the file")->required();
-    CLI11_PARSE(app, argc, argv);
+    CLI11_PARSE(app, static_cast<int>(mark - argv), argv);
     if (*run) {
+        options.command.insert(options.command.end(), behind.begin(), behind.end());
         return run_program(options);
     }
     if (*knob_list) {

@@ -36,6 +36,12 @@ same_bytes board $((273 * 0x200)) new.svu $((8 + 273 * 0x200)) $((0x200))
 expect 0 "running=0*region0.swid=0x0100?region0.enabled=1*region1.swid=0x0000?region1.enabled=0*" "" \
   sv_board show --state board
 
+# A setting is torn before or after it is made.
+for made in 0 1; do
+  expect 255 "" "error : read cmd error, *" run_board --fast --state board --fault tear=$made@set-led1 -- sv_updater --set-mode led1 gn
+  expect_same "LED" "$(sv_board show --state board | grep led1)" "led1=0x00$((made * 81))"
+done
+
 # A reset that gets lost can be asked for again.
 update_with skip@reset-delayed 0 "*" "$okay"
 expect 0 "*" "" run_board --state board -- sh -c "sleep 6; sv_updater --version"
