@@ -31,7 +31,7 @@ function __sv_updater_offers
                 "--status-poetest-rebooted power status on one line, REBOOTED behind it" \
                 "--status-poe whether there is power over Ethernet" \
                 "--status-cable report of the cables" "--status-pse-adc report of the line measurements" "--dump all diagnostics" \
-                "--dumps all diagnostics and the status line" "--no-dump-reset dumps and reports reset no diagnostics" \
+                "--dumps all diagnostics and the status line" "--no-dump-reset dumps and PSE-ADC reports reset no diagnostics" \
                 "--update program an update file" "--upd program an update file if not up to date, reset at once" \
                 "--read-update check that an update file loads" "--read read the whole flash back into a file" \
                 "--erase erase the inactive region" "--force-update program even when up to date" \
@@ -43,7 +43,7 @@ function __sv_updater_offers
                 "--set-mode set a mode" "--set set a mode" "--bus I2C bus" "--addr I2C address" "--help show the usage" \
                 "-h show the usage"
         case parameter
-            string replace ' ' \t -- {priority,extpriority,prio}" priority of the XLR input" "w1validity check of the 1-Wire device" \
+            string replace ' ' \t -- {priority,extpriority,prio}" priority of the power inputs" "w1validity check of the 1-Wire device" \
                 {teko1-pd,pd1}" link 1 as powered device" {teko1-pse,teko1,pse1}" link 1 as source" \
                 {teko2-pd,pd2}" link 2 as powered device" {teko2-pse,teko2,pse2}" link 2 as source" "led1 LED 1" "led2 LED 2" \
                 "psuled LED of the power supply" "test-extsw test of the external switch" "test-10V test of the 10 V supply" \
