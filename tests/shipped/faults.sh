@@ -39,7 +39,7 @@ expect 0 "running=0*region0.swid=0x0100?region0.enabled=1*region1.swid=0x0000?re
 # A setting is torn before or after it is made.
 for made in 0 1; do
   expect 255 "" "error : read cmd error, *" run_board --fast --state board --fault tear=$made@set-led1 -- sv_updater --set-mode led1 gn
-  expect_same "LED" "$(sv_board show --state board | grep led1)" "led1=0x00$((made * 81))"
+  expect_same "LED" "$(sv_board show --state board | grep led1)" "led1=$(printf '0x%04x' $((made * 0x81)))"
 done
 
 # A reset that gets lost can be asked for again.

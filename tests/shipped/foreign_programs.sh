@@ -25,7 +25,7 @@ expect 0 "0003" "" run_board --set mcu_address=0x2a -- sv_updater --addr 0x2A --
 
 # The status is the program's own; 125 and a message are sv_board's.
 expect 42 "" "" run_board -- sh -c 'exit 42'
-expect 0 "[a,b] -- --state" "" run_board -- echo '[a,b]' -- --state
+expect 0 "\[a,b] -- --state" "" run_board -- echo '[a,b]' -- --state
 # shellcheck disable=SC2016
 expect 137 "" "" run_board -- sh -c 'kill -9 $$'
 expect 127 "" "sv_board: ./none: No such file or directory" run_board -- ./none
