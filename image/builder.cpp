@@ -17,7 +17,7 @@ bool holds_anything(const uint8_t* begin, const uint8_t* end) {
 
 std::string check_region(int region, const std::vector<uint8_t>& content) {
     char text[128] = "";
-    if (content.empty()) {
+    if (!holds_anything(content.data(), content.data() + content.size())) {
         std::snprintf(text, sizeof text, "region %d is empty", region);
         return text;
     }

@@ -23,5 +23,6 @@ struct BuildResult {
     std::string error;          ///< why no file can be made of this input; otherwise empty
 };
 
-/// Refuses what the tool would not load and what it would load but not program: content in the last page of a region.
+/// Refuses what the tool would not load, what it would load but not program (content in the last page of a region), and
+/// an empty region, which the MCU would start like any other.
 BuildResult build_update_file(const BuildInput& input);

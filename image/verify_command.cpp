@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <cstdio>
 
 #include "image/commands.h"
@@ -19,11 +20,17 @@ bool verify(const char* path) {
         std::printf("%s: %s\n", path, device.last_error.c_str());
         return false;
     }
+    const std::vector<uint8_t> flash = programmed_flash(device.file_image.get(), device.file_page_map.get());
     const uint16_t stored[kRegions] = {device.file_crc0, device.file_crc1};
     for (int region = 0; region < kRegions; ++region) {
         if (stored[region] != region_checksum(device.file_image.get(), device.file_page_map.get(), region)) {
             std::printf("%s: loads, but the checksum of region %d is wrong (the MCU would refuse to enable it)\n", path,
                         region);
+            return false;
+        }
+        const auto begin = flash.begin() + region * static_cast<ptrdiff_t>(kRegionSize);
+        if (std::all_of(begin, begin + kRegionSize, [](uint8_t byte) { return byte == kErasedByte; })) {
+            std::printf("%s: loads, but region %d is empty (the MCU would start it all the same)\n", path, region);
             return false;
         }
     }

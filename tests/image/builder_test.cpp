@@ -58,10 +58,13 @@ TEST(Builder, NamesTheSha256OfWhatFollowsThePrefix) {
 TEST(Builder, TakesOnlyContentThatCanBeProgrammed) {
     Bytes last_page(0x1FE03, 0xFF);
     last_page[0x1FE02] = 0x00;
+    Bytes erased_tail(0x20000, 0xFF);
+    erased_tail[0] = 0x00;
     const std::tuple<int, Bytes, std::string> cases[] = {
         {0, Bytes(0x1FE00, 0x00), ""},  // all that is programmed
-        {1, Bytes(0x20000, 0xFF), ""},  // reaches into the last page, but holds nothing there
+        {1, erased_tail, ""},           // reaches into the last page, but holds nothing there
         {0, {}, "region 0 is empty"},
+        {1, Bytes(0x1FE00, 0xFF), "region 1 is empty"},
         {1, Bytes(0x20001, 0xFF), "region 1 is longer than 0x20000 bytes"},
         {0, Bytes(0x1FE01, 0x00), "region 0 holds 0x00 at offset 0x1fe00, in its last page, which is never programmed"},
         {1, last_page, "region 1 holds 0x00 at offset 0x1fe02, in its last page, which is never programmed"}};

@@ -95,6 +95,11 @@ expect 0 "*file checksum: *differs*region 0 checksum: *differs*loads:  *no (inva
   "$sv_image" info damaged.svu
 expect 1 "region.svu: loads, but the checksum of region 1 is wrong (the MCU would refuse to enable it)" "" \
   "$sv_image" verify region.svu
+cp good.svu empty.svu
+poke empty.svu $((270913 - 24 - 6 - 528 + 256)) '\x00'
+poke empty.svu $((270913 - 24 + 8)) '\xc1\x1c'
+poke empty.svu $((270913 - 2)) '\x13\x96'
+expect 1 "empty.svu: loads, but region 1 is empty (the MCU would start it all the same)" "" "$sv_image" verify empty.svu
 cp good.svu "[a,b]"
 cp good.svu ./-x
 expect 0 $'\\[a,b]: okay\n-x: okay\n\\[a,b]: okay' "" "$sv_image" verify -- "[a,b]" -x "[a,b]"
