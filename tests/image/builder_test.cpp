@@ -65,7 +65,7 @@ TEST(Builder, TakesOnlyContentThatCanBeProgrammed) {
         {1, erased_tail, ""},           // reaches into the last page, but holds nothing there
         {0, {}, "region 0 is empty"},
         {1, Bytes(0x1FE00, 0xFF), "region 1 is empty"},
-        {1, Bytes(0x20001, 0xFF), "region 1 is longer than 0x20000 bytes"},
+        {1, Bytes(0x20001, 0x00), "region 1 is longer than 0x20000 bytes"},
         {0, Bytes(0x1FE01, 0x00), "region 0 holds 0x00 at offset 0x1fe00, in its last page, which is never programmed"},
         {1, last_page, "region 1 holds 0x00 at offset 0x1fe02, in its last page, which is never programmed"}};
     for (const auto& [region, content, error] : cases) {
