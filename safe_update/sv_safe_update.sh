@@ -376,18 +376,19 @@ await_firmware() {
 }
 
 confirm() {
-    target=$((1 - active))
+    # An MCU that restarts in the middle runs the new region, and the tool turns to the other one.
+    target=$(sed -n 's/^.*: update done in region \([01]\) .*$/\1/p' "$work/update" | tail -n 1)
     say "waiting for the MCU to restart"
-    if ! await_firmware $target && [ -n "$after" ]; then
+    if ! await_firmware "$target" && [ -n "$after" ]; then
         # A reset can get lost. The new region is enabled and the old one is not, so one more does no harm.
         say "asking once more for the reset"
         run_tool --reset-now >&4 2>"$work/log"
-        await_firmware $target || true
+        await_firmware "$target" || true
     fi
     if [ -z "$after" ]; then
         advice="sv_updater --version; if the MCU stays silent, sv_updater --reset-now or a power cycle"
         unconfirmed "the update was programmed, and the MCU has not answered since: $(complaint)"
-    elif [ "$active" = $target ] && runs_the_file; then
+    elif [ "$active" = "$target" ] && runs_the_file; then
         finish "done" 0 "$(describe_running)"
     fi
     advice="sv_updater --reset-now; if sv_updater --version shows region $active after it, repeat sv_safe_update"

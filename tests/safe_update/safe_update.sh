@@ -80,6 +80,8 @@ done_or_current() {
   try 0 "*power:  unknown*done: $new" "$okay" --preset old-firmware --
   try 0 "*power:  none*done: $new" "$okay" --preset charger-backup -- -p
   try 0 "*done: $new" "$okay" --fault nack@1 --fault fail@commit/257 --
+  try 0 "*waiting for the MCU to restart"$'\n'"done: region 0 runs software id 0101, checksum ff1b" "*$okay" --fault cut@enable --
+  board_has "running=0 *region0.enabled=1 *region1.enabled=0"
   try 0 "*asking once more for the reset*done: $new" "$okay" --fault skip@reset-delayed --
   file=-few.svu try 0 "*done: $new" "$okay" --
   file=for_three.svu try 0 "*done: $new" "$okay" --
