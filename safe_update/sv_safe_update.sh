@@ -39,7 +39,7 @@ END
 
 tool=${SV_UPDATER:-sv_updater}
 bus='' address='' wait_seconds=15 lock=/run/lock/sv_updater
-check=false force=false any_power=false json=false backup='' file=''
+check=false force=false any_power=false json=false json_asked=false backup='' file=''
 work='' partial='' kept='' power='' written=false advice=''
 file_swid='' file_crc0='' file_crc1='' file_version=''
 hwid='' active='' swid='' crc='' other_swid='' other_crc='' # of the last identity that was read
@@ -113,6 +113,7 @@ refuse() { finish refused 4 "$1"; }
 unconfirmed() { finish unconfirmed 6 "$1"; }
 
 wrong_usage() {
+    ! $json_asked || print_json usage 64 "$1"
     complain "$1"
     echo "Try 'sv_safe_update --help'." >&2
     exit 64
@@ -432,6 +433,10 @@ judge_failure() {
 }
 
 main() {
+    # Options behind a wrong one are not parsed any more, but who asks for an object gets one.
+    for word in "$@"; do
+        case $word in --) break ;; -j | --json | -[cfp]*j*) json_asked=true ;; esac
+    done
     parse_options "$@"
     # An output that nobody reads must not stop an update.
     trap '' PIPE

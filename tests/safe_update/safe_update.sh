@@ -11,6 +11,7 @@ shell=$3
 pack_few
 run_board --state fresh -- true
 cp few.svu ./-few.svu
+mkfifo pipe
 : >there
 printf 'hwid: 0001\nhwid: 0003 0005\n' | cat - few.svu >for_three.svu
 printf 'version: 2\nhwid: 0004 0005\n' | cat - few.svu >for_others.svu
@@ -30,7 +31,7 @@ exec sv_updater "$@"
 END
 chmod +x plotter
 # shellcheck disable=SC2016 # of the tool that runs it
-interrupt='kill -TERM $PPID; kill -INT $PPID; kill -HUP $PPID'
+interrupt='kill -TERM $PPID; kill -INT $PPID; kill -HUP $PPID; kill -QUIT $PPID'
 
 old="region 0 runs software id 0100, checksum a962"
 new="region 1 runs software id 0101, checksum 7d2b"
@@ -175,7 +176,7 @@ others() {
   # shellcheck disable=SC2086
   expect 75 "" "sv_safe_update: busy: somebody else holds lock" flock lock $shell "$safe" -l lock few.svu
   local words
-  for words in "" "a b" "-x a" "--wait a" "--wait=1s a" "--bus -1 a" "--addr 0xg a" "--backup= a" "a --lock"; do
+  for words in "" "a b" "-x a" "--wait a" "--wait=1s a" "--wait 08 a" "--wait 10000 a" "--bus -1 a" "--addr 0xg a" "--backup= a" "a --lock"; do
     # shellcheck disable=SC2086
     expect 64 "" "sv_safe_update: *Try 'sv_safe_update --help'." $shell "$safe" $words
   done
@@ -183,6 +184,18 @@ others() {
   expect 0 "usage: sv_safe_update *  75  busy: *" "" $shell "$safe" --help
   # shellcheck disable=SC2086
   expect 0 "sv_safe_update [0-9]*" "" $shell "$safe" -V
+  # shellcheck disable=SC2086
+  expect 64 '*"result": "usage", "exit": 64*' "sv_safe_update: the name of *" $shell "$safe" "" -cj
+  # shellcheck disable=SC2086
+  expect 4 "" 'sv_safe_update: refused: cannot open the lock a\c/lock' $shell -e "$safe" --lock 'a\c/lock' few.svu
+  # shellcheck disable=SC2086
+  expect 4 "" "sv_safe_update: refused: cannot open the lock pipe" $shell "$safe" --lock pipe few.svu
+  # shellcheck disable=SC2086
+  expect 4 "" "sv_safe_update: refused: cannot read few.svu"$'\n' $shell "$safe" --lock lock few.svu$'\n'
+  # shellcheck disable=SC2016,SC2086
+  expect 0 "" "cat: *" run_board --state untouched -- sh -c '"$@" >/dev/full' closed $shell "$safe" --lock lock --help few.svu
+  # shellcheck disable=SC2016,SC2086
+  expect 0 "" "" run_board --state shut -- sh -c '"$@" <&- >&- 2>&-' closed $shell "$safe" --lock lock few.svu
 }
 
 # as_json STATUS EXPRESSION [BOARD OPTIONS] -- [OPTIONS]
