@@ -428,7 +428,8 @@ judge_failure() {
         advice="sv_updater --version"
         unconfirmed "the update failed, and now $(describe_running): $last"
     fi
-    advice="repeat sv_safe_update"
+    # An update before this one, whose reset never came, may have disabled the region that runs.
+    advice="keep the power on, repeat sv_safe_update until it is done"
     finish failed 5 "$(describe_running), as before: $last"
 }
 

@@ -129,7 +129,7 @@ refusals() {
 failures() {
   local fault
   for fault in fail@erasex* lost@erasex* fail@segment/258x* fail@commit/260x* skip@commit/261x* fail@enablex* lost@enablex*; do
-    try 5 "${begin}update: into region 1" "*$error"$'\n'"sv_safe_update: failed: $old, as before: could not *"$'\n'"$todo: *" \
+    try 5 "${begin}update: into region 1" "*$error"$'\n'"sv_safe_update: failed: $old, as before: could not *"$'\n'"$todo: keep the power on, *" \
       --fault "$fault" --
     board_has "running=0 *region0.enabled=1"
     same_bytes board 0 fresh 0 $((0x20000))
@@ -187,11 +187,11 @@ others() {
   # shellcheck disable=SC2086
   expect 64 '*"result": "usage", "exit": 64*' "sv_safe_update: the name of *" $shell "$safe" "" -cj
   # shellcheck disable=SC2086
-  expect 4 "" 'sv_safe_update: refused: cannot open the lock a\c/lock' $shell -e "$safe" --lock 'a\c/lock' few.svu
+  expect 4 "" 'sv_safe_update: refused: cannot open the lock a\\c/lock' $shell -e "$safe" --lock 'a\c/lock' few.svu
   # shellcheck disable=SC2086
   expect 4 "" "sv_safe_update: refused: cannot open the lock pipe" $shell "$safe" --lock pipe few.svu
   # shellcheck disable=SC2086
-  expect 4 "" "sv_safe_update: refused: cannot read few.svu"$'\n' $shell "$safe" --lock lock few.svu$'\n'
+  expect 4 "" "sv_safe_update: refused: cannot read few.svu" $shell "$safe" --lock lock few.svu$'\n'
   # shellcheck disable=SC2016,SC2086
   expect 0 "" "cat: *" run_board --state untouched -- sh -c '"$@" >/dev/full' closed $shell "$safe" --lock lock --help few.svu
   # shellcheck disable=SC2016,SC2086
