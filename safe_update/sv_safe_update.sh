@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 # Updates the firmware of the power MCU and proves that the new one runs: sv_safe_update(8).
 # For any POSIX shell; from outside come sv_updater, flock, mktemp and, for files that name their SHA-256, sha256sum.
-set -u
+set -u +e
 LC_ALL=C
 export LC_ALL
 
@@ -39,7 +39,7 @@ END
 
 tool=${SV_UPDATER:-sv_updater}
 bus='' address='' wait_seconds=15 lock=/run/lock/sv_updater
-check=false force=false any_power=false json=false backup='' file=''
+check=false force=false any_power=false json=false json_asked=false backup='' file=''
 work='' partial='' kept='' power='' written=false advice=''
 file_swid='' file_crc0='' file_crc1='' file_version=''
 hwid='' active='' swid='' crc='' other_swid='' other_crc='' # of the last identity that was read
@@ -82,7 +82,8 @@ print_json() {
 
 # finish RESULT STATUS MESSAGE: the only way out
 finish() {
-    # An interruption may come where the outputs lead elsewhere.
+    # The report is printed once, whoever interrupts; and an interruption may come where the outputs lead elsewhere.
+    trap '' INT TERM HUP QUIT
     exec 1>&5 2>&6
     if $json; then
         print_json "$1" "$2" "$3"
@@ -90,8 +91,8 @@ finish() {
     if [ "$2" -eq 0 ] || [ "$2" -eq 3 ]; then
         say "$1: $3"
     else
-        echo "sv_safe_update: $1: $3" >&2
-        [ -z "$advice" ] || echo "sv_safe_update: what to do: $advice" >&2
+        complain "$1: $3"
+        [ -z "$advice" ] || complain "what to do: $advice"
     fi
     [ -z "$partial" ] || rm -f "$partial"
     [ -z "$work" ] || rm -rf "$work"
@@ -102,12 +103,18 @@ say() {
     printf '%s\n' "$*" >&3
 }
 
+# Not with echo, which may take a backslash in a name for a command.
+complain() {
+    printf 'sv_safe_update: %s\n' "$1" >&2
+}
+
 current() { finish current 3 "$1"; }
 refuse() { finish refused 4 "$1"; }
 unconfirmed() { finish unconfirmed 6 "$1"; }
 
 wrong_usage() {
-    echo "sv_safe_update: $1" >&2
+    ! $json_asked || print_json usage 64 "$1"
+    complain "$1"
     echo "Try 'sv_safe_update --help'." >&2
     exit 64
 }
@@ -174,8 +181,8 @@ parse_options() {
             -f | --force) force=true ;;
             -p | --any-power) any_power=true ;;
             -j | --json) json=true ;;
-            -h | --help) usage && exit 0 ;;
-            -V | --version) echo "sv_safe_update @PROJECT_VERSION@" && exit 0 ;;
+            -h | --help) usage; exit 0 ;;
+            -V | --version) echo "sv_safe_update @PROJECT_VERSION@"; exit 0 ;;
             --backup=* | --wait=* | --bus=* | --addr=* | --lock=*) set_option "${1%%=*}" "${1#*=}" ;;
             -k | --backup | -w | --wait | -b | --bus | -a | --addr | -l | --lock)
                 [ $# -gt 1 ] || wrong_usage "$1 needs a value"
@@ -206,22 +213,22 @@ parse_options() {
 
 set_file() {
     [ -z "$file" ] || wrong_usage "one update file only"
-    file=$(as_path "$1")
-    [ -n "$file" ] || wrong_usage "the name of the update file is empty"
+    [ -n "$1" ] || wrong_usage "the name of the update file is empty"
+    set_path "$1"
+    file=$path
 }
 
-# The tool takes -h and its like for a call for help, wherever they stand.
-as_path() {
-    case $1 in
-        -*) printf './%s' "$1" ;;
-        *) printf '%s' "$1" ;;
-    esac
+# The tool takes -h and its like for a call for help, wherever they stand. Not with $(), which drops newlines at the end.
+set_path() {
+    path=$1
+    case $path in -*) path=./$path ;; esac
 }
 
 set_option() {
+    set_path "$2"
     case $1 in
-        -k | --backup) backup=$(as_path "$2") ;;
-        -l | --lock) lock=$(as_path "$2") ;;
+        -k | --backup) backup=$path ;;
+        -l | --lock) lock=$path ;;
         -w | --wait) wait_seconds=$2 ;;
         -b | --bus) bus=$2 ;;
         -a | --addr) address=$2 ;;
@@ -230,6 +237,7 @@ set_option() {
     case $1 in
         -k | --backup | -l | --lock) return ;;
         -a | --addr) case ${2#0x} in *[!0-9a-fA-F]*) wrong_usage "$1 needs an address, not '$2'" ;; esac ;;
+        -w | --wait) case $2 in *[!0-9]* | 0* | ?????*) wrong_usage "$1 needs 1 to 9999 seconds, not '$2'" ;; esac ;;
         *) case $2 in *[!0-9]*) wrong_usage "$1 needs a number, not '$2'" ;; esac ;;
     esac
 }
@@ -238,7 +246,7 @@ take_lock() {
     command -v flock >/dev/null || refuse "there is no flock on this system, so nobody can be kept away"
     # An existing file is only read: in a sticky folder the kernel forbids even root to create it anew.
     [ -e "$lock" ] || (: >"$lock") 2>/dev/null
-    [ -r "$lock" ] || refuse "cannot open the lock $lock"
+    { [ -f "$lock" ] && [ -r "$lock" ]; } || refuse "cannot open the lock $lock"
     # The tool inherits it: should this script be killed, the lock is held until the tool has ended.
     exec 9<"$lock"
     flock -n 9 || finish busy 75 "somebody else holds $lock"
@@ -298,7 +306,8 @@ check_power() {
 check_backup() {
     [ -n "$backup" ] || return
     [ ! -e "$backup" ] || refuse "$backup exists already"
-    { [ -d "$(dirname "$backup")" ] && [ -w "$(dirname "$backup")" ]; } || refuse "cannot write $backup"
+    case $backup in */*) folder=${backup%/*}/ ;; *) folder=. ;; esac
+    { [ -d "$folder" ] && [ -w "$folder" ]; } || refuse "cannot write $backup"
 }
 
 # The reset of an update before this one may still be due. An update that meets it can leave a board that starts nothing.
@@ -341,7 +350,7 @@ keep_backup() {
 update() {
     say "update: into region $((1 - active))"
     # From here on nobody interrupts: the tool inherits this too.
-    trap '' INT TERM HUP
+    trap '' INT TERM HUP QUIT
     written=true after=''
     run_tool --force-update --update-with-reset --reset-delay 0 --update "$file" >&4 2>"$work/update"
     tool_status=$?
@@ -368,18 +377,19 @@ await_firmware() {
 }
 
 confirm() {
-    target=$((1 - active))
+    # An MCU that restarts in the middle runs the new region, and the tool turns to the other one.
+    target=$(sed -n 's/^.*: update done in region \([01]\) .*$/\1/p' "$work/update" | tail -n 1)
     say "waiting for the MCU to restart"
-    if ! await_firmware $target && [ -n "$after" ]; then
+    if ! await_firmware "$target" && [ -n "$after" ]; then
         # A reset can get lost. The new region is enabled and the old one is not, so one more does no harm.
         say "asking once more for the reset"
         run_tool --reset-now >&4 2>"$work/log"
-        await_firmware $target || true
+        await_firmware "$target" || true
     fi
     if [ -z "$after" ]; then
         advice="sv_updater --version; if the MCU stays silent, sv_updater --reset-now or a power cycle"
         unconfirmed "the update was programmed, and the MCU has not answered since: $(complaint)"
-    elif [ "$active" = $target ] && runs_the_file; then
+    elif [ "$active" = "$target" ] && runs_the_file; then
         finish "done" 0 "$(describe_running)"
     fi
     advice="sv_updater --reset-now; if sv_updater --version shows region $active after it, repeat sv_safe_update"
@@ -391,7 +401,8 @@ confirm() {
 judge_failure() {
     last=$(sed -n '/overall SV MCU update = /d; s/^\[[0-9:]*\] error *: //p' "$work/update" | tail -n 1)
     ! read_identity_patiently || after=$(running_json)
-    if [ $tool_status -eq 255 ] && ! was_logged ': doing update in region '; then
+    # Without a single line the log itself is lost, and proves nothing.
+    if [ $tool_status -eq 255 ] && [ -n "$last" ] && ! was_logged ': doing update in region '; then
         written=false
         refuse "the update did not begin: $last"
     fi
@@ -417,19 +428,28 @@ judge_failure() {
         advice="sv_updater --version"
         unconfirmed "the update failed, and now $(describe_running): $last"
     fi
-    advice="repeat sv_safe_update"
+    # An update before this one, whose reset never came, may have disabled the region that runs.
+    advice="keep the power on, repeat sv_safe_update until it is done"
     finish failed 5 "$(describe_running), as before: $last"
 }
 
 main() {
+    # Options behind a wrong one are not parsed any more, but who asks for an object gets one.
+    for word in "$@"; do
+        case $word in --) break ;; -j | --json | -[cfp]*j*) json_asked=true ;; esac
+    done
     parse_options "$@"
     # An output that nobody reads must not stop an update.
     trap '' PIPE
+    # A closed one neither: the tool would open the bus in its place, and print there.
+    (: 7>&2) || exec 2>/dev/null
+    (: 7>&1) 2>/dev/null || exec >/dev/null
+    exec </dev/null
     # 3: for people; 4: the tool's progress, which overwrites itself and is for a terminal only
     exec 3>&1 4>/dev/null 5>&1 6>&2
     ! $json || exec 3>&2
     [ ! -t 3 ] || exec 4>&3
-    trap 'refuse interrupted' INT TERM HUP
+    trap 'refuse interrupted' INT TERM HUP QUIT
     work=$(mktemp -d) || refuse "cannot make a temporary folder"
     command -v "$tool" >/dev/null || refuse "cannot run $tool"
     take_lock

@@ -11,6 +11,7 @@ shell=$3
 pack_few
 run_board --state fresh -- true
 cp few.svu ./-few.svu
+mkfifo pipe
 : >there
 printf 'hwid: 0001\nhwid: 0003 0005\n' | cat - few.svu >for_three.svu
 printf 'version: 2\nhwid: 0004 0005\n' | cat - few.svu >for_others.svu
@@ -30,7 +31,7 @@ exec sv_updater "$@"
 END
 chmod +x plotter
 # shellcheck disable=SC2016 # of the tool that runs it
-interrupt='kill -TERM $PPID; kill -INT $PPID; kill -HUP $PPID'
+interrupt='kill -TERM $PPID; kill -INT $PPID; kill -HUP $PPID; kill -QUIT $PPID'
 
 old="region 0 runs software id 0100, checksum a962"
 new="region 1 runs software id 0101, checksum 7d2b"
@@ -80,6 +81,8 @@ done_or_current() {
   try 0 "*power:  unknown*done: $new" "$okay" --preset old-firmware --
   try 0 "*power:  none*done: $new" "$okay" --preset charger-backup -- -p
   try 0 "*done: $new" "$okay" --fault nack@1 --fault fail@commit/257 --
+  try 0 "*waiting for the MCU to restart"$'\n'"done: region 0 runs software id 0101, checksum ff1b" "*$okay" --fault cut@enable --
+  board_has "running=0 *region0.enabled=1 *region1.enabled=0"
   try 0 "*asking once more for the reset*done: $new" "$okay" --fault skip@reset-delayed --
   file=-few.svu try 0 "*done: $new" "$okay" --
   file=for_three.svu try 0 "*done: $new" "$okay" --
@@ -126,7 +129,7 @@ refusals() {
 failures() {
   local fault
   for fault in fail@erasex* lost@erasex* fail@segment/258x* fail@commit/260x* skip@commit/261x* fail@enablex* lost@enablex*; do
-    try 5 "${begin}update: into region 1" "*$error"$'\n'"sv_safe_update: failed: $old, as before: could not *"$'\n'"$todo: *" \
+    try 5 "${begin}update: into region 1" "*$error"$'\n'"sv_safe_update: failed: $old, as before: could not *"$'\n'"$todo: keep the power on, *" \
       --fault "$fault" --
     board_has "running=0 *region0.enabled=1"
     same_bytes board 0 fresh 0 $((0x20000))
@@ -173,7 +176,7 @@ others() {
   # shellcheck disable=SC2086
   expect 75 "" "sv_safe_update: busy: somebody else holds lock" flock lock $shell "$safe" -l lock few.svu
   local words
-  for words in "" "a b" "-x a" "--wait a" "--wait=1s a" "--bus -1 a" "--addr 0xg a" "--backup= a" "a --lock"; do
+  for words in "" "a b" "-x a" "--wait a" "--wait=1s a" "--wait 08 a" "--wait 10000 a" "--bus -1 a" "--addr 0xg a" "--backup= a" "a --lock"; do
     # shellcheck disable=SC2086
     expect 64 "" "sv_safe_update: *Try 'sv_safe_update --help'." $shell "$safe" $words
   done
@@ -181,6 +184,18 @@ others() {
   expect 0 "usage: sv_safe_update *  75  busy: *" "" $shell "$safe" --help
   # shellcheck disable=SC2086
   expect 0 "sv_safe_update [0-9]*" "" $shell "$safe" -V
+  # shellcheck disable=SC2086
+  expect 64 '*"result": "usage", "exit": 64*' "sv_safe_update: the name of *" $shell "$safe" "" -cj
+  # shellcheck disable=SC2086
+  expect 4 "" 'sv_safe_update: refused: cannot open the lock a\\c/lock' $shell -e "$safe" --lock 'a\c/lock' few.svu
+  # shellcheck disable=SC2086
+  expect 4 "" "sv_safe_update: refused: cannot open the lock pipe" $shell "$safe" --lock pipe few.svu
+  # shellcheck disable=SC2086
+  expect 4 "" "sv_safe_update: refused: cannot read few.svu" $shell "$safe" --lock lock few.svu$'\n'
+  # shellcheck disable=SC2016,SC2086
+  expect 0 "" "cat: *" run_board --state untouched -- sh -c '"$@" >/dev/full' closed $shell "$safe" --lock lock --help few.svu
+  # shellcheck disable=SC2016,SC2086
+  expect 0 "" "" run_board --state shut -- sh -c '"$@" <&- >&- 2>&-' closed $shell "$safe" --lock lock few.svu
 }
 
 # as_json STATUS EXPRESSION [BOARD OPTIONS] -- [OPTIONS]
