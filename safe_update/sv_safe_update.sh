@@ -273,9 +273,9 @@ check_file() {
     say "file:   $file, ${file_version:+version $file_version, }software id $file_swid, checksums $file_crc0 $file_crc1"
 }
 
-# The last note of this name; a file must not be able to command the terminal.
+# The last note of this name that says something; a file must not be able to command the terminal.
 note() {
-    printf '%s\n' "$notes" | sed -n "s/^$1: //p" | tail -n 1 | tr '\001-\011\013-\037\177' '?'
+    printf '%s\n' "$notes" | sed -n "s/^$1: \(.\)/\1/p" | tail -n 1 | tr '\001-\011\013-\037\177' '?'
 }
 
 check_mcu() {
@@ -288,6 +288,11 @@ check_mcu() {
         *" $hwid "*) ;;
         *) refuse "$file is for hardware $hwids, and this is $hwid" ;;
     esac
+}
+
+# The MCU would enable an empty region, and start it. 1cc1 is the checksum of an erased one.
+check_region() {
+    [ "$(file_crc $((1 - active)))" != 1cc1 ] || refuse "$file holds nothing for region $((1 - active))"
 }
 
 # Not --status, which writes the reset marker
@@ -457,6 +462,7 @@ main() {
     check_backup
     check_mcu
     $force || ! runs_the_file || current "$(describe_running)"
+    check_region
     check_power
     other_held_the_file=false
     ! other_region_holds_the_file || other_held_the_file=true

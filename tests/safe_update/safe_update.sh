@@ -15,8 +15,15 @@ mkfifo pipe
 : >there
 printf 'hwid: 0001\nhwid: 0003 0005\n' | cat - few.svu >for_three.svu
 printf 'version: 2\nhwid: 0004 0005\n' | cat - few.svu >for_others.svu
-printf 'sha256: %064d\n' 0 | cat - few.svu >wrong_sum.svu
+printf 'sha256: %064d\nsha256: \n' 0 | cat - few.svu >wrong_sum.svu
 printf 'sha256: %s\n' "$(sha256sum <few.svu | cut -d' ' -f1)" | cat - few.svu >right_sum.svu
+
+# Nothing for region 1, and all checksums right
+cp few.svu hollow.svu
+poke() { printf %b "$2" | dd of=hollow.svu bs=1 seek="$1" conv=notrunc status=none; }
+poke $((8 + 0x42000 + 256)) '\0\0\0\0\0\0\0\0\0\0\0\0'
+poke $((270902 - 24 + 8)) '\xc1\x1c'
+poke $((270902 - 2)) '\xf1\xf4'
 
 # A tool that takes part in the plot: $plot runs before the command $at, and $cut is the last line that is seen of it.
 cat >plotter <<'END'
@@ -119,6 +126,7 @@ refusals() {
   file=fresh refused "fresh is no update file for this MCU: invalid file (could not find header)" --
   file=wrong_sum.svu refused "wrong_sum.svu does not have the SHA-256 that it names" --
   file=for_others.svu refused "for_others.svu is for hardware 0004 0005, and this is 0003" --
+  file=hollow.svu refused "hollow.svu holds nothing for region 1" --
   cp few.svu gone.svu
   at=--update plot="rm gone.svu" SV_UPDATER=./plotter file=gone.svu try 4 "*" \
     "*error : could not open file"$'\n'"sv_safe_update: refused: the update did not begin: could not open file" --
