@@ -202,6 +202,7 @@ others() {
   expect 4 "" "sv_safe_update: refused: cannot read few.svu" $shell "$safe" --lock lock few.svu$'\n'
   # shellcheck disable=SC2016,SC2086
   expect 0 "" "cat: *" run_board --state untouched -- sh -c '"$@" >/dev/full' closed $shell "$safe" --lock lock --help few.svu
+  unchanged
   # shellcheck disable=SC2016,SC2086
   expect 0 "" "" run_board --state shut -- sh -c '"$@" <&- >&- 2>&-' closed $shell "$safe" --lock lock few.svu
 }
