@@ -150,7 +150,7 @@ int run_program(const RunOptions& options) {
     if (!testbed.problem().empty()) {
         return complain(testbed.problem());
     }
-    const int status = testbed.run(options.command);
+    int status = testbed.run(options.command);
     if (!testbed.problem().empty()) {
         complain(testbed.problem());
     }
@@ -160,10 +160,11 @@ int run_program(const RunOptions& options) {
         board.mcu.advance(testbed.now_us());
         clock.offset_us = testbed.clock_offset_us();
         if (const std::string problem = sim::save_state(options.state_path, board, clock); !problem.empty()) {
-            return complain(problem);
+            status = complain(problem);
         }
     }
-    return status;
+    trace.close();
+    testbed.leave(status);
 }
 
 int print_knobs() {

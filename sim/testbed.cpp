@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -134,6 +135,13 @@ void Testbed::add_clock() {
         return;
     }
     parts_->clock = new (memory) SharedClock{0, options_.fast ? 1U : 0U};
+}
+
+void Testbed::leave(int status) {
+    std::error_code ignored;
+    fs::remove_all(parts_->root, ignored);
+    std::fflush(nullptr);
+    _exit(status);
 }
 
 uint64_t Testbed::clock_offset_us() const {

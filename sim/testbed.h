@@ -36,6 +36,11 @@ public:
     /// and its signal, or 127 when there is no such program.
     int run(const std::vector<std::string>& command);
 
+    /// Ends this process, and removes the files. What the program has left behind may be at the bus in that moment, in
+    /// a thread of libumockdev's that nobody can wait for. REQUIRES: the mutex is held, so that it does no more
+    /// transfers.
+    [[noreturn]] void leave(int status);
+
     /// How far the board's clock is ahead of the host's by now.
     uint64_t clock_offset_us() const;
 
