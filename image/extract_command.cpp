@@ -4,7 +4,6 @@
 #include "image/commands.h"
 #include "image/flash_copy.h"
 #include "image/inspector.h"
-#include "util/crc.h"
 
 namespace {
 
@@ -45,8 +44,7 @@ bool run_extract(const ExtractOptions& options, std::string& error) {
     }
     warn_of_unread(copy, options.region);
     std::printf("file:                     %s\n", options.output.c_str());
-    std::printf("region %d checksum:        0x%04x\n", options.region,
-                crc16_buffer(kCrc16Start, content.data(), kChecksumSize));
+    std::printf("region %d checksum:        0x%04x\n", options.region, region_checksum(copy.memory, options.region));
     std::printf("size:                     %zu bytes\n", content.size());
     return true;
 }

@@ -2,7 +2,6 @@
 #include "image/flash_content.h"
 
 #include <algorithm>
-#include <array>
 
 #include "util/crc.h"
 
@@ -16,13 +15,6 @@ std::vector<uint8_t> programmed_flash(const uint8_t* image, const uint8_t* page_
     return flash;
 }
 
-uint16_t region_checksum(const uint8_t* image, const uint8_t* page_map, int region) {
-    std::array<uint8_t, kPageSize> erased;
-    erased.fill(kErasedByte);
-    const uint32_t first_page = static_cast<uint32_t>(region) * kRegionPages;
-    uint16_t crc = kCrc16Start;
-    for (uint32_t page = first_page; page < first_page + kProgrammedPages; ++page) {
-        crc = crc16_buffer(crc, page_map[page] != 0 ? image + page * kPageSize : erased.data(), kPageSize);
-    }
-    return crc;
+uint16_t region_checksum(const std::vector<uint8_t>& flash, int region) {
+    return crc16_buffer(kCrc16Start, flash.data() + static_cast<size_t>(region) * kRegionSize, kChecksumSize);
 }

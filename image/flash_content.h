@@ -16,9 +16,8 @@ constexpr bool is_programmed_page(uint32_t page) {
 }
 
 /// The whole flash, 0x42000 bytes, as it is after both regions have been erased and programmed: marked pages as in the
-/// file, all others 0xFF. REQUIRES: as region_checksum.
+/// file, all others 0xFF. REQUIRES: 0x42000 bytes and 528 marks.
 std::vector<uint8_t> programmed_flash(const uint8_t* image, const uint8_t* page_map);
 
-/// The checksum that the MCU reports of region 0 or 1 after programming it. The region is erased first and only marked
-/// pages are written, so a page that is not marked counts as erased. REQUIRES: 0x42000 bytes and 528 marks.
-uint16_t region_checksum(const uint8_t* image, const uint8_t* page_map, int region);
+/// The checksum that the MCU reports of region 0 or 1. REQUIRES: the whole flash.
+uint16_t region_checksum(const std::vector<uint8_t>& flash, int region);

@@ -32,8 +32,9 @@ FileBody read_body(const uint8_t* image) {
     const uint8_t* page_map = image + kMemorySize;
     FileBody body;
     std::copy_n(page_map + kFilePageMapSize, kFileFreeSize, body.free_bytes);
+    const std::vector<uint8_t> flash = programmed_flash(image, page_map);
     for (int region = 0; region < kRegions; ++region) {
-        body.computed_region_crc[region] = region_checksum(image, page_map, region);
+        body.computed_region_crc[region] = region_checksum(flash, region);
     }
     for (uint16_t page = 0; page < kMemoryPages; ++page) {
         if (page_map[page] != 0) {

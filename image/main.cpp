@@ -84,7 +84,7 @@ void add_info(CLI::App& app, Outcome& outcome) {
 
 /// The files as they were given: CLI11 takes "[a,b]" for two of them. `verify` has no option that could stand between.
 std::vector<std::string> files_to_verify(const std::vector<std::string>& words) {
-    std::vector<std::string> files(std::find(words.begin(), words.end(), "verify") + 1, words.end());
+    std::vector<std::string> files(std::find(words.begin() + 1, words.end(), "verify") + 1, words.end());
     if (const auto mark = std::find(files.begin(), files.end(), "--"); mark != files.end()) {
         files.erase(mark);
     }

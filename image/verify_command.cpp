@@ -23,7 +23,7 @@ bool verify(const char* path) {
     const std::vector<uint8_t> flash = programmed_flash(device.file_image.get(), device.file_page_map.get());
     const uint16_t stored[kRegions] = {device.file_crc0, device.file_crc1};
     for (int region = 0; region < kRegions; ++region) {
-        if (stored[region] != region_checksum(device.file_image.get(), device.file_page_map.get(), region)) {
+        if (stored[region] != region_checksum(flash, region)) {
             std::printf("%s: loads, but the checksum of region %d is wrong (the MCU would refuse to enable it)\n", path,
                         region);
             return false;

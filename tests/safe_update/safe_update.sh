@@ -20,10 +20,9 @@ printf 'sha256: %s\n' "$(sha256sum <few.svu | cut -d' ' -f1)" | cat - few.svu >r
 
 # Nothing for region 1, and all checksums right
 cp few.svu hollow.svu
-poke() { printf %b "$2" | dd of=hollow.svu bs=1 seek="$1" conv=notrunc status=none; }
-poke $((8 + 0x42000 + 256)) '\0\0\0\0\0\0\0\0\0\0\0\0'
-poke $((270902 - 24 + 8)) '\xc1\x1c'
-poke $((270902 - 2)) '\xf1\xf4'
+poke hollow.svu $((8 + 0x42000 + 256)) '\0\0\0\0\0\0\0\0\0\0\0\0'
+poke hollow.svu $((270902 - 24 + 8)) '\xc1\x1c'
+poke hollow.svu $((270902 - 2)) '\xf1\xf4'
 
 # A tool that takes part in the plot: $plot runs before the command $at, and $cut is the last line that is seen of it.
 cat >plotter <<'END'

@@ -53,6 +53,11 @@ same_bytes() {
   cmp -n "$5" -i "$2:$4" "$1" "$3" || fail "$1 at $2 differs from $3 at $4"
 }
 
+# poke FILE OFFSET BYTES, these as \xHH
+poke() {
+  printf %b "$3" | dd of="$1" bs=1 seek="$2" conv=notrunc status=none
+}
+
 # Without a prefix: the image starts at byte 8.
 pack() {
   sv_image pack --region0 "$firmware/v2-region0.bin" --region1 "$firmware/v2-region1.bin" --swid 0x0101 --mark-all --no-sha256 \
