@@ -9,7 +9,7 @@ set(SV_FISH_COMPLETION_DIR ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d CA
 function(sv_install_man component)
   foreach(page ${ARGN})
     string(REGEX REPLACE ".*\\." "" section ${page})
-    install(FILES ${PROJECT_SOURCE_DIR}/man/${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section}
+    install(FILES ${PROJECT_SOURCE_DIR}/share/man/${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section}
             COMPONENT ${component})
   endforeach()
 endfunction()
@@ -18,7 +18,7 @@ endfunction()
 function(sv_install_help component program)
   list(TRANSFORM ARGN PREPEND ${program}. OUTPUT_VARIABLE pages)
   sv_install_man(${component} ${pages})
-  set(completion ${PROJECT_SOURCE_DIR}/completion)
+  set(completion ${PROJECT_SOURCE_DIR}/share/completion)
   install(FILES ${completion}/${program}.bash DESTINATION ${SV_BASH_COMPLETION_DIR} COMPONENT ${component}
           RENAME ${program})
   install(FILES ${completion}/_${program} DESTINATION ${SV_ZSH_COMPLETION_DIR} COMPONENT ${component})

@@ -5,7 +5,7 @@
 set -eu
 export LC_ALL=C.UTF-8
 programs=$(realpath "$1")
-completion=$(realpath "$2")/completion
+completion=$(realpath "$2")/share/completion
 # shellcheck source=tests/completion/ask.sh
 . "$2/tests/completion/ask.sh"
 top=$(mktemp -d)

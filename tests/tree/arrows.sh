@@ -20,7 +20,7 @@ declare -A may_include=(
   [sim]="sim util mcu/registers.h mcu/flash_geometry.h"
   [bench]="bench"
 )
-ours="cli|status|diag|update|mcu|log|util|image|sim|sweep|fuzz|tests|bench|matrix"
+ours="cli|status|diag|update|mcu|log|util|image|sim|tests|bench"
 checked=0
 while IFS=: read -r file include; do
   folder=${file%/*}

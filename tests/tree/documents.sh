@@ -7,7 +7,7 @@ export LC_ALL=C.UTF-8
 programs=$(realpath "$1")
 export PATH=$programs:$PATH
 cd "$2"
-completion=$PWD/completion
+completion=$PWD/share/completion
 # shellcheck source=tests/completion/ask.sh
 . tests/completion/ask.sh
 top=$(mktemp -d)
@@ -60,14 +60,14 @@ check_page() {
 }
 
 values=$(for table in kPriorities kW1Validity kLedColours kEnableWords; do texts src/cli/mode_commands.cpp $table; done)
-check_page man/sv_updater.8 "$commands"$'\n'"$parameters"$'\n'"$actions" $'-h\n--help\n-?\n'"$values"
-check_page man/sv_safe_update.8 "$(options sv_safe_update)" ""
+check_page share/man/sv_updater.8 "$commands"$'\n'"$parameters"$'\n'"$actions" $'-h\n--help\n-?\n'"$values"
+check_page share/man/sv_safe_update.8 "$(options sv_safe_update)" ""
 for program in sv_image sv_board; do
   needed=$(subcommands $program; options $program; for sub in $(subcommands $program); do options $program "$sub"; done)
-  check_page man/$program.1 "$needed" "$([ $program = sv_image ] || echo "$faults"$'\n'"$places"$'\n'"$knobs"$'\n'"$presets")"
+  check_page share/man/$program.1 "$needed" "$([ $program = sv_image ] || echo "$faults"$'\n'"$places"$'\n'"$knobs"$'\n'"$presets")"
 done
 
-lint=$(mandoc -T lint -W warning man/*.[158] 2>&1 | grep -v 'referenced manual not found' || true)
+lint=$(mandoc -T lint -W warning share/man/*.[158] 2>&1 | grep -v 'referenced manual not found' || true)
 [ -z "$lint" ] || complain "$lint"
 
 # --- Completion

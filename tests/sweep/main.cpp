@@ -10,8 +10,8 @@
 #include <string>
 #include <thread>
 
-#include "sweep/endurance.h"
-#include "sweep/workers.h"
+#include "tests/sweep/endurance.h"
+#include "tests/sweep/workers.h"
 
 namespace {
 

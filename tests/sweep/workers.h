@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "sweep/point.h"
+#include "tests/sweep/point.h"
 
 namespace sweep {
 

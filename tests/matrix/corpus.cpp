@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "matrix/random_board.h"
+#include "tests/matrix/random_board.h"
 #include "tests/support/tool_run.h"
 #include "tests/support/update_file_bytes.h"
 

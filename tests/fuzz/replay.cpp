@@ -7,7 +7,7 @@
 #include <iterator>
 #include <vector>
 
-#include "fuzz/target.h"
+#include "tests/fuzz/target.h"
 
 int main(int argc, char** argv) {
     size_t count = 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sweep/setups.h"
+#include "tests/sweep/setups.h"
 
 namespace sweep {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sweep/point.h"
+#include "tests/sweep/point.h"
 
 namespace sweep {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sweep/workers.h"
+#include "tests/sweep/workers.h"
 
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <new>
 
-#include "sweep/resources.h"
+#include "tests/sweep/resources.h"
 
 namespace sweep {
 

@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "sweep/setup.h"
+#include "tests/sweep/setup.h"
 
 namespace sweep {
 

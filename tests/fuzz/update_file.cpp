@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// The loader on update files with a few edits (fuzz/made_file.h).
+// The loader on update files with a few edits (tests/fuzz/made_file.h).
 #include "update/update_file.h"
 
 #include <cstring>
 
-#include "fuzz/made_file.h"
+#include "tests/fuzz/made_file.h"
 #include "tests/support/tool_run.h"
 
 namespace {

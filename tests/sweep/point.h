@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "sweep/kinds.h"
+#include "tests/sweep/kinds.h"
 
 namespace sweep {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sweep/setup.h"
+#include "tests/sweep/setup.h"
 
 #include <unistd.h>
 

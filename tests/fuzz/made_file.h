@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/target.h"
+#include "tests/fuzz/target.h"
 
 using Bytes = std::vector<uint8_t>;
 

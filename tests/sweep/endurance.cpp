@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "sweep/endurance.h"
+#include "tests/sweep/endurance.h"
 
 #include <cinttypes>
 #include <cstdio>
 #include <fstream>
 
-#include "sweep/resources.h"
-#include "sweep/setup.h"
+#include "tests/sweep/resources.h"
+#include "tests/sweep/setup.h"
 
 namespace sweep {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "sweep/judge.h"
+#include "tests/sweep/judge.h"
 
 #include <algorithm>
 

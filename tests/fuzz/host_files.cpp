@@ -4,7 +4,7 @@
 // silent, so that the runs are short.
 #include <cmath>
 
-#include "fuzz/target.h"
+#include "tests/fuzz/target.h"
 #include "tests/support/tool_run.h"
 
 namespace {

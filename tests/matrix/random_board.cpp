@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "matrix/random_board.h"
+#include "tests/matrix/random_board.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// `sv_image info`, in both forms, on update files with a few edits (fuzz/made_file.h), or, behind an "r", on the input
-// as it is.
-#include "fuzz/made_file.h"
+// `sv_image info`, in both forms, on update files with a few edits (tests/fuzz/made_file.h), or, behind an "r", on the
+// input as it is.
 #include "image/commands.h"
+#include "tests/fuzz/made_file.h"
 #include "tests/support/tool_run.h"
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "fuzz/made_file.h"
+#include "tests/fuzz/made_file.h"
 
 #include <sys/mman.h>
 

@@ -8,7 +8,7 @@
 
 #include "mcu/registers.h"
 #include "sim/board.h"
-#include "sweep/setup.h"
+#include "tests/sweep/setup.h"
 
 namespace sweep {
 

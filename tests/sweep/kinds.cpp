@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include "sweep/kinds.h"
+#include "tests/sweep/kinds.h"
 
 #include <cstdio>
 #include <iterator>
 
 #include "mcu/flash_geometry.h"
-#include "sweep/setups.h"
+#include "tests/sweep/setups.h"
 
 namespace sweep {
 

@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "cli/commands.h"
-#include "fuzz/made_file.h"
+#include "tests/fuzz/made_file.h"
 #include "tests/support/tool_run.h"
 
 namespace {

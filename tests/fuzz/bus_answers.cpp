@@ -7,8 +7,8 @@
 #include <map>
 #include <set>
 
-#include "fuzz/made_file.h"
 #include "mcu/identity.h"
+#include "tests/fuzz/made_file.h"
 #include "tests/support/tool_run.h"
 #include "update/flash_region.h"
 

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "sweep/judge.h"
-#include "sweep/setup.h"
+#include "tests/sweep/judge.h"
+#include "tests/sweep/setup.h"
 
 namespace sweep {
 
