@@ -44,11 +44,11 @@ void put_page_map(uint8_t* page_map, const uint8_t* image, bool mark_all) {
 }
 
 void put_info(uint8_t* info, uint16_t swid, const uint8_t* image, const uint8_t* page_map) {
-    put_le16(info + kInfoSwid0, swid);
-    put_le16(info + kInfoSwid1, swid);
+    put_le16(info + kInfoSwidRegion0, swid);
+    put_le16(info + kInfoSwidRegion1, swid);
     const std::vector<uint8_t> flash = programmed_flash(image, page_map);
-    put_le16(info + kInfoCrc0, region_checksum(flash, 0));
-    put_le16(info + kInfoCrc1, region_checksum(flash, 1));
+    put_le16(info + kInfoCrcRegion0, region_checksum(flash, 0));
+    put_le16(info + kInfoCrcRegion1, region_checksum(flash, 1));
     put_le32(info + kInfoRegionSize, kRegionSize);
     put_le16(info + kInfoPageSize, kPageSize);
     put_le32(info + kInfoMemorySize, kMemorySize);

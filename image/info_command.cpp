@@ -49,10 +49,10 @@ const char* verdict(unsigned stored, unsigned computed) {
 void print_info(const Inspection& file) {
     const InfoStructure& info = *file.info;
     std::printf("info structure offset:    %zu bytes (24 bytes before the end)\n", file.size - kFileInfoSize);
-    std::printf("reserved word 0:          0x%04x\n", info.reserved0);
-    std::printf("region 0 software id:     0x%04x\n", info.swid[0]);
-    std::printf("region 1 software id:     0x%04x\n", info.swid[1]);
-    std::printf("reserved word 10:         0x%04x\n", info.reserved10);
+    std::printf("reserved word 0:          0x%04x\n", info.reserved_0);
+    std::printf("region 0 software id:     0x%04x\n", info.swid_region0);
+    std::printf("region 1 software id:     0x%04x\n", info.swid_region1);
+    std::printf("reserved word 10:         0x%04x\n", info.reserved_10);
     std::printf("region size:              0x%x bytes\n", info.region_size);
     std::printf("page size:                0x%x bytes\n", info.page_size);
     std::printf("memory size:              0x%x bytes\n", info.memory_size);
@@ -61,8 +61,9 @@ void print_info(const Inspection& file) {
 }
 
 void print_region_checksums(const Inspection& file) {
+    const InfoStructure info = file.info.value_or(InfoStructure());
     for (int region = 0; region < kRegions; ++region) {
-        const unsigned stored = file.info ? file.info->region_crc[region] : 0U;
+        const unsigned stored = region == 0 ? info.crc_region0 : info.crc_region1;
         const unsigned computed = file.body ? file.body->computed_region_crc[region] : 0U;
         if (file.info && file.body) {
             std::printf("region %d checksum:        0x%04x stored, 0x%04x computed, %s\n", region, stored, computed,

@@ -63,9 +63,9 @@ std::string region_json(const Inspection& file, int region) {
     const InfoStructure info = file.info.value_or(InfoStructure());
     const FileBody body = file.body.value_or(FileBody());
     return JsonObject()
-        .add("software_id", number_if(file.info.has_value(), info.swid[region]))
-        .add("checksum", checksum_json(file.info.has_value(), info.region_crc[region], file.body.has_value(),
-                                       body.computed_region_crc[region]))
+        .add("software_id", number_if(file.info.has_value(), region == 0 ? info.swid_region0 : info.swid_region1))
+        .add("checksum", checksum_json(file.info.has_value(), region == 0 ? info.crc_region0 : info.crc_region1,
+                                       file.body.has_value(), body.computed_region_crc[region]))
         .add("marked_pages", file.body ? json_numbers(programmed_in(body.marked_pages, region)) : "null")
         .text();
 }
@@ -74,8 +74,8 @@ void add_info(JsonObject& object, const Inspection& file) {
     const bool known = file.info.has_value();
     const InfoStructure info = file.info.value_or(InfoStructure());
     object.add("info_offset", number_if(known, file.size - kFileInfoSize))
-        .add("reserved0", number_if(known, info.reserved0))
-        .add("reserved10", number_if(known, info.reserved10))
+        .add("reserved0", number_if(known, info.reserved_0))
+        .add("reserved10", number_if(known, info.reserved_10))
         .add("region_size", number_if(known, info.region_size))
         .add("page_size", number_if(known, info.page_size))
         .add("memory_size", number_if(known, info.memory_size))

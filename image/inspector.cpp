@@ -9,24 +9,8 @@
 #include "image/prefix.h"
 #include "image/sha256.h"
 #include "util/crc.h"
-#include "util/little_endian.h"
 
 namespace {
-
-InfoStructure decode_info(const uint8_t* info) {
-    InfoStructure decoded;
-    decoded.reserved0 = get_le16(info + kInfoReserved0);
-    decoded.swid[0] = get_le16(info + kInfoSwid0);
-    decoded.swid[1] = get_le16(info + kInfoSwid1);
-    decoded.region_crc[0] = get_le16(info + kInfoCrc0);
-    decoded.region_crc[1] = get_le16(info + kInfoCrc1);
-    decoded.reserved10 = get_le16(info + kInfoReserved10);
-    decoded.region_size = get_le32(info + kInfoRegionSize);
-    decoded.page_size = get_le16(info + kInfoPageSize);
-    decoded.memory_size = get_le32(info + kInfoMemorySize);
-    decoded.file_crc = get_le16(info + kInfoFileCrc);
-    return decoded;
-}
 
 FileBody read_body(const uint8_t* image) {
     const uint8_t* page_map = image + kMemorySize;

@@ -11,18 +11,6 @@
 #include "image/flash_content.h"
 #include "update/file_layout.h"
 
-/// As stored, right or wrong.
-struct InfoStructure {
-    uint16_t reserved0 = 0;
-    uint16_t swid[kRegions] = {};
-    uint16_t region_crc[kRegions] = {};
-    uint16_t reserved10 = 0;
-    uint32_t region_size = 0;  ///< bytes, as the two below
-    uint16_t page_size = 0;
-    uint32_t memory_size = 0;
-    uint16_t file_crc = 0;
-};
-
 /// What lies between magic and info structure.
 struct FileBody {
     uint8_t free_bytes[kFileFreeSize] = {};

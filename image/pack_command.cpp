@@ -58,9 +58,10 @@ bool read_input(const PackOptions& options, BuildInput& input, std::string& erro
 
 void print_report(const std::string& path, const Inspection& made) {
     std::printf("file:                     %s\n", path.c_str());
-    std::printf("software id:              0x%04x\n", made.info->swid[0]);
+    std::printf("software id:              0x%04x\n", made.info->swid_region0);
     for (int region = 0; region < kRegions; ++region) {
-        std::printf("region %d checksum:        0x%04x\n", region, made.info->region_crc[region]);
+        std::printf("region %d checksum:        0x%04x\n", region,
+                    region == 0 ? made.info->crc_region0 : made.info->crc_region1);
         std::printf("region %d marked pages:    %zu of %u\n", region,
                     programmed_in(made.body->marked_pages, region).size(), kProgrammedPages);
     }

@@ -80,8 +80,8 @@ void print_board(const Calibration& cal, const DiagRecord& record, const TekoDia
     std::printf("powerrail         = %5.2f V (%04x)\n", static_cast<double>(powerrail_volts(cal, record)),
                 record.powerrail_raw);
     std::printf("Vcc               = %5.2f V (%04x)\n", static_cast<double>(vcc_volts(cal, record)), record.vcc_raw);
-    std::printf("killpower_count   = %d times\n", page1.power_fail_count);
-    std::printf("undervoltage_count= %d times\n", page2.power_fail_count);
+    std::printf("killpower_count   = %d times\n", killpower_count(record));
+    std::printf("undervoltage_count= %d times\n", undervoltage_count(record));
     std::printf("determine_PS_flags= %02x%02x\n", page2.ps_flags, page1.ps_flags);
 }
 

@@ -3,8 +3,6 @@
 
 #include <cstdio>
 
-#include "diag/status_block.h"
-
 namespace {
 
 const char* yes_no(bool value) {
@@ -20,8 +18,9 @@ void print_source(const InputStatus& status) {
     }
 }
 
-void print_message(const InputStatus& status, const uint8_t* message) {
+void print_message(const InputStatus& status) {
     if (status.message_pending) {
+        const uint8_t* message = status.message;
         std::printf("message           = pending (%02x %02x %02x %02x %02x", message[0], message[1], message[2],
                     message[3], message[4]);
         if (status.handshake != 1) {
@@ -49,6 +48,31 @@ void print_index(uint8_t index) {
 
 }  // namespace
 
+InputStatus decode_status_block(const uint8_t* block) {
+    return {
+        .source = static_cast<PowerSource>(block[0] & 0x03),
+        .teko1_connected = (block[0] & 0x08) != 0,
+        .teko2_connected = (block[0] & 0x10) != 0,
+        .reports_inputs = (block[0] & 0x9A) != 0,
+        .teko_supported = (block[0] & 0x80) != 0,
+        .message_pending = (block[0] & 0x40) != 0,
+        .message = {block[5], block[6], block[7], block[8], block[9]},
+        .handshake = block[10],
+        .ext_validated = (block[1] & 0x02) != 0,
+        .input_error = (block[1] & 0x04) != 0,
+        .teko_idx = static_cast<uint8_t>(block[2] & 0x0F),
+        .reset_marker_read = block[15],
+        .teko1_imp = block[16],
+        .teko2_imp = block[17],
+        .teko1_imp_max = block[18],
+        .teko2_imp_max = block[19],
+        .teko1_oc = (block[2] & 0x10) != 0,
+        .teko2_oc = (block[2] & 0x20) != 0,
+        .teko1_oc_alert = (block[2] & 0x40) != 0,
+        .teko2_oc_alert = (block[2] & 0x80) != 0,
+    };
+}
+
 void print_input_status(const McuDevice& device, const uint8_t* status_block) {
     const InputStatus status = decode_status_block(status_block);
     std::printf("status            = %02x %02x %02x\n", status_block[0], status_block[1], status_block[2]);
@@ -57,7 +81,7 @@ void print_input_status(const McuDevice& device, const uint8_t* status_block) {
     std::printf("TEKO2             = %s\n", status.teko2_connected ? "connected" : "not-connected");
     std::printf("reset             = %s (%02x)\n", status.reset_marker_read != device.reset_marker ? "occurred" : "no",
                 status.reset_marker_read);
-    print_message(status, status_block + kMessageOffset);
+    print_message(status);
     if (!status.teko_supported) {
         std::puts("TEKO_support      = NOT supported");
     }

@@ -6,6 +6,7 @@
 namespace {
 
 constexpr size_t kPage = 5;
+constexpr size_t kEventCount = 21;  // in the page
 
 TekoDiagPage decode_page(const uint8_t* page) {
     return {
@@ -23,7 +24,6 @@ TekoDiagPage decode_page(const uint8_t* page) {
         .imp_high = page[18],
         .pse_state_max = page[19],
         .pd_state_max = page[20],
-        .power_fail_count = page[21],
         .sense_raw = get_le16(page + 22),
         .hpwr = page[24],
         .cable_aux = page[25],
@@ -61,4 +61,12 @@ TekoView teko2_view(const DiagRecord& record) {
             record.nevent2_crc,
             record.nevent2_crc_ok != 0,
             decode_page(record.teko2_pages[kPage])};
+}
+
+uint8_t killpower_count(const DiagRecord& record) {
+    return record.teko1_pages[kPage][kEventCount];
+}
+
+uint8_t undervoltage_count(const DiagRecord& record) {
+    return record.teko2_pages[kPage][kEventCount];
 }

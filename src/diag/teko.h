@@ -6,7 +6,7 @@
 
 #include "diag/diag_record.h"
 
-/// Page 5 of a line interface. The bytes that nobody interprets are only in the page itself.
+/// What page 5 of either line interface holds. Byte 21 differs, see below.
 struct TekoDiagPage {
     uint16_t imp_invalid_raw;
     uint16_t imp_valid_raw;
@@ -22,7 +22,6 @@ struct TekoDiagPage {
     uint8_t imp_high;
     uint8_t pse_state_max;
     uint8_t pd_state_max;
-    uint8_t power_fail_count;  ///< killpower_count in TEKO1's page, undervoltage_count in TEKO2's
     uint16_t sense_raw;
     uint8_t hpwr;  ///< non-zero: high-power cable gain
     uint8_t cable_aux;
@@ -47,3 +46,7 @@ struct TekoView {
 /// Views of the record, which must outlive them.
 TekoView teko1_view(const DiagRecord& record);
 TekoView teko2_view(const DiagRecord& record);
+
+/// Byte 21 of page 5 counts the board's events: one kind in the page of TEKO1, another in that of TEKO2.
+uint8_t killpower_count(const DiagRecord& record);
+uint8_t undervoltage_count(const DiagRecord& record);

@@ -4,8 +4,8 @@
 #include <cstdio>
 
 #include "diag/formulas.h"
+#include "diag/input_status.h"
 #include "diag/read_diagnostics.h"
-#include "diag/status_block.h"
 #include "log/log.h"
 #include "log/timestamp.h"
 #include "mcu/identity.h"

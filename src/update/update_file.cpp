@@ -26,18 +26,18 @@ off_t find_start(std::FILE* file) {
     return magic == nullptr ? 0 : static_cast<off_t>(magic - head) + static_cast<off_t>(kFileMagicSize);
 }
 
-bool store_info(McuDevice& device, const uint8_t* info) {
-    device.file_reserved0 = get_le16(info + kInfoReserved0);
-    device.file_swid = get_le16(info + kInfoSwid0);
-    if (device.file_swid != get_le16(info + kInfoSwid1)) {
+bool store_info(McuDevice& device, const InfoStructure& info) {
+    device.file_reserved0 = info.reserved_0;
+    device.file_swid = info.swid_region0;
+    if (info.swid_region0 != info.swid_region1) {
         return fail(device, "invalid swid (region mismatch)");
     }
-    device.file_crc0 = get_le16(info + kInfoCrc0);
-    device.file_crc1 = get_le16(info + kInfoCrc1);
-    device.file_reserved10 = get_le16(info + kInfoReserved10);
-    device.file_region_size = get_le32(info + kInfoRegionSize);
-    device.file_page_size = get_le16(info + kInfoPageSize);
-    device.file_memory_size = get_le32(info + kInfoMemorySize);
+    device.file_crc0 = info.crc_region0;
+    device.file_crc1 = info.crc_region1;
+    device.file_reserved10 = info.reserved_10;
+    device.file_region_size = info.region_size;
+    device.file_page_size = info.page_size;
+    device.file_memory_size = info.memory_size;
     if (device.file_region_size != kRegionSize) {
         return fail(device, "invalid region size (hwid mismatch)");
     }
@@ -100,7 +100,7 @@ bool parse_update_file(McuDevice& device, std::FILE* file) {
     if (fseeko(file, start, SEEK_SET) != 0) {
         return fail(device, "could not seek in file for start");
     }
-    if (!store_info(device, info)) {
+    if (!store_info(device, decode_info(info))) {
         return false;
     }
     if (info_position - static_cast<off_t>(kFileBodySize) != start) {

@@ -19,8 +19,8 @@ constexpr useconds_t kPageRetryUs = 500'000;
 
 struct Region {
     int number;
-    uint16_t mcu_crc;   // as the MCU reports it
-    uint16_t file_crc;  // as the file wants it
+    uint16_t mcu_crc;     // as the MCU reports it
+    uint16_t wanted_crc;  // after programming, from the file
 };
 
 struct Plan {
@@ -35,13 +35,13 @@ Plan make_plan(const McuDevice& device) {
 }
 
 bool is_up_to_date(const McuDevice& device, const Region& running) {
-    return device.file_swid == device.swid && running.file_crc == running.mcu_crc;
+    return device.file_swid == device.swid && running.wanted_crc == running.mcu_crc;
 }
 
 /// The running firmware has no id, and the other region holds the file's.
 bool needs_reboot_only(const McuDevice& device, const Region& target) {
     return device.swid == 0 && device.other_swid != 0 && device.other_swid == device.file_swid &&
-           target.mcu_crc == target.file_crc;
+           target.mcu_crc == target.wanted_crc;
 }
 
 bool reboot_only(McuDevice& device, const Region& target) {
@@ -99,7 +99,7 @@ bool write_pages(McuDevice& device, const Region& target) {
 }
 
 bool enable(McuDevice& device, const Region& target) {
-    if (!run_frame_command(device, enable_frame(device.file_swid, target.file_crc))) {
+    if (!run_frame_command(device, enable_frame(device.file_swid, target.wanted_crc))) {
         return fail(device, "could not enable other region (%d, %s)", target.number, device.last_error.c_str());
     }
     std::printf("enabled other region %d\n", target.number);
@@ -125,7 +125,7 @@ void reset_after_update(McuDevice& device) {
 
 bool program(McuDevice& device, const Plan& plan) {
     log_message(kLogInfo, "doing update in region %d (from swid %04x crc %04x to swid %04x crc %04x)",
-                plan.target.number, device.swid, plan.running.mcu_crc, device.file_swid, plan.target.file_crc);
+                plan.target.number, device.swid, plan.running.mcu_crc, device.file_swid, plan.target.wanted_crc);
     ignore_hangup();
     if (!erase(device, plan.target) || !write_pages(device, plan.target) || !enable(device, plan.target)) {
         return false;
@@ -135,7 +135,7 @@ bool program(McuDevice& device, const Plan& plan) {
     }
     reset_after_update(device);
     return note(device, "update done in region %d with swid %04x crc %04x", plan.target.number, device.file_swid,
-                plan.target.file_crc);
+                plan.target.wanted_crc);
 }
 
 }  // namespace
@@ -163,7 +163,7 @@ bool update_firmware(McuDevice& device) {
     }
     if (is_up_to_date(device, plan.running)) {
         return note(device, "nothing to do (region %d is already up to date with swid %04x crc %04x)",
-                    plan.running.number, device.file_swid, plan.running.file_crc);
+                    plan.running.number, device.file_swid, plan.running.wanted_crc);
     }
     if (needs_reboot_only(device, plan.target)) {
         return reboot_only(device, plan.target);

@@ -41,11 +41,11 @@ TEST(Inspector, DecodesEveryField) {
     EXPECT_EQ(found.prefix, "p\n");
     ASSERT_TRUE(found.info && found.body);
     const InfoStructure& info = *found.info;
-    EXPECT_EQ(
-        (std::vector<uint32_t>{info.reserved0, info.swid[0], info.swid[1], info.region_crc[0], info.region_crc[1],
-                               info.reserved10, info.region_size, info.page_size, info.memory_size, info.file_crc}),
-        (std::vector<uint32_t>{0x0201, 0x0403, 0x0605, 0x0807, 0x0A09, 0x0C0B, 0x100F0E0D, 0x1211, 0x16151413,
-                               0x1817}));
+    EXPECT_EQ((std::vector<uint32_t>{info.reserved_0, info.swid_region0, info.swid_region1, info.crc_region0,
+                                     info.crc_region1, info.reserved_10, info.region_size, info.page_size,
+                                     info.memory_size, info.file_crc}),
+              (std::vector<uint32_t>{0x0201, 0x0403, 0x0605, 0x0807, 0x0A09, 0x0C0B, 0x100F0E0D, 0x1211, 0x16151413,
+                                     0x1817}));
     EXPECT_EQ(Bytes(found.body->free_bytes, found.body->free_bytes + 6), (Bytes{0xA1, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6}));
     EXPECT_EQ(found.body->marked_pages, (std::vector<uint16_t>{0, 255, 256, 511, 512, 527}));
 }
