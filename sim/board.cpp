@@ -27,17 +27,6 @@ std::optional<uint16_t> page_of(std::span<const uint8_t> bytes) {
     return has_page ? std::optional(get_le16(&bytes[offset])) : std::nullopt;
 }
 
-std::optional<ForcedEnd> forced_end(const Fault& fault) {
-    switch (fault.kind) {
-        case FaultKind::kFail: return ForcedEnd{ForcedEnd::kFails, fault.value};
-        case FaultKind::kHang: return ForcedEnd{ForcedEnd::kHangs, 0};
-        case FaultKind::kSkip: return ForcedEnd{ForcedEnd::kPretends, 0};
-        case FaultKind::kSlow: return ForcedEnd{ForcedEnd::kSlow, fault.value};
-        case FaultKind::kTear: return ForcedEnd{ForcedEnd::kTorn, fault.value};
-        default: return std::nullopt;
-    }
-}
-
 void flip(std::span<const Message> messages) {
     for (const Message& message : messages) {
         if (message.read) {
@@ -58,7 +47,11 @@ Board::Board(const Board& other)
       mcu(scenario, flash, [this](const std::string& text) { violations.push_back(text); }),
       now_us(other.now_us),
       charger_pointer_(other.charger_pointer_) {
-    mcu.assume(other.mcu);
+    mcu.restore(other.mcu.state());
+}
+
+Board Board::clone() const {
+    return Board(*this);
 }
 
 void Board::add_fault(const std::string& text) {
@@ -102,7 +95,7 @@ bool Board::answers(uint16_t address) const {
     }
 }
 
-bool Board::carry_out(const Message& message, std::optional<ForcedEnd> forced) {
+bool Board::carry_out(const Message& message, const Fault* command_fault) {
     if (!answers(message.address)) {
         return false;
     }
@@ -110,7 +103,7 @@ bool Board::carry_out(const Message& message, std::optional<ForcedEnd> forced) {
         if (message.read) {
             mcu.read(message.bytes);
         } else {
-            mcu.write(message.bytes, forced);
+            mcu.write(message.bytes, command_fault);
         }
     } else if (message.address == kChargerAddress && !message.read && !message.bytes.empty()) {
         charger_pointer_ = message.bytes[0];
@@ -132,8 +125,8 @@ Board::Strikes Board::strike(std::span<const Message> messages) {
     for (Fault& fault : faults) {
         if (fault.strikes(place)) {
             strikes.kinds |= 1U << static_cast<uint32_t>(fault.kind);
-            if (const auto end = forced_end(fault)) {
-                strikes.forced = end;
+            if (strikes_command(fault.kind)) {
+                strikes.command_fault = &fault;
             }
         }
     }
@@ -150,7 +143,7 @@ bool Board::transfer(std::span<const Message> messages) {
     }
     bool acknowledged = !dead_ && !strikes.has(FaultKind::kNack);
     for (const Message& message : messages) {
-        acknowledged = acknowledged && carry_out(message, strikes.forced);
+        acknowledged = acknowledged && carry_out(message, strikes.command_fault);
     }
     if (strikes.has(FaultKind::kFlip)) {
         flip(messages);

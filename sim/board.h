@@ -33,9 +33,10 @@ struct Transfer {
 class Board {
 public:
     Board();
-    /// The same board at the same moment, with no faults, no hooks and a clean record.
-    Board(const Board& other);
     Board& operator=(const Board&) = delete;
+
+    /// The same board at the same moment, with no faults, no hooks, and no transfers or violations counted.
+    Board clone() const;
 
     Scenario scenario;
     FlashModel flash;
@@ -62,10 +63,12 @@ public:
     void add_fault(const std::string& text);
 
 private:
+    Board(const Board& other);
+
     /// The faults that strike one transfer.
     struct Strikes {
         uint32_t kinds = 0;
-        std::optional<ForcedEnd> forced;
+        const Fault* command_fault = nullptr;  ///< the last one that strikes a command
 
         bool has(FaultKind kind) const {
             return (kinds >> static_cast<uint32_t>(kind) & 1) != 0;
@@ -73,7 +76,7 @@ private:
     };
 
     Strikes strike(std::span<const Message> messages);
-    bool carry_out(const Message& message, std::optional<ForcedEnd> forced);
+    bool carry_out(const Message& message, const Fault* command_fault);
     bool answers(uint16_t address) const;
     TransferPlace place_of(std::span<const Message> messages) const;
 

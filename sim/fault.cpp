@@ -14,18 +14,17 @@ namespace {
 struct KindForm {
     const char* name;
     FaultKind kind;
-    bool of_command;     ///< happens to a command rather than to a transfer
     uint16_t max_value;  ///< 0: takes none
     bool needs_value;
 };
 
 constexpr KindForm kKinds[] = {
-    {"nack", FaultKind::kNack, false, 0, false},        {"dead", FaultKind::kDead, false, 0, false},
-    {"lost", FaultKind::kLost, false, 0, false},        {"restart", FaultKind::kRestart, false, 0, false},
-    {"cut", FaultKind::kCut, false, 0, false},          {"kill", FaultKind::kKill, false, 0, false},
-    {"flip", FaultKind::kFlip, false, 0, false},        {"fail", FaultKind::kFail, true, 0xFF, false},
-    {"hang", FaultKind::kHang, true, 0, false},         {"skip", FaultKind::kSkip, true, 0, false},
-    {"slow", FaultKind::kSlow, true, UINT16_MAX, true}, {"tear", FaultKind::kTear, true, kPageSize, true},
+    {"nack", FaultKind::kNack, 0, false},         {"dead", FaultKind::kDead, 0, false},
+    {"lost", FaultKind::kLost, 0, false},         {"restart", FaultKind::kRestart, 0, false},
+    {"cut", FaultKind::kCut, 0, false},           {"kill", FaultKind::kKill, 0, false},
+    {"flip", FaultKind::kFlip, 0, false},         {"fail", FaultKind::kFail, 0xFF, false},
+    {"hang", FaultKind::kHang, 0, false},         {"skip", FaultKind::kSkip, 0, false},
+    {"slow", FaultKind::kSlow, UINT16_MAX, true}, {"tear", FaultKind::kTear, kPageSize, true},
 };
 
 constexpr std::pair<const char*, CommandGroup> kGroups[] = {
@@ -92,7 +91,7 @@ std::string check_kind(const KindForm& form, const std::string& value, bool has_
     if (!value.empty() && number(value) > form.max_value) {
         return name + " takes a value up to " + std::to_string(form.max_value);
     }
-    return form.of_command && !has_command ? name + " needs the name of a command" : "";
+    return strikes_command(form.kind) && !has_command ? name + " needs the name of a command" : "";
 }
 
 }  // namespace

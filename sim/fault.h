@@ -34,7 +34,12 @@
 
 namespace sim {
 
+/// The kinds up to kFlip strike a transfer, the others a command.
 enum class FaultKind { kNack, kDead, kLost, kRestart, kCut, kKill, kFlip, kFail, kHang, kSkip, kSlow, kTear };
+
+constexpr bool strikes_command(FaultKind kind) {
+    return kind >= FaultKind::kFail;
+}
 
 struct CommandPlace {
     CommandCode command;

@@ -7,7 +7,9 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
-#include <optional>
+#include <memory>
+#include <utility>
+#include <vector>
 
 namespace sim {
 
@@ -20,7 +22,7 @@ constexpr size_t kMaxMessageSize = 8192;  // the kernel's own limit
 using Data = std::unique_ptr<UMockdevIoctlData, void (*)(UMockdevIoctlData*)>;
 
 struct Device {
-    Testbed& testbed;
+    TransferFunction transfer;
     uint16_t slave = 0;  // of the SMBus calls; one client at a time uses them
 };
 
@@ -38,12 +40,6 @@ Data resolve(UMockdevIoctlData* data, size_t offset, size_t size) {
         target = nullptr;
     }
     return {target, [](UMockdevIoctlData* d) { g_object_unref(d); }};
-}
-
-bool exchange(Device& device, std::span<const Message> messages) {
-    const std::lock_guard<std::mutex> lock(device.testbed.mutex());
-    device.testbed.board().now_us = device.testbed.now_us();
-    return device.testbed.board().transfer(messages);
 }
 
 Result rdwr(Device& device, UMockdevIoctlData* arg) {
@@ -79,7 +75,7 @@ Result rdwr(Device& device, UMockdevIoctlData* arg) {
         }
         messages.push_back({message.addr, (message.flags & I2C_M_RD) != 0, bytes[i]});
     }
-    if (!exchange(device, messages)) {
+    if (!device.transfer(messages)) {
         return {-1, ENXIO};
     }
     for (size_t i = 0; i < header.nmsgs; ++i) {
@@ -107,7 +103,7 @@ Result smbus(Device& device, UMockdevIoctlData* arg) {
     } else if (header.size != I2C_SMBUS_QUICK) {
         return {-1, EOPNOTSUPP};
     }
-    if (!exchange(device, std::span(&message, 1))) {
+    if (!device.transfer(std::span(&message, 1))) {
         return {-1, ENXIO};
     }
     if (read && header.size == I2C_SMBUS_BYTE) {
@@ -158,9 +154,9 @@ gboolean handle(UMockdevIoctlBase* /*base*/, UMockdevIoctlClient* client, gpoint
 
 }  // namespace
 
-UMockdevIoctlBase* make_i2c_dev(Testbed& testbed) {
+UMockdevIoctlBase* make_i2c_dev(TransferFunction transfer) {
     UMockdevIoctlBase* base = umockdev_ioctl_base_new();
-    auto* device = new Device{testbed};
+    auto* device = new Device{std::move(transfer)};
     g_signal_connect_data(
         base, "handle-ioctl", G_CALLBACK(handle), device,
         [](gpointer user, GClosure* /*closure*/) { delete static_cast<Device*>(user); }, GConnectFlags{});

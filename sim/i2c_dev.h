@@ -4,11 +4,17 @@
 
 #include <umockdev.h>
 
-#include "sim/testbed.h"
+#include <functional>
+#include <span>
+
+#include "sim/board.h"
 
 namespace sim {
 
-/// A handler for umockdev. REQUIRES: the testbed outlives it.
-UMockdevIoctlBase* make_i2c_dev(Testbed& testbed);
+/// One transfer on the bus. False when a device did not acknowledge.
+using TransferFunction = std::function<bool(std::span<const Message>)>;
+
+/// A handler for umockdev, which calls `transfer` on a thread of its own.
+UMockdevIoctlBase* make_i2c_dev(TransferFunction transfer);
 
 }  // namespace sim

@@ -26,81 +26,81 @@ McuModel::McuModel(Scenario& scenario, FlashModel& flash, std::function<void(con
     : scenario_(scenario), flash_(flash), on_violation_(std::move(on_violation)) {}
 
 void McuModel::advance(uint64_t now_us) {
-    now_us_ = std::max(now_us_, now_us);
-    const uint64_t due = reset_due_us.value_or(0) + reset_grace_us_;
-    if (reset_due_us && now_us_ >= due) {
+    state_.now_us = std::max(state_.now_us, now_us);
+    const uint64_t due = state_.reset_due_us.value_or(0) + state_.reset_grace_us;
+    if (state_.reset_due_us && state_.now_us >= due) {
         restart();
-        silent_until_us_ = due + uint64_t{scenario_.boot_ms} * 1000;
+        state_.silent_until_us = due + uint64_t{scenario_.boot_ms} * 1000;
     }
 }
 
 bool McuModel::answers() const {
-    return scenario_.mcu && flash_.running() >= 0 && now_us_ >= silent_until_us_;
+    return scenario_.mcu && flash_.running() >= 0 && state_.now_us >= state_.silent_until_us;
 }
 
 void McuModel::restart() {
-    reset_due_us.reset();
-    registers_ = {};
-    handshake_written_ = false;
-    reset_grace_us_ = 0;
-    pointer_ = 0;
-    frame_ = {};
-    command_ = {};
+    state_.reset_due_us.reset();
+    state_.registers = {};
+    state_.handshake_written = false;
+    state_.reset_grace_us = 0;
+    state_.pointer = 0;
+    state_.frame = {};
+    state_.command = {};
     flash_.boot(scenario_.boot_choice == "latest" ? -1 : scenario_.boot_choice[0] - '0');
-    silent_until_us_ = now_us_ + uint64_t{scenario_.boot_ms} * 1000;
+    state_.silent_until_us = state_.now_us + uint64_t{scenario_.boot_ms} * 1000;
 }
 
-void McuModel::assume(const McuModel& other) {
-    static_cast<McuState&>(*this) = other;
+void McuModel::restore(const McuState& state) {
+    state_ = state;
 }
 
 void McuModel::set_marker(uint8_t marker) {
-    registers_[kMarkerRegister] = marker;
+    state_.registers[kMarkerRegister] = marker;
 }
 
-void McuModel::write(std::span<const uint8_t> bytes, std::optional<ForcedEnd> forced) {
+void McuModel::write(std::span<const uint8_t> bytes, const Fault* fault) {
     if (bytes.empty()) {
         return;
     }
     const uint8_t start = bytes[0];
     const std::span<const uint8_t> data = bytes.subspan(1);
-    pointer_ = start;
+    state_.pointer = start;
     for (const uint8_t byte : data) {
-        registers_[pointer_++] = byte;
+        state_.registers[state_.pointer++] = byte;
     }
     const auto covers = [&](uint8_t reg) { return reg >= start && reg < start + data.size(); };
     if (covers(kHandshakeRegister)) {
-        handshake_written_ = true;
-        if (registers_[kHandshakeRegister] == 0) {
+        state_.handshake_written = true;
+        if (state_.registers[kHandshakeRegister] == 0) {
             scenario_.status[0] = static_cast<uint8_t>(scenario_.status[0] & ~0x40);  // the message has been taken
         }
     }
     if (covers(kCommandRegister)) {
-        start_register_command(forced);
+        start_register_command(fault);
     }
     if (covers(kFrameCommandRegister)) {
-        start_frame_command(start, data, forced);
+        start_frame_command(start, data, fault);
     }
 }
 
 void McuModel::read(std::span<uint8_t> bytes) {
     for (uint8_t& byte : bytes) {
-        byte = read_register(pointer_++);
+        byte = read_register(state_.pointer++);
     }
 }
 
 uint8_t McuModel::read_register(uint8_t reg) {
     if (reg == kFrameCommandRegister) {
-        reset_grace_us_ = 0;
-        return poll(frame_);
+        state_.reset_grace_us = 0;
+        return poll(state_.frame);
     }
     if (reg == kCommandRegister) {
-        return poll(command_);
+        return poll(state_.command);
     }
-    if (reg < kStatusBlockSize && !is_live_register(reg) && !(reg == kHandshakeRegister && handshake_written_)) {
+    if (reg < kStatusBlockSize && !is_live_register(reg) && !(reg == kHandshakeRegister && state_.handshake_written)) {
         return scenario_.status[reg];
     }
-    return registers_[reg];
+    return state_.registers[reg];
 }
 
 uint8_t McuModel::poll(Completion& completion) {
@@ -118,25 +118,25 @@ void McuModel::finish(Completion& completion, bool ok) {
 }
 
 /// For commands that are not carried out.
-McuState::Completion McuModel::forced_completion(const ForcedEnd& end) const {
-    switch (end.kind) {
-        case ForcedEnd::kFails: return {static_cast<uint8_t>(end.value), scenario_.polls};
-        case ForcedEnd::kPretends: return {kSuccess, scenario_.polls};
+Completion McuModel::completion_of(const Fault& fault) const {
+    switch (fault.kind) {
+        case FaultKind::kFail: return {static_cast<uint8_t>(fault.value), scenario_.polls};
+        case FaultKind::kSkip: return {kSuccess, scenario_.polls};
         default: return {0, kNever};
     }
 }
 
-void McuModel::start_register_command(std::optional<ForcedEnd> forced) {
-    if (forced && forced->kind == ForcedEnd::kTorn) {
-        if (forced->value != 0) {
-            execute_register_command(registers_[kCommandRegister]);
+void McuModel::start_register_command(const Fault* fault) {
+    if (fault != nullptr && fault->kind == FaultKind::kTear) {
+        if (fault->value != 0) {
+            execute_register_command(state_.registers[kCommandRegister]);
         }
         restart();
-    } else if (forced && forced->kind != ForcedEnd::kSlow) {
-        command_ = forced_completion(*forced);
+    } else if (fault != nullptr && fault->kind != FaultKind::kSlow) {
+        state_.command = completion_of(*fault);
     } else {
-        finish(command_, execute_register_command(registers_[kCommandRegister]));
-        command_.polls_left = forced ? forced->value : command_.polls_left;
+        finish(state_.command, execute_register_command(state_.registers[kCommandRegister]));
+        state_.command.polls_left = fault != nullptr ? fault->value : state_.command.polls_left;
     }
 }
 
@@ -151,26 +151,26 @@ void McuModel::tear_frame(const FrameForm& form, std::span<const uint8_t> frame,
     restart();
 }
 
-void McuModel::start_frame_command(uint8_t start, std::span<const uint8_t> frame, std::optional<ForcedEnd> forced) {
-    const uint8_t code = registers_[kFrameCommandRegister];
+void McuModel::start_frame_command(uint8_t start, std::span<const uint8_t> frame, const Fault* fault) {
+    const uint8_t code = state_.registers[kFrameCommandRegister];
     const FrameForm* form = find_frame_form(code);
     const bool right_place =
         form != nullptr && start == form->start && start + frame.size() == kFrameCommandRegister + 1;
-    if (!right_place || (form->key != 0 && registers_[kFrameKeyRegister] != form->key)) {
+    if (!right_place || (form->key != 0 && state_.registers[kFrameKeyRegister] != form->key)) {
         char text[96];
         std::snprintf(text, sizeof text, "frame command %02x with a wrong form (%zu bytes at %02x, key %02x)", code,
-                      frame.size(), start, registers_[kFrameKeyRegister]);
+                      frame.size(), start, state_.registers[kFrameKeyRegister]);
         on_violation_(text);
-        finish(frame_, false);
-    } else if (forced && forced->kind == ForcedEnd::kTorn) {
-        tear_frame(*form, frame, forced->value);
-    } else if (forced && forced->kind != ForcedEnd::kSlow) {
-        frame_ = forced_completion(*forced);
+        finish(state_.frame, false);
+    } else if (fault != nullptr && fault->kind == FaultKind::kTear) {
+        tear_frame(*form, frame, fault->value);
+    } else if (fault != nullptr && fault->kind != FaultKind::kSlow) {
+        state_.frame = completion_of(*fault);
     } else if (form->command == FrameCommand::kResetNow) {
         restart();  // and nobody is left to answer
     } else {
-        finish(frame_, execute_frame(*form, frame));
-        frame_.polls_left = forced ? forced->value : frame_.polls_left;
+        finish(state_.frame, execute_frame(*form, frame));
+        state_.frame.polls_left = fault != nullptr ? fault->value : state_.frame.polls_left;
     }
 }
 
@@ -220,14 +220,14 @@ bool McuModel::delayed_reset(std::span<const uint8_t> frame) {
         on_violation_("a delayed reset without its pattern");
         return false;
     }
-    reset_due_us = now_us_ + uint64_t{frame[0]} * 100'000;
+    state_.reset_due_us = state_.now_us + uint64_t{frame[0]} * 100'000;
     // Even without a delay the host can still read that the command was accepted.
-    reset_grace_us_ = kUnreadResetUs;
+    state_.reset_grace_us = kUnreadResetUs;
     return true;
 }
 
 bool McuModel::execute_register_command(uint8_t code) {
-    const DiagnosticsReply reply = diagnostics_reply(scenario_, code, get_le16(&registers_[kParameterRegister]));
+    const DiagnosticsReply reply = diagnostics_reply(scenario_, code, get_le16(&state_.registers[kParameterRegister]));
     if (!reply.known) {
         on_violation_("unknown register command " + register_command_name(code));
         return false;
@@ -240,11 +240,11 @@ bool McuModel::execute_register_command(uint8_t code) {
 }
 
 void McuModel::respond(uint8_t reg, std::span<const uint8_t> bytes) {
-    std::copy(bytes.begin(), bytes.end(), registers_.begin() + reg);
+    std::copy(bytes.begin(), bytes.end(), state_.registers.begin() + reg);
 }
 
 void McuModel::respond_word(uint16_t value) {
-    put_le16(&registers_[kParameterRegister], value);
+    put_le16(&state_.registers[kParameterRegister], value);
 }
 
 bool McuModel::accept(const Verdict& verdict) {

@@ -69,7 +69,9 @@ std::string restore_lines(Lines lines, std::vector<uint8_t> memory, Board& board
     board.mcu.set_marker(static_cast<uint8_t>(marker));
     clock.offset_us = static_cast<uint64_t>(offset_us);
     if (due_us != 0) {
-        board.mcu.reset_due_us = static_cast<uint64_t>(due_us);
+        McuState state = board.mcu.state();
+        state.reset_due_us = static_cast<uint64_t>(due_us);
+        board.mcu.restore(state);
     }
     return "";
 }
@@ -78,9 +80,10 @@ std::string restore_lines(Lines lines, std::vector<uint8_t> memory, Board& board
 
 std::string state_text(const Board& board, const SavedClock& clock) {
     std::ostringstream out;
+    const McuState& mcu = board.mcu.state();
     out << "running=" << board.flash.running() << "\nlatest=" << board.flash.latest
-        << "\nmarker=" << static_cast<int>(board.mcu.register_value(kMarkerRegister))
-        << "\nclock.offset_us=" << clock.offset_us << "\nreset.due_us=" << board.mcu.reset_due_us.value_or(0) << "\n";
+        << "\nmarker=" << static_cast<int>(mcu.registers[kMarkerRegister]) << "\nclock.offset_us=" << clock.offset_us
+        << "\nreset.due_us=" << mcu.reset_due_us.value_or(0) << "\n";
     for (size_t i = 0; i < board.flash.regions.size(); ++i) {
         const RegionState& region = board.flash.regions[i];
         char line[192];

@@ -18,6 +18,7 @@
 #include <fstream>
 #include <future>
 #include <new>
+#include <span>
 
 #include "sim/host_model.h"
 #include "sim/i2c_dev.h"
@@ -95,7 +96,11 @@ void Testbed::add_bus() {
         g_error_free(error);
         return;
     }
-    parts_->i2c_dev = make_i2c_dev(*this);
+    parts_->i2c_dev = make_i2c_dev([this](std::span<const Message> messages) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        board_.now_us = now_us();
+        return board_.transfer(messages);
+    });
     if (umockdev_testbed_attach_ioctl(parts_->testbed, node.c_str(), parts_->i2c_dev, &error) == FALSE) {
         problem_ = error->message;
         g_error_free(error);

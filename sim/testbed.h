@@ -52,10 +52,6 @@ public:
         return mutex_;
     }
 
-    Board& board() {
-        return board_;
-    }
-
 private:
     struct Parts;
     void set_up();

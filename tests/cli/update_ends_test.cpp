@@ -197,7 +197,7 @@ std::string regions(const sim::Board& board, const Names& names) {
         const std::string state = content(board, region, names) + (enabled ? "+" : "-");
         text += (region == 0 ? "" : " ") + (board.flash.running() == region ? "[" + state + "]" : state);
     }
-    return text + (board.mcu.reset_due_us ? " due" : "");
+    return text + (board.mcu.state().reset_due_us ? " due" : "");
 }
 
 /// Restarts the board with either preference.
@@ -254,7 +254,7 @@ protected:
         std::unique_ptr<sim::Board> left;
         bool left_gap = false;
         own.on_kill = [&] {
-            left = std::make_unique<sim::Board>(own);
+            left.reset(new sim::Board(own.clone()));
             left_gap = gap;
         };
         path = write_temporary("update.svu", stage.bytes);
@@ -276,7 +276,7 @@ protected:
 
     void compare(sim::Board& own, bool gap, const Row& row) const {
         EXPECT_EQ("`" + regions(own, names) + (gap ? " gap`" : "`"), row.regions);
-        sim::Board copy(own);
+        sim::Board copy = own.clone();
         EXPECT_EQ(next_start(copy, names), row.next_start);
     }
 

@@ -19,7 +19,7 @@ void run_again(sim::Board& board, Judge& judge, const Setup& setup) {
 
 /// Another process of the tool, and maybe another start of the MCU, on the board as it is.
 Outcome run_on_copy(const sim::Board& board, const Setup& setup, bool power_cut) {
-    sim::Board copy(board);
+    sim::Board copy = board.clone();
     Judge judge(copy, setup);
     if (power_cut) {
         copy.mcu.restart();
@@ -34,7 +34,7 @@ Outcome run_on_copy(const sim::Board& board, const Setup& setup, bool power_cut)
 }
 
 Outcome go_on(const Kind& kind, const Setup& setup, const sim::Board& fresh, uint64_t point) {
-    sim::Board board(fresh);
+    sim::Board board = fresh.clone();
     for (const std::string& fault : faults_of(kind, setup, point)) {
         board.add_fault(fault);
     }
@@ -52,7 +52,7 @@ Outcome go_on(const Kind& kind, const Setup& setup, const sim::Board& fresh, uin
 }
 
 Outcome tear_and_cut(const Kind& kind, const Setup& setup, const sim::Board& fresh, uint64_t point) {
-    sim::Board board(fresh);
+    sim::Board board = fresh.clone();
     for (const std::string& fault : faults_of(kind, setup, point)) {
         board.add_fault(fault);
     }
@@ -78,7 +78,7 @@ bool is_change(const sim::Transfer& transfer) {
 void cut_at_each(const Kind& kind, const Setup& setup, const sim::Board& fresh, uint64_t begin, uint64_t end,
                  const std::function<void(uint64_t, const Outcome&)>& tell) {
     const bool power = kind.mode == Mode::kBothCut;
-    sim::Board board(fresh);
+    sim::Board board = fresh.clone();
     uint64_t point = 0;
     const auto cut_here = [&] {
         if (point >= begin && point < end) {
