@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: MIT
-// Any command line, a word per line of the input, on a healthy board. A byte above 0x7F at the start of a line stands
+// Any command line on a healthy board; the input has one word per line. A byte above 0x7F at the start of a line stands
 // for a keyword, so that the fuzzer need not spell it. Every file that a word can name is faked: no word writes a file
-// of the host. "good" is an update file that loads, any other name a file that holds its own name.
+// of the host. "good" is an update file that loads; any other file contains its own name.
 #include <optional>
 
 #include "cli/commands.h"
-#include "tests/fuzz/made_file.h"
+#include "tests/fuzz/edited_file.h"
 #include "tests/support/tool_run.h"
 
 namespace {
 
 constexpr size_t kMaxWords = 12;
 constexpr size_t kMaxLength = 300;
-// An update of two pages takes 300 transfers. Behind these, nobody answers any more: a read-back is cut short.
+// An update of two pages takes 300 transfers. After these nothing on the bus answers: a read-back is cut short.
 constexpr uint64_t kTransfers = 2000;
 constexpr uint64_t kMaxTransfersPerWord = 528 * 16;  // refused ones
 constexpr uint64_t kPollLimit = 5001;
@@ -48,7 +48,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     check(run.status == 0 || run.status == 255, "the exit status is 0 or 255");
     check(run.status == 0 || !run.out.empty() || !run.err.empty(), "a failure is explained");
     check(run.status == 255 || !contains(run.err, "] error "), "an error ends the run");
-    check(board->violations.empty(), "the board has nothing to complain of");
+    check(board->violations.empty(), "no rule of the board is broken");
     check(transfers <= kTransfers + kPollLimit + words.size() * kMaxTransfersPerWord, "transfers are bounded");
     check(kernel.slept_us <= words.size() * kMaxSleepUsPerWord, "waiting is bounded");
     const bool spoken = std::all_of(words.begin(), words.end(), is_text);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Runs a target on every file of the folders named, without a fuzzer.
+// Runs a target, without a fuzzer, on every file of the folders that the command line names.
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>

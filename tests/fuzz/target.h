@@ -13,7 +13,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 
-/// Ends the program unless the property holds. Past the streams of the C library: they may be captured.
+/// Aborts the program unless the property holds. Writes to the descriptor, since the C library's streams may be
+/// captured.
 inline void check(bool holds, const char* property) {
     if (!holds) {
         dprintf(STDERR_FILENO, "property broken: %s\n", property);
@@ -31,18 +32,18 @@ inline bool contains(std::string_view text, std::string_view part) {
     return text.find(part) != std::string_view::npos;
 }
 
-/// Takes the input apart from its front.
+/// Takes the input apart, from the front.
 struct Input {
     std::span<const uint8_t> rest;
 
-    /// 0 behind the end.
+    /// 0 after the end.
     uint8_t byte() {
         const uint8_t value = rest.empty() ? uint8_t{0} : rest.front();
         rest = rest.subspan(rest.empty() ? 0 : 1);
         return value;
     }
 
-    /// Up to the separator, which is taken as well, or the end.
+    /// Up to the separator, which is removed as well, or to the end.
     std::string_view until(char separator) {
         const std::string_view all(reinterpret_cast<const char*>(rest.data()), rest.size());
         const std::string_view part = all.substr(0, all.find(separator));

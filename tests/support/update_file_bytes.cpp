@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <fstream>
 
@@ -17,13 +18,21 @@ void append(std::vector<uint8_t>& bytes, uint64_t value, int count) {
 
 }  // namespace
 
-uint16_t textbook_crc16(const std::vector<uint8_t>& bytes) {
-    uint32_t crc = 0xFFFF;
-    for (const uint8_t byte : bytes) {
-        crc ^= byte;
-        for (int bit = 0; bit < 8; ++bit) {
-            crc = (crc & 1) != 0 ? (crc >> 1) ^ 0xA001 : crc >> 1;
+uint16_t textbook_crc16(std::span<const uint8_t> bytes) {
+    static const auto table = [] {
+        std::array<uint16_t, 256> crcs{};
+        for (unsigned byte = 0; byte < crcs.size(); ++byte) {
+            unsigned crc = byte;
+            for (int bit = 0; bit < 8; ++bit) {
+                crc = (crc & 1) != 0 ? (crc >> 1) ^ 0xA001 : crc >> 1;
+            }
+            crcs[byte] = static_cast<uint16_t>(crc);
         }
+        return crcs;
+    }();
+    unsigned crc = 0xFFFF;
+    for (const uint8_t byte : bytes) {
+        crc = crc >> 8 ^ table[(crc ^ byte) & 0xFF];
     }
     return static_cast<uint16_t>(crc);
 }

@@ -3,11 +3,12 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
-/// CRC-16/MODBUS bit by bit, as textbooks write it: the tool's own uses tables.
-uint16_t textbook_crc16(const std::vector<uint8_t>& bytes);
+/// CRC-16/MODBUS byte by byte, as textbooks write it: the tool's own code takes eight bytes at once.
+uint16_t textbook_crc16(std::span<const uint8_t> bytes);
 
 struct UpdateFileBytes {
     std::string prefix;
