@@ -3,13 +3,13 @@
 # Runs the commands of the documents in one shell per document and compares what they print, both outputs together.
 # Arguments: folder of the programs, source folder. A command is a line "$ …" of a code block, fenced or indented, and
 # goes on in the next line after a backslash; what follows is what it prints. A blank line ends an indented block. The
-# block behind a line "<!-- not run: REASON -->" is skipped, the one behind "<!-- file: NAME -->" is a file for the
+# block after a line "<!-- not run: REASON -->" is skipped, the one after "<!-- file: NAME -->" is a file for the
 # commands.
 set -eu
 export LC_ALL=C TZ=UTC
 PATH=$(realpath "$1"):$PATH:/usr/sbin:/sbin
 source_folder=$(realpath "$2")
-documents=(protocol update-file)
+documents=(README docs/protocol)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 command -v i2ctransfer >/dev/null || { echo "i2c-tools are not installed"; exit 77; }
@@ -40,7 +40,7 @@ split='
 
 status=0
 for document in "${documents[@]}"; do
-  page=$source_folder/docs/$document.md
+  page=$source_folder/$document.md
   folder=$work/$document
   mkdir -p "$folder/run"
   awk -v folder="$folder" -v session="$folder/session" "$split" "$page"
@@ -51,12 +51,12 @@ for document in "${documents[@]}"; do
     example=$folder/$((++count))
     # A last line without its end is no difference.
     if ! difference=$(diff -u "$example.expected" <(sed -e "\$a\\" "$example.printed")); then
-      echo "FAILED: docs/$document.md:$(cat "$example.line")"
+      echo "FAILED: $document.md:$(cat "$example.line")"
       tail -n +3 <<<"$difference"
       status=1
     fi
   done
-  [ "$count" -gt 0 ] || { echo "FAILED: docs/$document.md has no example"; status=1; }
-  echo "docs/$document.md: $count commands"
+  [ "$count" -gt 0 ] || { echo "FAILED: $document.md has no example"; status=1; }
+  echo "$document.md: $count commands"
 done
 exit $status
