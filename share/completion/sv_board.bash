@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash
-# Completion of sv_board for bash, alone or with the package bash-completion; knobs and presets are those that it names.
+# Completion of sv_board for bash, alone or with the package bash-completion; asks sv_board for its knobs and presets.
 
-# The command behind word $1 is completed as if the line began with it.
+# Completes the command after word $1 as if the line began with it.
 _sv_board_command() {
     local first=$(($1 + 1)) function
     if declare -F _command_offset >/dev/null; then
@@ -72,7 +72,7 @@ _sv_board() {
     if [[ ${COMPREPLY[0]-} == *[=@] ]]; then
         compopt -o nospace 2>/dev/null
     fi
-    # Readline replaces only what stands behind the last of its word breaks.
+    # Readline replaces only the text after the last word break.
     COMPREPLY=("${COMPREPLY[@]#"${cur%"$2"}"}")
 }
 complete -o default -F _sv_board sv_board

@@ -1,13 +1,13 @@
 # SPDX-License-Identifier: MIT
-# Completion of sv_board for fish; knobs and presets are those that it names.
+# Completion of sv_board for fish; asks sv_board for its knobs and presets.
 
-# Whether the words before the cursor belong to one of these subcommands, and not to the program behind "--".
+# Whether the words before the cursor belong to one of these subcommands, and not to the program after "--".
 function __sv_board_is
     set -l words (commandline -opc)
     contains -- $words[2] $argv; and not contains -- -- $words
 end
 
-function __sv_board_behind_dashes
+function __sv_board_after_dashes
     contains -- -- (commandline -opc)
 end
 
@@ -17,7 +17,7 @@ function __sv_board_program
     complete -C (string join ' ' -- (string escape -- $words[$first..]) (commandline -ct))
 end
 
-# What the sv_board of this command line says of its knobs or presets, without the lines of their meaning.
+# The knobs or presets of the sv_board on this command line, without the lines that explain them.
 function __sv_board_lists
     set -l words (commandline -opc)
     command $words[1] $argv 2>/dev/null | string match -r '^[^ ].*'
@@ -52,18 +52,18 @@ complete -c sv_board -n __fish_is_first_arg -s h -l help -d 'show the usage'
 complete -c sv_board -n __fish_is_first_arg -l version -d 'show the version'
 complete -c sv_board -n __fish_is_first_arg -a run -d 'run a program with the board on its I2C bus'
 complete -c sv_board -n __fish_is_first_arg -a knobs -d 'list what can be set'
-complete -c sv_board -n __fish_is_first_arg -a presets -d 'list the typical situations'
-complete -c sv_board -n __fish_is_first_arg -a show -d 'show the board that a state file holds'
+complete -c sv_board -n __fish_is_first_arg -a presets -d 'list typical situations'
+complete -c sv_board -n __fish_is_first_arg -a show -d 'show the board of a state file'
 complete -c sv_board -n '__sv_board_is run knobs presets show' -s h -l help -d 'show the usage'
-complete -c sv_board -n '__sv_board_is run show' -l state -r -F -d 'file that holds the board between runs'
+complete -c sv_board -n '__sv_board_is run show' -l state -r -F -d 'file that keeps the board between runs'
 complete -c sv_board -n '__sv_board_is run' -l bus -x -a 0 -d 'I2C bus'
-complete -c sv_board -n '__sv_board_is run' -l firmware -r -F -d 'program of a new board'
+complete -c sv_board -n '__sv_board_is run' -l firmware -r -F -d 'firmware of a new board'
 complete -c sv_board -n '__sv_board_is run' -l swid -x -d 'its software id'
 complete -c sv_board -n '__sv_board_is run' -l preset -x -a "(__sv_board_lists presets | string replace ': ' \t)" -d 'a typical situation'
 complete -c sv_board -n '__sv_board_is run' -l set -x -a '(__sv_board_knobs)' -d 'set a knob'
-complete -c sv_board -n '__sv_board_is run' -l fault -x -a '(__sv_board_faults)' -d 'let something go wrong'
-complete -c sv_board -n '__sv_board_is run' -l trace -r -F -d 'one line per transfer'
-complete -c sv_board -n '__sv_board_is run' -l syslog -r -F -d "the program's lines to the system log"
-complete -c sv_board -n '__sv_board_is run' -l fast -d 'waiting takes no time'
+complete -c sv_board -n '__sv_board_is run' -l fault -x -a '(__sv_board_faults)' -d 'cause a fault'
+complete -c sv_board -n '__sv_board_is run' -l trace -r -F -d 'write each transfer to a file'
+complete -c sv_board -n '__sv_board_is run' -l syslog -r -F -d "write the program's system log to a file"
+complete -c sv_board -n '__sv_board_is run' -l fast -d 'skip all waiting'
 complete -c sv_board -n '__sv_board_is run' -a -- -d 'the program follows'
-complete -c sv_board -n __sv_board_behind_dashes -k -a '(__sv_board_program)'
+complete -c sv_board -n __sv_board_after_dashes -k -a '(__sv_board_program)'

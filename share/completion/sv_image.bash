@@ -30,7 +30,7 @@ _sv_image() {
     fi
     compopt +o default 2>/dev/null
     mapfile -t COMPREPLY < <(compgen -W "$words" -- "$cur")
-    # Readline replaces only what stands behind the last of its word breaks.
+    # Readline replaces only the text after the last word break.
     COMPREPLY=("${COMPREPLY[@]#"${cur%"$2"}"}")
 }
 complete -o default -F _sv_image sv_image

@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash
-# Completion of sv_updater for bash, alone or with the package bash-completion. A command takes what follows it as its
-# argument whatever it looks like, so the words before the cursor are gone through in order.
+# Completion of sv_updater for bash, alone or with the package bash-completion. A command takes the next
+# word as its argument, whatever it looks like, so the words before the cursor are parsed in order.
 
 _sv_updater() {
     local expected='command' word words=''

@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-# Completion of sv_updater for fish. A command takes what follows it as its argument whatever it looks like, so the words
-# before the cursor are gone through in order.
+# Completion of sv_updater for fish. A command takes the next word as its argument, whatever it looks like, so the
+# words before the cursor are parsed in order.
 
 function __sv_updater_offers
     set -l expected command
@@ -28,19 +28,19 @@ function __sv_updater_offers
                 "--sw-version software id" "--serial serial number" "--date production date" \
                 "--bom-version BOM version" "--probe 1 if the MCU answers, 0 if not" \
                 "--status power status on one line" "--status-poetest power status on one line" \
-                "--status-poetest-rebooted power status on one line, REBOOTED behind it" \
-                "--status-poe whether there is power over Ethernet" \
+                "--status-poetest-rebooted power status on one line, then REBOOTED" \
+                "--status-poe power over Ethernet, on or off" \
                 "--status-cable report of the cables" "--status-pse-adc report of the line measurements" "--dump all diagnostics" \
-                "--dumps all diagnostics and the status line" "--no-dump-reset dumps and PSE-ADC reports reset no diagnostics" \
-                "--update program an update file" "--upd program an update file if not up to date, reset at once" \
+                "--dumps all diagnostics and the status line" "--no-dump-reset keep the counters in dumps and PSE-ADC reports" \
+                "--update program an update file" "--upd program an update file unless up to date, reset at once" \
                 "--read-update check that an update file loads" "--read read the whole flash back into a file" \
                 "--erase erase the inactive region" "--force-update program even when up to date" \
-                "--without-force-update program only when not up to date" "--update-with-reset reset after an update" \
-                "--update-without-reset no reset after an update" "--update-without-disable leave the current region enabled" \
+                "--without-force-update program unless up to date" "--update-with-reset reset after an update" \
+                "--update-without-reset no reset after an update" "--update-without-disable keep the active region enabled" \
                 "--debug-update log the power state as an update does" "--reset reset the MCU after the reset delay" \
-                "--reset-now reset the MCU now" "--reset-now-sync reset without asking for a delayed one first" \
+                "--reset-now reset the MCU now" "--reset-now-sync reset at once, without a delayed request" \
                 "--reset-delay seconds until a reset, 0 to 25.5" \
-                "--set-mode set a mode" "--set set a mode" "--bus I2C bus" "--addr I2C address" "--help show the usage" \
+                "--set-mode change a setting" "--set change a setting" "--bus I2C bus" "--addr I2C address" "--help show the usage" \
                 "-h show the usage"
         case parameter
             string replace ' ' \t -- {priority,extpriority,prio}" priority of the power inputs" "w1validity check of the 1-Wire device" \

@@ -2,14 +2,14 @@
 # SPDX-License-Identifier: MIT
 # Runs the commands of the documents in one shell per document and compares what they print, both outputs together.
 # Arguments: folder of the programs, source folder. A command is a line "$ …" of a code block, fenced or indented, and
-# goes on in the next line after a backslash; what follows is what it prints. A blank line ends an indented block. The
-# block after a line "<!-- not run: REASON -->" is skipped, the one after "<!-- file: NAME -->" is a file for the
-# commands.
+# continues on the next line after a backslash; its output follows. A blank line ends an indented block. The block after
+# "<!-- not run: REASON -->" is skipped, the one after "<!-- file: NAME -->" is a file for the commands. A manual page
+# has literal displays for blocks and comments for these lines.
 set -eu
 export LC_ALL=C TZ=UTC
 PATH=$(realpath "$1"):$PATH:/usr/sbin:/sbin
 source_folder=$(realpath "$2")
-documents=(README docs/protocol)
+documents=(README.md docs/protocol.md share/man/sv_update_file.5 share/man/sv_image.1)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 command -v i2ctransfer >/dev/null || { echo "i2c-tools are not installed"; exit 77; }
@@ -23,7 +23,7 @@ split='
     end_block()
     if (/^<!-- not run: .+ -->$/) {
       reason = substr($0, 15, length($0) - 18)
-      print FILENAME ":" FNR ": skipped: " reason
+      print page ":" FNR ": skipped: " reason
     }
     if (/^<!-- file: [^ ]+ -->$/) name = substr($0, 12, length($0) - 15)
     next
@@ -38,12 +38,19 @@ split='
   more { print text >session; more = text ~ /\\$/; if (!more) print "} >" file ".printed 2>&1" >session; next }
   open { print text >(file ".expected") }'
 
+# A manual page in the form of a Markdown file, line by line
+as_markdown() {
+  case $1 in
+    *.md) cat "$1" ;;
+    *) sed 's/^\.Bd -literal.*/```/; s/^\.Ed$/```/; s/^\.\\" \(\(file\|not run\): .*\)/<!-- \1 -->/; s/\\e/\\/g; s/\\-/-/g' "$1" ;;
+  esac
+}
+
 status=0
-for document in "${documents[@]}"; do
-  page=$source_folder/$document.md
-  folder=$work/$document
+for page in "${documents[@]}"; do
+  folder=$work/$page
   mkdir -p "$folder/run"
-  awk -v folder="$folder" -v session="$folder/session" "$split" "$page"
+  as_markdown "$source_folder/$page" | awk -v folder="$folder" -v session="$folder/session" -v page="$page" "$split"
   ln -s "$source_folder/examples" "$folder/run/examples"
   (cd "$folder/run" && bash "$folder/session" </dev/null) || :
   count=0
@@ -51,12 +58,12 @@ for document in "${documents[@]}"; do
     example=$folder/$((++count))
     # A last line without its end is no difference.
     if ! difference=$(diff -u "$example.expected" <(sed -e "\$a\\" "$example.printed")); then
-      echo "FAILED: $document.md:$(cat "$example.line")"
+      echo "FAILED: $page:$(cat "$example.line")"
       tail -n +3 <<<"$difference"
       status=1
     fi
   done
-  [ "$count" -gt 0 ] || { echo "FAILED: $document.md has no example"; status=1; }
-  echo "$document.md: $count commands"
+  [ "$count" -gt 0 ] || { echo "FAILED: $page has no example"; status=1; }
+  echo "$page: $count commands"
 done
 exit $status
