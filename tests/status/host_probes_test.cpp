@@ -91,6 +91,53 @@ TEST_F(HostProbes, PoeIsLowActiveAndExportsTheLineOnce) {
     EXPECT_FALSE(read_poe_gpio(device, present));
 }
 
+// Uptime, both temperatures and the GPIO value, as far as they are there; the MCU is silent.
+TEST_F(HostProbes, CommandsShowTheHostsFilesWhateverTheyContain) {
+    const struct {
+        std::vector<const char*> files;
+        const char* up;
+        const char* poe;
+        const char* in;
+        const char* temperatures;
+        const char* status_poe;
+    } cases[] = {{{"93784.50 180000.00\n", "45.0\n", "40.0\n", "1\n"},
+                  "1d 02:03:04",
+                  "off",
+                  "-----",
+                  "45.0degC,40.0degC",
+                  "POE: off\n"},
+                 {{"0.00 0.00", "42.5", "7", "0"}, "0d 00:00:00", "on ", "PoE  ", "42.0degC,7.0degC", "POE: on\n"},
+                 {{"abc", "nan\n", "inf\n", "x"}, "0d 00:00:00", "off", "-----", "nandegC,infdegC", "POE: off\n"},
+                 {{"1e30 ", "1234567890", "-0x1p9\n", "00\n"},
+                  "4294967295d 255",
+                  "on ",
+                  "PoE  ",
+                  "12345678.1degC,-511.9degC",
+                  "POE: on\n"},
+                 {{"4294967295.99"}, "49710d 06:28:16", "---", "-----", "0.1degC,0.1degC", ""},
+                 {{}, "no uptime", "---", "-----", "0.1degC,0.1degC", ""}};
+    const char* const paths[] = {"/proc/uptime", "/dev/temp_nic", "/dev/temp_disp", "/sys/class/gpio/gpio414/value"};
+    sim::Scenario& host = board.scenario;
+    host.uptime = host.temp_nic = host.temp_disp = host.poe = "none";
+    kernel.on_bus = [](std::span<const sim::Message>) { return false; };
+    for (const auto& c : cases) {
+        kernel.files.clear();
+        for (size_t i = 0; i < c.files.size(); ++i) {
+            kernel.files[paths[i]] = c.files[i];
+        }
+        const ToolRun status = run_tool_words({"--status"});
+        EXPECT_EQ(status.status, 0) << c.up;
+        EXPECT_EQ(status.out, std::string("2025-11-16 21:53:20 up ") + c.up + "  DISP=off POE=" + c.poe +
+                                  " SVMCU=off RST=--- SW=----/-/---- PWR=----V IN=" + c.in +
+                                  " OUT=--- CAP=----/----V/---W USB=off TEMP=" + c.temperatures + "\n");
+        const ToolRun poe = run_tool_words({"--status-poe"});
+        EXPECT_EQ(poe.status, *c.status_poe == '\0' ? 255 : 0) << c.up;
+        EXPECT_EQ(poe.out, c.status_poe);
+        const std::string cable = run_tool_words({"--status-cable"}).out;
+        EXPECT_NE(cable.find(std::string("  up ") + c.up + "  TEKO1 = "), std::string::npos) << cable;
+    }
+}
+
 TEST(HostFiles, WhatCanNotBeWritten) {
     EXPECT_FALSE(write_file("/does/not/exist", "414", 3));
     EXPECT_FALSE(write_file("/dev/null", "", 0));

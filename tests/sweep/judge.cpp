@@ -11,6 +11,12 @@ namespace {
 
 using sim::RegionEvent;
 
+constexpr uint64_t kPolls = 5001;
+constexpr uint64_t kPagePauseMs = 500;
+// A reset request that is never answered takes 4.2 s and some 40 transfers; these leave room for a few single retries.
+constexpr uint64_t kResetTransfers = 200;
+constexpr uint64_t kResetMs = 4300;
+
 const std::string kOkay = "overall SV MCU update = okay";
 const std::string kResetNeeded = "overall SV MCU update = reset-needed";
 const std::string kError = "overall SV MCU update = ERROR";
@@ -92,7 +98,7 @@ void Judge::watch_answers(const sim::Transfer& transfer) {
     if (is_poll && transfer.acknowledged && is_success(messages[1].bytes[0])) {
         disable_answered_ = disable_answered_ || frame_ == FrameCommand::kDisableCurrent;
         reset_answered_ = reset_answered_ || frame_ == FrameCommand::kResetDelayed;
-        // The MCU itself says C0.
+        // The MCU's own success is C0.
         false_success_ = false_success_ || messages[1].bytes[0] == 0xFF;
     }
 }
@@ -138,7 +144,7 @@ bool Judge::is_complete(int region) {
     return known;
 }
 
-/// Whatever region the MCU prefers.
+/// For each region that the MCU may prefer.
 void Judge::check_power_cycle() {
     for (const int choice : {0, 1}) {
         const int region = board_.flash.next_start(choice);
@@ -150,7 +156,7 @@ void Judge::check_power_cycle() {
     }
 }
 
-/// Why no region can start: the last erase met a board whose running region was disabled already.
+/// Why no region can start: the last erase came when the running region was already disabled.
 Window Judge::open_window() const {
     const auto& history = board_.flash.history;
     size_t erase = history.size();
@@ -165,11 +171,11 @@ Window Judge::open_window() const {
             return i < run_begin_ ? Window::kBeforeRestart : disable_answered_ ? Window::kNone : Window::kLostAnswer;
         }
     }
-    // A board that was updated before it came here has no history of it.
+    // The history begins after the first update of such a board.
     return setup_.start == Start::kUpdated && erase > 0 ? Window::kBeforeRestart : Window::kNone;
 }
 
-/// Why a success has not led to the new firmware.
+/// Why the new firmware does not run after a success.
 Window Judge::why_old_firmware() const {
     const auto& history = board_.flash.history;
     int enabled = -1;
@@ -218,13 +224,13 @@ void Judge::check_verdict(const Run& run, const std::vector<std::string>& flags)
     }
 }
 
-/// Once a success has settled.
+/// On a settled board after a success.
 void Judge::check_new_firmware(const std::vector<std::string>& flags) {
     const int region = board_.flash.running();
     const auto& history = board_.flash.history;
     const bool started = std::any_of(history.begin() + static_cast<std::ptrdiff_t>(attempt_begin_), history.end(),
                                      [](const RegionEvent& event) { return event.kind == RegionEvent::kStarted; });
-    // With both regions enabled on purpose, the MCU takes the one it likes.
+    // With both regions enabled on purpose, the MCU may start either.
     const bool may_choose = started && board_.flash.next_start(0) != board_.flash.next_start(1) &&
                             (has(flags, "--update-without-disable") || setup_.start == Start::kRebootOnly);
     if (region >= 0 && !may_choose && !holds(board_, region, material_.regions[region])) {
@@ -232,8 +238,10 @@ void Judge::check_new_firmware(const std::vector<std::string>& flags) {
     }
 }
 
-void Judge::end_run(const Run& run, const Bounds& bounds) {
-    if (run.transfers > bounds.transfers || run.slept_us > bounds.slept_us) {
+void Judge::end_run(const Run& run, const Limits& limits, uint64_t transfers) {
+    const uint64_t polls = limits.timeouts * kPolls;
+    if (run.transfers > limits.attempts * transfers + polls + kResetTransfers ||
+        run.slept_us > 1000 * (polls + limits.page_retries * kPagePauseMs + kResetMs)) {
         fail(std::to_string(run.transfers) + " transfers and " + std::to_string(run.slept_us) + " us of sleep");
     }
     check_verdict(run, setup_.flags);

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
-// What must hold at every moment of an update, whatever happens to it; told by the board and not by the tool.
+// What must hold at every moment of an update, whatever happens to it. The board judges, not the tool.
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -12,54 +13,57 @@
 
 namespace sweep {
 
-/// The windows that the procedure leaves open; docs/safety.md describes them.
+/// The windows that the procedure leaves open, as docs/safety.md describes them.
 enum class Window {
     kNone,
-    kLostAnswer,       ///< the answer to a disable got lost, and the next attempt erases
+    kLostAnswer,       ///< the answer to a disable is lost, and the next attempt erases
     kBeforeRestart,    ///< another update before the MCU has restarted
     kRestartBetween,   ///< the MCU restarts between enable and disable
-    kRegionsSwitched,  ///< the MCU restarts into its other enabled region under an update
+    kRegionsSwitched,  ///< the MCU restarts into its other enabled region during an update
     kResetLost,        ///< the new firmware is ready, and the MCU has not restarted
     kFalseSuccess,     ///< the MCU restarts while its status is read, and the bus reads as success
 };
 
 inline constexpr const char* kWindowNames[] = {
     "", "answer-lost", "before-restart", "restart-between", "regions-switched", "reset-lost", "false-success"};
+inline constexpr size_t kWindows = std::size(kWindowNames);
 
-/// More than a run may ever need.
-struct Bounds {
-    uint64_t transfers;
-    uint64_t slept_us;
+/// What a run through the faults may need at most.
+struct Limits {
+    uint64_t attempts;      ///< complete ones
+    uint64_t timeouts;      ///< commands polled in vain
+    uint64_t page_retries;  ///< each after a pause
 };
 
 class Judge {
 public:
-    /// Watches the board from now on.
+    /// Watches the board while it exists.
     Judge(sim::Board& board, const Setup& setup);
     ~Judge();
     Judge(const Judge&) = delete;
     Judge& operator=(const Judge&) = delete;
 
+    /// A process of the tool starts.
     void begin_run();
 
-    /// What would start now, and whether what runs is complete.
+    /// Checks which region would start now, and that the running one is complete.
     void check_now();
 
-    /// After a run that may have failed: its verdict, then the board once it has settled.
-    void end_run(const Run& run, const Bounds& bounds);
+    /// After a run that may have failed: its verdict, then the board once it has settled. `transfers` are those of an
+    /// undisturbed run.
+    void end_run(const Run& run, const Limits& limits, uint64_t transfers);
 
-    /// After a run that nothing disturbed: it must have succeeded in the usual number of transfers, and its firmware
-    /// must run.
+    /// After an undisturbed run: it must have succeeded with so many transfers, and its firmware must run.
     void end_undisturbed_run(const Run& run, uint64_t transfers);
 
-    /// Nothing will ever start again: no further run makes sense.
+    /// No region will ever start again: a further run is pointless.
     bool is_lost() const;
 
     Window window() const {
         return window_;
     }
 
-    /// Empty: everything held, or broke only within the window.
+    /// Empty: every rule held, or was broken only as the window explains.
     const std::string& failure() const {
         return failure_;
     }
@@ -81,10 +85,10 @@ private:
     sim::Board& board_;
     const Setup& setup_;
     const Material& material_;
-    size_t run_begin_ = 0;  // in the history, as the next one
+    size_t run_begin_ = 0;  // index in the board's history, as attempt_begin_
     size_t attempt_begin_ = 0;
     int attempt_running_ = 0;
-    // What the tool could know: whether it read a success behind the latest frame of the kind, in this run.
+    // What the tool can know: whether it has read a success after the latest frame of that command in this run.
     FrameCommand frame_ = FrameCommand::kReadVersion;
     bool disable_answered_ = true;
     bool reset_answered_ = false;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The ways in which an update is cut: one row of the table per kind.
+// The ways in which an update is interrupted: one row of the table per kind.
 #pragma once
 
 #include <cstdint>
@@ -9,30 +9,27 @@
 #include <vector>
 
 #include "tests/sweep/judge.h"
-#include "tests/sweep/setup.h"
 
 namespace sweep {
 
 enum class Mode {
-    kGoesOn,      ///< the tool lives on through the fault, then an undisturbed run follows
-    kKilled,      ///< point n: the tool ends after n transfers; only the board knows what was
-    kBothCut,     ///< point n: tool and MCU lose their power after n changing frames
-    kTornAndCut,  ///< the tool ends at the torn command, too
+    kGoesOn,      ///< the tool lives on through the faults, then an undisturbed run follows
+    kKilled,      ///< at point n the tool is killed after n transfers, then an undisturbed run follows
+    kBothCut,     ///< at point n tool and MCU lose their power after n changing frames, then an undisturbed run follows
+    kTornAndCut,  ///< the faults tear a command, and the tool loses its power at that moment
 };
 
 struct Kind {
     const char* name;
     Mode mode;
-    /// How many points there are when an undisturbed update has these counts.
-    uint64_t (*points)(const Counts& counts);
-    /// The faults of one point, as sv_board's --fault takes them; null where the mode says it all.
-    std::vector<std::string> (*faults)(uint64_t point, const Counts& counts);
-    Bounds (*bounds)(const Counts& counts);
-    std::vector<Setup> setups;
-    /// The windows that lie on the way, and how many of all points lead through each. Any other number is a failure.
+    std::string setups;  ///< a pattern (pattern.h) of what parse_setup takes
+    /// A pattern: one text per point, each with the faults as `sv_board --fault` takes them. Where the mode does not
+    /// inject faults, the texts only describe the points.
+    const char* points;
+    Limits limits;
+    /// The windows that these points lead through, and how many points lead through each. Any other number is a
+    /// failure.
     std::vector<std::pair<Window, uint64_t>> windows = {};
-    /// Whether the run through the fault went as it must, where the rules that always hold say too little.
-    bool (*went_well)(uint64_t point, const Counts& counts, const Run& run) = nullptr;
 };
 
 std::span<const Kind> kinds();

@@ -1,208 +1,219 @@
 // SPDX-License-Identifier: MIT
-// sv_sweep: cuts an update at every point, and prints a table of what held.
-#include <unistd.h>
-
+// sv_sweep: interrupts an update at every point and prints a table of what survived.
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <cinttypes>
 #include <cstdio>
+#include <iostream>
+#include <numeric>
 #include <random>
-#include <string>
-#include <thread>
+#include <sstream>
 
-#include "tests/sweep/endurance.h"
-#include "tests/sweep/workers.h"
+#include "tests/sweep/pattern.h"
+#include "tests/sweep/point.h"
 
 namespace {
 
 using sweep::Kind;
+using sweep::kWindows;
 using sweep::Outcome;
-using sweep::Row;
+using sweep::Point;
 using sweep::Setup;
-using sweep::Task;
 
-constexpr uint64_t kUpdatesInOneProcess = 10'000;
-constexpr uint64_t kProcesses = 1'000;
-constexpr uint64_t kProcessesPerTask = 50;
-constexpr uint64_t kTransfersPerTask = 300'000;
+constexpr size_t kMaxProblems = 20;
+const std::string kUnexplained = "UNEXPLAINED: ";
 
 struct Options {
     uint64_t sample = 0;
     uint64_t seed = 1;
-    unsigned jobs = std::max(1U, std::thread::hardware_concurrency());
     std::string kind;
     std::vector<uint64_t> points;
-    bool one_update = false;
+    std::string share;
+    uint64_t share_number = 0;
+    uint64_t shares = 1;
+    bool merge = false;
+
+    bool is_complete() const {
+        return sample == 0 && points.empty();
+    }
 };
 
-Task task_of(size_t row, const Kind& kind, const Setup& setup, uint64_t begin, uint64_t end) {
-    return {row, end - begin, [&kind, &setup, begin, end](const auto& tell) {
-                sweep::run_points(kind, setup, begin, end, [&](uint64_t point, const Outcome& outcome) {
-                    const bool failed = !outcome.failure.empty();
-                    tell(outcome, failed ? sweep::describe(kind, setup, point) : std::string());
-                });
-            }};
-}
+constexpr size_t kFailed = kWindows;  // index of an outcome after those of the windows; 0: everything held
+
+/// The outcomes of one kind.
+struct Row {
+    const Kind* kind = nullptr;
+    uint64_t points = 0;
+    std::array<uint64_t, kWindows + 1> outcomes{};
+};
+
+struct Table {
+    std::vector<Row> rows;
+    std::vector<std::string> problems;
+};
 
 /// The points of one kind in one setup: all, some, or a sample.
-void add_points(size_t row, const Kind& kind, const Setup& setup, const Options& options, std::mt19937_64& random,
-                std::vector<Task>& tasks) {
-    const sweep::Counts& counts = sweep::counts(setup);
-    const uint64_t points = kind.points(counts);
-    if (options.points.empty() && options.sample == 0) {
-        const uint64_t step = std::max<uint64_t>(1, kTransfersPerTask / counts.transfers);
-        for (uint64_t begin = 0; begin < points; begin += step) {
-            tasks.push_back(task_of(row, kind, setup, begin, std::min(points, begin + step)));
-        }
-        return;
+std::vector<Point> choose_points(const Kind& kind, const Setup& setup, const Options& options,
+                                 std::mt19937_64& random) {
+    const std::vector<std::string> texts = sweep::expand(kind.points, sweep::counts(setup));
+    std::vector<uint64_t> numbers = options.points;
+    while (numbers.size() < options.sample) {
+        numbers.push_back(random() % texts.size());
     }
-    std::vector<uint64_t> chosen = options.points;
-    while (chosen.size() < options.sample) {
-        chosen.push_back(random() % points);
+    for (uint64_t number = 0; options.is_complete() && number < texts.size(); ++number) {
+        numbers.push_back(number);
     }
-    for (const uint64_t point : chosen) {
-        if (point < points) {
-            tasks.push_back(task_of(row, kind, setup, point, point + 1));
+    std::sort(numbers.begin(), numbers.end());
+    std::vector<Point> points;
+    for (const uint64_t number : numbers) {
+        if (number < texts.size()) {
+            points.push_back({number, texts[number]});
         }
     }
+    return points;
 }
 
-Task endurance_task(size_t row, uint64_t points, std::string (*run)(uint64_t)) {
-    return {row, points, [points, run](const auto& tell) {
-                const std::string problem = run(points);
-                for (uint64_t i = 0; i < points; ++i) {
-                    tell(Outcome{sweep::Window::kNone, problem}, "endurance");
-                }
-            }};
-}
-
-std::string in_new_processes(uint64_t processes) {
-    char path[4096];
-    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
-    return sweep::update_in_new_processes(std::string(path, static_cast<size_t>(std::max<ssize_t>(length, 0))),
-                                          processes);
-}
-
-void add_endurance(const Options& options, std::vector<Row>& rows, std::vector<Task>& tasks) {
-    const uint64_t updates = options.sample == 0 ? kUpdatesInOneProcess : 10 + 30 * options.sample;
-    rows.push_back({"complete updates in one process"});
-    tasks.push_back(endurance_task(rows.size() - 1, updates, sweep::update_in_one_process));
-    rows.push_back({"complete updates in a process each"});
-    const uint64_t processes = options.sample == 0 ? kProcesses : options.sample;
-    for (uint64_t begin = 0; begin < processes; begin += kProcessesPerTask) {
-        tasks.push_back(
-            endurance_task(rows.size() - 1, std::min(kProcessesPerTask, processes - begin), in_new_processes));
-    }
-}
-
-void print_table(const std::vector<Row>& rows) {
-    std::printf("\n%-40s %8s %8s  %s\n", "kind", "points", "held", "exceptions");
-    Row sum{"all"};
-    const auto print = [](const Row& row) {
-        std::string exceptions;
-        for (size_t i = 1; i < sweep::kWindows; ++i) {
-            if (row.windows[i] != 0) {
-                exceptions += std::string(exceptions.empty() ? "" : ", ") + sweep::kWindowNames[i] + " " +
-                              std::to_string(row.windows[i]);
-            }
-        }
-        if (row.failed != 0) {
-            exceptions += std::string(exceptions.empty() ? "" : ", ") + "UNEXPLAINED " + std::to_string(row.failed);
-        }
-        std::printf("%-40s %8" PRIu64 " %8" PRIu64 "  %s\n", row.name.c_str(), row.points, row.held,
-                    exceptions.c_str());
-    };
-    for (const Row& row : rows) {
-        print(row);
-        sum.points += row.points;
-        sum.held += row.held;
-        sum.failed += row.failed;
-        for (size_t i = 0; i < sweep::kWindows; ++i) {
-            sum.windows[i] += row.windows[i];
-        }
-    }
-    print(sum);
-}
-
-/// Exceptions that the kinds do not name, and in a complete run, any other number of them.
-void check_windows(const std::vector<Row>& rows, bool complete, std::vector<std::string>& problems) {
-    for (const Row& row : rows) {
-        uint64_t expected[sweep::kWindows] = {};
-        if (row.kind != nullptr) {
-            for (const auto& [window, count] : row.kind->windows) {
-                expected[static_cast<size_t>(window)] = count;
-            }
-        }
-        for (size_t i = 1; i < sweep::kWindows; ++i) {
-            if (complete ? row.windows[i] != expected[i] : row.windows[i] != 0 && expected[i] == 0) {
-                problems.push_back(row.name + ": " + std::to_string(row.windows[i]) + " times " +
-                                   sweep::kWindowNames[i] + ", and not " + std::to_string(expected[i]));
-            }
-        }
-    }
-}
-
-int run(const Options& options) {
-    std::vector<Row> rows;
-    std::vector<Task> tasks;
+/// Counts the points of all kinds, and tries those of this share.
+Table try_points(const Options& options) {
+    Table table;
     std::mt19937_64 random(options.seed);
+    uint64_t total = 0;
     for (const Kind& kind : sweep::kinds()) {
-        if (std::string(kind.name).find(options.kind) != std::string::npos) {
-            rows.push_back({kind.name});
-            rows.back().kind = &kind;
-            for (const Setup& setup : kind.setups) {
-                add_points(rows.size() - 1, kind, setup, options, random, tasks);
+        if (std::string(kind.name).find(options.kind) == std::string::npos) {
+            continue;
+        }
+        Row row{&kind};
+        for (const std::string& text : sweep::expand(kind.setups, {})) {
+            const Setup setup = sweep::parse_setup(text);
+            std::vector<Point> points = choose_points(kind, setup, options, random);
+            row.points += points.size();
+            std::erase_if(points, [&](const Point&) { return total++ % options.shares != options.share_number; });
+            if (options.merge || points.empty()) {
+                continue;
             }
+            sweep::run_points(kind, setup, points, [&](const Point& point, const Outcome& outcome) {
+                const bool failed = !outcome.failure.empty();
+                ++row.outcomes[failed ? kFailed : static_cast<size_t>(outcome.window)];
+                if (failed && table.problems.size() < kMaxProblems) {
+                    table.problems.push_back(std::string(kind.name) + ", point " + std::to_string(point.number) + ": " +
+                                             text + ", " + point.text + ": " + outcome.failure);
+                }
+            });
+        }
+        table.rows.push_back(row);
+    }
+    return table;
+}
+
+void print_problems(const Table& table) {
+    for (const std::string& problem : table.problems) {
+        std::printf("%s%s\n", kUnexplained.c_str(), problem.c_str());
+    }
+}
+
+void print_share(const Table& table) {
+    for (const Row& row : table.rows) {
+        for (const uint64_t number : row.outcomes) {
+            std::printf("%" PRIu64 " ", number);
+        }
+        std::printf("\n");
+    }
+    print_problems(table);
+}
+
+/// Adds the output of all shares, one after the other.
+void add_shares(std::istream& in, Table& table) {
+    size_t next = 0;
+    for (std::string line; std::getline(in, line);) {
+        if (line.starts_with(kUnexplained)) {
+            table.problems.push_back(line.substr(kUnexplained.size()));
+            continue;
+        }
+        std::istringstream numbers(line);
+        for (uint64_t& sum : table.rows[next++ % table.rows.size()].outcomes) {
+            uint64_t number = 0;
+            numbers >> number;
+            sum += number;
         }
     }
-    if (options.kind.empty() && options.points.empty()) {
-        add_endurance(options, rows, tasks);
+}
+
+/// Reports windows that the kind does not name, in a complete run also any other number of them, and points without an
+/// outcome.
+void check_row(const Row& row, bool complete, std::vector<std::string>& problems) {
+    const std::string name = row.kind->name;
+    std::array<uint64_t, kWindows> expected{};
+    for (const auto& [window, number] : row.kind->windows) {
+        expected[static_cast<size_t>(window)] = number;
     }
-    const sweep::Counts& counts = sweep::counts({});
-    std::printf("A complete update: %" PRIu64 " transfers, %" PRIu64 " commands, %" PRIu64 " of them frames, %" PRIu64
-                " of those changing.\n",
-                counts.transfers, counts.commands, counts.frames, counts.changes);
-    std::vector<std::string> problems = sweep::run_tasks(tasks, options.jobs, rows);
-    if (counts.transfers != 8785 || counts.commands != 4370 || counts.frames != 4342 || counts.changes != 4339) {
-        problems.emplace_back("a complete update consists of something else");
-    }
-    check_windows(rows, options.sample == 0 && options.points.empty(), problems);
-    print_table(rows);
-    for (const std::string& problem : problems) {
-        std::printf("UNEXPLAINED: %s\n", problem.c_str());
-    }
-    uint64_t told = 0;
-    uint64_t points = 0;
-    for (const Row& row : rows) {
-        points += row.points;
-        told += row.held + row.failed;
-        for (const uint64_t window : row.windows) {
-            told += window;
+    for (size_t i = 1; i < kWindows; ++i) {
+        const uint64_t number = row.outcomes[i];
+        if (complete ? number != expected[i] : number != 0 && expected[i] == 0) {
+            problems.push_back(name + ": " + std::to_string(number) + " times " + sweep::kWindowNames[i] +
+                               " instead of " + std::to_string(expected[i]));
         }
     }
-    if (points == 0 || told != points) {
-        std::printf("UNEXPLAINED: %" PRIu64 " of %" PRIu64 " points were tried\n", told, points);
-        return 1;
+    const uint64_t tried = std::accumulate(row.outcomes.begin(), row.outcomes.end(), uint64_t{0});
+    if (tried == 0 || tried != row.points) {
+        problems.push_back(name + ": " + std::to_string(tried) + " of " + std::to_string(row.points) +
+                           " points were tried");
     }
-    return problems.empty() ? 0 : 1;
+}
+
+void print_row(const char* name, const Row& row) {
+    std::string exceptions;
+    for (size_t i = 1; i <= kFailed; ++i) {
+        if (row.outcomes[i] != 0) {
+            exceptions += std::string(exceptions.empty() ? "" : ", ") +
+                          (i == kFailed ? "UNEXPLAINED" : sweep::kWindowNames[i]) + " " +
+                          std::to_string(row.outcomes[i]);
+        }
+    }
+    std::printf("%-40s %8" PRIu64 " %8" PRIu64 "  %s\n", name, row.points, row.outcomes[0], exceptions.c_str());
+}
+
+int print_table(Table& table, bool complete) {
+    Row sum;
+    std::printf("%-40s %8s %8s  %s\n", "kind", "points", "held", "exceptions");
+    for (const Row& row : table.rows) {
+        check_row(row, complete, table.problems);
+        print_row(row.kind->name, row);
+        sum.points += row.points;
+        for (size_t i = 0; i <= kFailed; ++i) {
+            sum.outcomes[i] += row.outcomes[i];
+        }
+    }
+    print_row("all", sum);
+    print_problems(table);
+    return sum.points != 0 && table.problems.empty() ? 0 : 1;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    CLI::App app("Cuts a firmware update at every point, on the simulated board, and tells what held.");
+    CLI::App app("Interrupts a firmware update at every point, on the simulated board, and reports what survived.");
     Options options;
-    app.add_option("--sample", options.sample, "so many points of each kind and setup, by chance, instead of all");
+    app.add_option("--sample", options.sample, "try N random points of each kind and setup instead of all");
     app.add_option("--seed", options.seed, "of the sample")->capture_default_str();
-    app.add_option("--jobs", options.jobs, "processes")->capture_default_str();
-    app.add_option("--kind", options.kind, "only kinds whose name holds this");
+    app.add_option("--kind", options.kind, "only kinds with this text in their name");
     app.add_option("--point", options.points, "only these points of each kind and setup");
-    app.add_flag("--one-update", options.one_update, "one undisturbed update; prints a digest of its transfers");
+    app.add_option("--share", options.share, "I/N: only the Ith of N shares, from 0; print the counts for --merge");
+    app.add_flag("--merge", options.merge, "read the counts of all shares from standard input and print the table");
     CLI11_PARSE(app, argc, argv);
-    if (options.one_update) {
-        const uint64_t digest = sweep::update_once();
-        std::printf("%016" PRIx64 "\n", digest);
-        return digest == 0 ? 1 : 0;
+    if (!options.share.empty() &&
+        (std::sscanf(options.share.c_str(), "%" SCNu64 "/%" SCNu64, &options.share_number, &options.shares) != 2 ||
+         options.share_number >= options.shares)) {
+        std::fprintf(stderr, "--share: I/N with I below N\n");
+        return 2;
     }
-    return run(options);
+    Table table = try_points(options);
+    if (!options.share.empty()) {
+        print_share(table);
+        return 0;
+    }
+    if (options.merge) {
+        add_shares(std::cin, table);
+    }
+    return print_table(table, options.is_complete());
 }

@@ -10,14 +10,16 @@ namespace sweep {
 
 struct Outcome {
     Window window = Window::kNone;
-    std::string failure;  ///< empty: what must hold held, or broke only within the window
+    std::string failure;  ///< empty: every rule held, or was broken only as the window explains
 };
 
-/// Tries the points `begin` up to, not including, `end`, and tells what came of each.
-void run_points(const Kind& kind, const Setup& setup, uint64_t begin, uint64_t end,
-                const std::function<void(uint64_t, const Outcome&)>& tell);
+struct Point {
+    uint64_t number;   ///< from 0
+    std::string text;  ///< from the kind's pattern
+};
 
-/// The faults of a point, for reports.
-std::string describe(const Kind& kind, const Setup& setup, uint64_t point);
+/// Tries the points, in ascending order, and reports the outcome of each.
+void run_points(const Kind& kind, const Setup& setup, const std::vector<Point>& points,
+                const std::function<void(const Point&, const Outcome&)>& report);
 
 }  // namespace sweep

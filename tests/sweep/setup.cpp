@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "tests/sweep/setup.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdio>
 #include <map>
+#include <sstream>
+#include <stdexcept>
 #include <tuple>
 
 #include "mcu/flash_geometry.h"
@@ -21,29 +21,21 @@ constexpr uint64_t kBitNs = 2500;
 constexpr uint16_t kFileSwid = 0x0123;
 constexpr uint64_t kSettleUs = 60'000'000;
 
-const char* name_of(Pages pages) {
-    switch (pages) {
-        case Pages::kAll: return "all";
-        case Pages::kThree: return "three";
-        case Pages::kEighth: return "eighth";
-        case Pages::kEdges: return "edges";
-        case Pages::kNone: return "none";
-    }
-    return "";
+const std::map<std::string, Start> kStarts = {{"both-enabled", Start::kBothEnabled},
+                                              {"updated", Start::kUpdated},
+                                              {"up-to-date", Start::kUpToDate},
+                                              {"reboot-only", Start::kRebootOnly}};
+
+bool is_marked(const std::string& pages, int page) {
+    const std::map<std::string, bool> marked = {{"all", true},
+                                                {"three", page < 3},
+                                                {"eighth", page % 8 == 0},
+                                                {"edges", page == 0 || page == kProgrammedPages - 1},
+                                                {"none", false}};
+    return marked.at(pages);
 }
 
-bool is_marked(Pages pages, int page) {
-    switch (pages) {
-        case Pages::kAll: return true;
-        case Pages::kThree: return page < 3;
-        case Pages::kEighth: return page % 8 == 0;
-        case Pages::kEdges: return page == 0 || page == kProgrammedPages - 1;
-        case Pages::kNone: return false;
-    }
-    return false;
-}
-
-UpdateFileBytes make_file(Pages pages) {
+UpdateFileBytes make_file(const std::string& pages) {
     UpdateFileBytes file;
     for (int page = 0; page < kProgrammedPages; ++page) {
         if (is_marked(pages, page)) {
@@ -51,8 +43,8 @@ UpdateFileBytes make_file(Pages pages) {
             file.fill_page(static_cast<uint16_t>(kRegionPages + page));
         }
     }
-    if (pages == Pages::kAll) {
-        // What no update may write: the last page of each region, and what is above them.
+    if (pages == "all") {
+        // No update may write these: the last page of each region, and the pages above the regions.
         for (const int page : {kRegionPages - 1, 2 * kRegionPages - 1, 2 * kRegionPages, kMemoryPages - 1}) {
             file.fill_page(static_cast<uint16_t>(page));
         }
@@ -61,39 +53,50 @@ UpdateFileBytes make_file(Pages pages) {
 }
 
 struct Files {
-    std::map<Pages, Material> all;
-    const pid_t owner = getpid();
+    std::map<std::string, Material> all;
 
     ~Files() {
-        if (getpid() == owner) {
-            for (const auto& [pages, material] : all) {
-                std::remove(material.path.c_str());
-            }
+        for (const auto& [pages, material] : all) {
+            std::remove(material.path.c_str());
         }
     }
 };
 
 }  // namespace
 
-std::string describe(const Setup& setup) {
-    std::string text = "region " + std::to_string(setup.running) + " runs, pages " + name_of(setup.pages) + ", boots " +
-                       setup.boot_choice + " within " + std::to_string(setup.boot_ms) + " ms";
-    constexpr const char* starts[] = {"", ", both enabled", ", updated", ", up to date", ", reboot only"};
-    text += starts[static_cast<size_t>(setup.start)];
-    for (const std::string& flag : setup.flags) {
-        text += " " + flag;
+Setup parse_setup(const std::string& text) {
+    Setup setup;
+    setup.text = text;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        const std::string value = word.substr(word.find('=') + 1);
+        if (word.starts_with("--")) {
+            setup.flags.push_back(word);
+        } else if (word.starts_with("runs=")) {
+            setup.running = std::stoi(value);
+        } else if (word.starts_with("boots=")) {
+            setup.boot_choice = value;
+        } else if (word.starts_with("pages=")) {
+            setup.pages = value;
+        } else if (word.starts_with("boot_ms=")) {
+            setup.boot_ms = static_cast<uint32_t>(std::stoul(value));
+        } else if (word.starts_with("start=")) {
+            setup.start = kStarts.at(value);
+        } else {
+            throw std::invalid_argument(text);
+        }
     }
-    return text;
+    return setup;
 }
 
-const Material& material(Pages pages) {
+const Material& material(const std::string& pages) {
     static Files files;
     if (const auto known = files.all.find(pages); known != files.all.end()) {
         return known->second;
     }
     const UpdateFileBytes file = make_file(pages);
     Material& made = files.all[pages];
-    made.path = write_temporary(std::string("sweep_") + name_of(pages), file.bytes());
+    made.path = write_temporary("sweep_" + pages, file.bytes());
     for (int region = 0; region < 2; ++region) {
         std::vector<uint8_t>& content = made.regions[region];
         content.assign(kRegionSize, 0xFF);
@@ -108,7 +111,7 @@ const Material& material(Pages pages) {
 }
 
 const Counts& counts(const Setup& setup) {
-    static std::map<std::tuple<Pages, Start, std::vector<std::string>>, Counts> all;
+    static std::map<std::tuple<std::string, Start, std::vector<std::string>>, Counts> all;
     const auto [entry, is_new] = all.try_emplace({setup.pages, setup.start, setup.flags});
     Counts& counts = entry->second;
     if (!is_new) {
@@ -166,7 +169,7 @@ std::unique_ptr<sim::Board> make_board(const Setup& setup) {
     return board;
 }
 
-Run run_update(sim::Board& board, const std::vector<std::string>& flags, Pages pages) {
+Run run_update(sim::Board& board, const std::vector<std::string>& flags, const std::string& pages) {
     std::vector<std::string> words = flags;
     words.insert(words.end(), {"--update", material(pages).path});
     FakeKernel kernel(board);

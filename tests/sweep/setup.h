@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Where a point of the sweep begins: a board, an update file, and the words of the command line.
+// The start of each point of the sweep: a board, an update file, and the words of the command line.
 #pragma once
 
 #include <cstdint>
@@ -12,35 +12,30 @@
 
 namespace sweep {
 
-enum class Pages {
-    kAll,     ///< all 255 of both regions, and some that are never programmed
-    kThree,   ///< the first three
-    kEighth,  ///< every eighth
-    kEdges,   ///< the first and the last
-    kNone,
-};
-
 enum class Start {
     kUsual,        ///< one region runs; the other one holds older firmware and is disabled
-    kBothEnabled,  ///< the other one is enabled, too
+    kBothEnabled,  ///< the other region is enabled, too
     kUpdated,      ///< an update is done, and the MCU has not restarted yet
     kUpToDate,     ///< the file's firmware runs already
-    kRebootOnly,   ///< what runs has no software id, and the other region holds the file's firmware, enabled
+    kRebootOnly,   ///< the running firmware has no software id; the other region holds the file's firmware, enabled
 };
 
 struct Setup {
+    std::string text;  ///< as in the table of kinds, for reports
     int running = 0;
-    Pages pages = Pages::kAll;
-    const char* boot_choice = "latest";
+    /// Marked in the file: "all" 255 of both regions and some that are never programmed, the first "three", every
+    /// "eighth", the first and the last ("edges"), or "none".
+    std::string pages = "all";
+    std::string boot_choice = "latest";
     uint32_t boot_ms = 5;
     Start start = Start::kUsual;
     std::vector<std::string> flags;  ///< commands before --update
 };
 
-/// For reports: "region 0 runs, all pages, …".
-std::string describe(const Setup& setup);
+/// From words like "runs=1 boots=0 pages=three start=updated boot_ms=0 --update-without-reset". Throws on any other.
+Setup parse_setup(const std::string& text);
 
-/// What an undisturbed update consists of.
+/// An undisturbed update in numbers.
 struct Counts {
     uint64_t transfers = 0;
     uint64_t commands = 0;
@@ -53,10 +48,10 @@ struct Material {
     std::vector<uint8_t> regions[2];  ///< what each region holds once the file has been programmed
 };
 
-/// Made at the first call for these pages. The files go with the process that made them.
-const Material& material(Pages pages);
+/// Made at the first call with these pages. The files are removed when the process exits.
+const Material& material(const std::string& pages);
 
-/// Of an update from this start with these pages and flags.
+/// Of an update with this start, these pages and these flags.
 const Counts& counts(const Setup& setup);
 
 /// What a region holds before the update.
@@ -73,12 +68,12 @@ struct Run {
 };
 
 /// One process of the tool, on a bus of 400 kHz.
-Run run_update(sim::Board& board, const std::vector<std::string>& flags, Pages pages);
+Run run_update(sim::Board& board, const std::vector<std::string>& flags, const std::string& pages);
 
 /// The form of the frame that a transfer writes; null when it writes none.
 const sim::FrameForm* frame_of(const sim::Transfer& transfer);
 
-/// The board after a minute, without faults.
+/// Clears all faults and lets a minute pass.
 void settle(sim::Board& board);
 
 }  // namespace sweep
