@@ -10,6 +10,7 @@
 #include "status/host_probes.h"
 #include "status/reports.h"
 #include "status/status_line.h"
+#include "util/process.h"
 
 namespace {
 
@@ -39,7 +40,7 @@ void dump_mcu(CommandContext& context, DumpData& data) {
     print_input_status(device, data.status_block);
     rearm_reset_marker(device, data.status_block);
     if (read_diagnostics(device, data.record)) {
-        print_diagnostics_dump(device, data.record);
+        print_diagnostics_dump(device.calibration(), data.record);
     } else {
         std::fprintf(stderr, "SVMCU ERROR: while getting diagnostics: %s\n", device.last_error.c_str());
     }
@@ -55,8 +56,8 @@ void dump_poe(McuDevice& device) {
     }
 }
 
-void dump_charger(McuDevice& device, CapRegisters& words) {
-    if (read_charger_registers(device, words)) {
+void dump_charger(const McuDevice& device, CapRegisters& words) {
+    if (read_charger_registers(*device.bus, words)) {
         print_cap_status(words);
     } else {
         // The text is that of an older failure: the charger's reads have none of their own.
@@ -75,12 +76,14 @@ void dump(CommandContext& context, DumpData& data) {
 }  // namespace
 
 bool run_status(CommandContext& context) {
+    const BrokenPipeScope broken_pipe;
     print_status_line(context.device, {});
     std::printf("\n");
     return true;
 }
 
 bool run_status_rebooted(CommandContext& context) {
+    const BrokenPipeScope broken_pipe;
     print_status_line(context.device, {});
     std::printf(" REBOOTED\n");
     return true;
@@ -106,6 +109,7 @@ bool run_dumps(CommandContext& context) {
 }
 
 bool run_status_poe(CommandContext& context) {
+    const BrokenPipeScope broken_pipe;
     bool present = false;
     if (!read_poe_gpio(context.device, present)) {
         std::fprintf(stderr, "ERROR: %s", context.device.last_error.c_str());
@@ -116,11 +120,13 @@ bool run_status_poe(CommandContext& context) {
 }
 
 bool run_status_cable(CommandContext& context) {
+    const BrokenPipeScope broken_pipe;
     print_cable_report(context.device);
     return true;
 }
 
 bool run_status_pse_adc(CommandContext& context) {
+    const BrokenPipeScope broken_pipe;
     if (!print_pse_adc_report(context.device)) {
         std::fprintf(stderr, "SVMCU ERROR: %s\n", context.device.last_error.c_str());
     }

@@ -35,50 +35,27 @@ int find_choice(std::span<const Choice> choices, std::string_view word) {
     return -1;
 }
 
-struct Parameter;
-
-/// What a parameter does with its value word; false has logged why.
-using SetValue = bool (*)(McuDevice& device, const Parameter& parameter, const char* value);
-
-bool set_settings_word(McuDevice& device, const Parameter& parameter, const char* value);
-bool set_led(McuDevice& device, const Parameter& parameter, const char* value);
-bool set_number(McuDevice& device, const Parameter& parameter, const char* value);
-
-/// A parameter by its first name, under which messages know it, and its other names.
+/// A parameter that takes a value word.
 struct Parameter {
-    std::string_view names[3];
-    SetValue set;
-    RegisterCommand command;  ///< that writes; the settings words are read with the one before it
-    uint16_t mask = 0;        ///< bits of a settings word, or of a number that is sent
+    const char* names[3];  ///< messages use the first one
+    /// Sends the value. Logs the reason before it returns false.
+    bool (*set)(McuDevice& device, const Parameter& parameter, const char* value);
+    RegisterCommand command;  ///< sends the value to the MCU
+    uint16_t mask = 0;        ///< its bits of the settings word, or the bits of a number that are sent
     std::span<const Choice> choices = {};
 };
 
 using enum RegisterCommand;
 
-constexpr Parameter kParameters[] = {
-    {{"priority", "extpriority", "prio"}, set_settings_word, kWriteInputMode, 0x03, kPriorities},
-    {{"w1validity"}, set_settings_word, kWriteEnableWord, 0x20, kW1Validity},
-    {{"teko1-pd", "pd1"}, set_settings_word, kWriteEnableWord, 0x01, kEnableWords},
-    {{"teko1-pse", "teko1", "pse1"}, set_settings_word, kWriteEnableWord, 0x02, kEnableWords},
-    {{"teko2-pd", "pd2"}, set_settings_word, kWriteEnableWord, 0x04, kEnableWords},
-    {{"teko2-pse", "teko2", "pse2"}, set_settings_word, kWriteEnableWord, 0x08, kEnableWords},
-    {{"led1"}, set_led, kSetLed1, 0, kLedColours},
-    {{"led2"}, set_led, kSetLed2, 0, kLedColours},
-    {{"psuled"}, set_number, kWriteW1Pio, 0xFFFF},
-    {{"test-extsw"}, set_number, kTestExtSwitch, 0xFF},
-    {{"test-10V"}, set_number, kTest10V, 0xFF},
-    {{"test-msg"}, set_number, kTestMessage, 0xFFFF},
-};
-
 bool log_invalid_value(const Parameter& parameter) {
-    log_message(kLogError, "invalid parameter to --set-mode %s", parameter.names[0].data());
+    log_message(kLogError, "invalid parameter to --set-mode %s", parameter.names[0]);
     return false;
 }
 
 bool set_settings_word(McuDevice& device, const Parameter& parameter, const char* value) {
     const bool is_input_mode = parameter.command == kWriteInputMode;
     uint16_t word = 0;
-    // Read before the value is looked at: a wrong value on a silent MCU is reported as a silent MCU.
+    // Read before the value is checked: with both wrong, the operator hears about the MCU.
     if (!run_register_command(device, is_input_mode ? kReadInputMode : kReadEnableWord, &word)) {
         return log_last_error(device);
     }
@@ -99,7 +76,7 @@ bool set_led(McuDevice& device, const Parameter& parameter, const char* value) {
            log_last_error(device);
 }
 
-/// Tells the operator what is odd about a test message; it is sent all the same.
+/// Warns about an unusual test message, which is sent nevertheless.
 void warn_about_message(uint32_t value) {
     if ((value & 0x0C) != 0) {
         std::fprintf(stderr, "WARNING: using reserved bits with --set-mode test-msg (%04x)\n", value);
@@ -129,6 +106,21 @@ bool set_number(McuDevice& device, const Parameter& parameter, const char* value
                         : run_register_command_with_param(device, sent, parameter.command, nullptr);
     return ok || log_last_error(device);
 }
+
+constexpr Parameter kParameters[] = {
+    {{"priority", "extpriority", "prio"}, set_settings_word, kWriteInputMode, 0x03, kPriorities},
+    {{"w1validity"}, set_settings_word, kWriteEnableWord, 0x20, kW1Validity},
+    {{"teko1-pd", "pd1"}, set_settings_word, kWriteEnableWord, 0x01, kEnableWords},
+    {{"teko1-pse", "teko1", "pse1"}, set_settings_word, kWriteEnableWord, 0x02, kEnableWords},
+    {{"teko2-pd", "pd2"}, set_settings_word, kWriteEnableWord, 0x04, kEnableWords},
+    {{"teko2-pse", "teko2", "pse2"}, set_settings_word, kWriteEnableWord, 0x08, kEnableWords},
+    {{"led1"}, set_led, kSetLed1, 0, kLedColours},
+    {{"led2"}, set_led, kSetLed2, 0, kLedColours},
+    {{"psuled"}, set_number, kWriteW1Pio, 0xFFFF},
+    {{"test-extsw"}, set_number, kTestExtSwitch, 0xFF},
+    {{"test-10V"}, set_number, kTest10V, 0xFF},
+    {{"test-msg"}, set_number, kTestMessage, 0xFFFF},
+};
 
 bool store_settings(McuDevice& device) {
     uint16_t enable = 0;
@@ -160,8 +152,8 @@ constexpr Action kActions[] = {
 
 const Parameter* find_parameter(std::string_view word) {
     for (const Parameter& parameter : kParameters) {
-        for (const std::string_view name : parameter.names) {
-            if (!name.empty() && name == word) {
+        for (const char* name : parameter.names) {
+            if (name != nullptr && name == word) {
                 return &parameter;
             }
         }

@@ -89,6 +89,15 @@ bool update_and_report(McuDevice& device) {
     return true;
 }
 
+/// Loads the file and logs what it holds.
+bool load_and_log(McuDevice& device, const char* path) {
+    if (!load_update_file(device, path)) {
+        return false;
+    }
+    log_message(kLogInfo, "update file swid %04x crc %04x %04x", device.file_swid, device.file_crc0, device.file_crc1);
+    return true;
+}
+
 const char* load_verdict(bool loaded) {
     return loaded ? "okay" : "error";
 }
@@ -154,23 +163,21 @@ bool run_erase(CommandContext& context) {
 bool run_read(CommandContext& context) {
     McuDevice& device = context.device;
     const char* path = context.words.take();
-    FilePointer file(std::fopen(path, "wb"), std::fclose);
     std::printf("reading %s\n", path);
-    if (file == nullptr) {
-        std::puts("could not open file");
-        return false;
-    }
+    // Allocated before the file is opened, which truncates it.
     const ByteBuffer memory = allocate_bytes(kMemorySize);
     if (memory == nullptr) {
         log_message(kLogError, "out of memory for the read-back");
         return false;
     }
-    // Not examined: it supplies the page size, without which read_memory refuses.
-    read_version(device, nullptr);
-    // By pages: a large block is filled by one instruction, which emulators and profilers count byte by byte.
-    for (uint32_t at = 0; at < kMemorySize; at += kPageSize) {
-        std::memset(memory.get() + at, kUnreadFill, kPageSize);
+    FilePointer file(std::fopen(path, "wb"), std::fclose);
+    if (file == nullptr) {
+        std::puts("could not open file");
+        return false;
     }
+    // Result ignored: without the page size that it supplies, read_memory refuses.
+    read_version(device, nullptr);
+    std::memset(memory.get(), kUnreadFill, kMemorySize);
     if (!read_memory(device, 0, kMemoryPages, memory.get(), kMemorySize)) {
         log_message(kLogError, "could not read data (%s)", device.last_error.c_str());
         return false;
@@ -185,7 +192,7 @@ bool run_read(CommandContext& context) {
 bool run_update_command(CommandContext& context) {
     McuDevice& device = context.device;
     const char* path = context.words.take();
-    const bool loaded = load_update_file(device, path);
+    const bool loaded = load_and_log(device, path);
     log_message(kLogInfo, "update file = %s (%s)", load_verdict(loaded), path);
     if (!loaded) {
         return log_last_error(device);
@@ -209,7 +216,7 @@ bool run_upd(CommandContext& context) {
 bool run_read_update(CommandContext& context) {
     McuDevice& device = context.device;
     const char* path = context.words.take();
-    const bool loaded = load_update_file(device, path);
+    const bool loaded = load_and_log(device, path);
     std::printf("reading file = %s (%s)\n", load_verdict(loaded), path);
     std::printf("message = %s\n", device.last_error.c_str());
     return true;

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "diag/formulas.h"
+#include "mcu/registers.h"
 
 namespace {
 

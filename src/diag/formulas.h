@@ -9,7 +9,7 @@
 #include "diag/diag_record.h"
 #include "diag/teko.h"
 #include "mcu/calibration.h"
-#include "mcu/transactions.h"
+#include "mcu/charger.h"
 
 static_assert(FLT_EVAL_METHOD == 0, "intermediate results must not be wider than their type (-msse2 -mfpmath=sse)");
 

@@ -73,11 +73,6 @@ bool read_head_words(McuDevice& device, DiagRecord& record) {
     return true;
 }
 
-bool read_diag_page(McuDevice& device, RegisterCommand command, uint8_t page, uint8_t* data, uint8_t length) {
-    return run_register_command_with_param(device, page, command, nullptr) &&
-           read_registers(device, kDataRegister, length, data);
-}
-
 bool read_pages(McuDevice& device, DiagRecord& record) {
     return read_diag_page(device, RegisterCommand::kReadTeko1Page, kLastPage, record.teko1_pages[kLastPage],
                           kDiagPageSize) &&
@@ -125,7 +120,7 @@ bool read_ports(McuDevice& device, DiagRecord& record) {
 }
 
 bool read_w1_rom(McuDevice& device, DiagRecord& record) {
-    // A failed command is not the end: the 1-Wire status tells.
+    // Result ignored: the 1-Wire status reports a failure.
     run_register_command(device, RegisterCommand::kReadRom, nullptr);
     return read_registers(device, kDataRegister, sizeof record.w1_rom, record.w1_rom) &&
            read_registers(device, kParameterRegister, 1, &record.w1_rom_status);
@@ -157,6 +152,11 @@ bool read_w1_eeprom(McuDevice& device, DiagRecord& record) {
 }
 
 }  // namespace
+
+bool read_diag_page(McuDevice& device, RegisterCommand command, uint8_t page, uint8_t* data, uint8_t length) {
+    return run_register_command_with_param(device, page, command, nullptr) &&
+           read_registers(device, kDataRegister, length, data);
+}
 
 bool read_diagnostics(McuDevice& device, DiagRecord& record) {
     record.valid = 0;

@@ -2,12 +2,15 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <string_view>
 
 /// One line of at most 127 characters; what is longer is cut.
 class ErrorText {
 public:
+    static constexpr size_t kSize = 128;  ///< with the NUL at its end
+
     ErrorText& operator=(std::string_view text) {
         const size_t length = std::min(text.size(), sizeof text_ - 1);
         std::memmove(text_, text.data(), length);
@@ -24,5 +27,5 @@ public:
     }
 
 private:
-    char text_[128] = "";
+    char text_[kSize] = "";
 };

@@ -6,10 +6,8 @@
 
 namespace {
 
-constexpr size_t kTextSize = 128;
-
 void set_text(McuDevice& device, const char* format, va_list values) {
-    char text[kTextSize] = "";
+    char text[ErrorText::kSize] = "";
     // Formatted before it is assigned: the old text is often one of the values.
     std::vsnprintf(text, sizeof text, format, values);
     device.last_error = text;

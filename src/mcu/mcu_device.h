@@ -17,9 +17,6 @@ struct McuLink {
 };
 
 struct UpdateSettings {
-    /// Outcome text of the latest operation that set one: the reason of a failure, or a report to be logged. Not
-    /// changed by operations that have nothing to say.
-    ErrorText last_error;
     uint8_t force_update = 1;            ///< program even when the MCU is up to date
     uint8_t update_without_reset = 0;    ///< leave the MCU running the old firmware
     uint8_t update_without_disable = 0;  ///< leave the old region enabled
@@ -27,7 +24,9 @@ struct UpdateSettings {
     uint8_t reset_now_sync = 0;          ///< reset without asking for a delayed one first
 };
 
-struct McuDevice : McuLink, McuInfo, UpdateImage, UpdateSettings, Calibration {
+struct McuDevice : McuLink, McuInfo, UpdateImage, UpdateSettings {
+    /// The text that the latest failure or report left. Operations without a text leave it as it is.
+    ErrorText last_error;
     uint8_t reset_marker = 0x11;  ///< a marker register that holds anything else means that the MCU was reset
 
     explicit McuDevice(I2cBus* i2c_bus) {
@@ -37,6 +36,13 @@ struct McuDevice : McuLink, McuInfo, UpdateImage, UpdateSettings, Calibration {
     McuInfo& info() {
         return *this;
     }
+
+    const Calibration& calibration() const {
+        return calibration_;
+    }
+
+private:
+    Calibration calibration_;
 };
 
 /// Formats the reason of a failure, cut to 127 characters, replaces `last_error` with it and returns false. The values

@@ -3,17 +3,6 @@
 
 namespace {
 
-struct ChargerWord {
-    uint8_t reg;
-    uint16_t CapRegisters::*member;
-};
-
-constexpr ChargerWord kChargerWords[] = {
-    {kChargerStatusRegister, &CapRegisters::cap_status}, {kChargerVinRegister, &CapRegisters::cap_vin},
-    {kChargerIinRegister, &CapRegisters::cap_iin},       {kChargerVcapRegister, &CapRegisters::cap_vcap},
-    {kChargerIchgRegister, &CapRegisters::cap_ichg},
-};
-
 bool write_single_register(McuDevice& device, uint8_t reg, uint8_t value) {
     if (write_registers(device, reg, 1, &value)) {
         return true;
@@ -101,16 +90,4 @@ bool read_status_block(McuDevice& device, uint8_t* block) {
 bool probe_mcu(McuDevice& device) {
     uint8_t marker = 0;
     return read_registers(device, kMarkerRegister, 1, &marker);
-}
-
-bool read_charger_registers(McuDevice& device, CapRegisters& words) {
-    words = CapRegisters{};
-    for (const ChargerWord& word : kChargerWords) {
-        uint8_t bytes[2];
-        if (!i2c_read(*device.bus, kChargerAddress, word.reg, sizeof bytes, bytes)) {
-            return false;
-        }
-        words.*word.member = get_le16(bytes);
-    }
-    return true;
 }

@@ -14,15 +14,6 @@
 /// The status block and one more byte: 1 when the block could be read, else 0.
 inline constexpr uint8_t kStatusBlockBufferSize = kStatusBlockSize + 1;
 
-/// Words of the charger, in the order in which they are read.
-struct CapRegisters {
-    uint16_t cap_status = 0;
-    uint16_t cap_vin = 0;
-    uint16_t cap_iin = 0;  ///< two's complement
-    uint16_t cap_vcap = 0;
-    uint16_t cap_ichg = 0;  ///< two's complement
-};
-
 /// A plain read of the MCU's registers. Sets no text.
 inline bool read_registers(McuDevice& device, uint8_t start, uint8_t length, uint8_t* data) {
     return i2c_read(*device.bus, device.address, start, length, data);
@@ -124,7 +115,3 @@ bool read_status_block(McuDevice& device, uint8_t* block);
 
 /// Reads the marker register and forgets it. Sets no text.
 bool probe_mcu(McuDevice& device);
-
-/// Reads the charger's words. The first that can't be read ends it; that one and those after it are 0 then. Sets no
-/// text.
-bool read_charger_registers(McuDevice& device, CapRegisters& words);

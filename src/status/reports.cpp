@@ -26,29 +26,30 @@ struct Temperatures {
 Temperatures read_all_temperatures(const McuDevice& device, const DiagRecord& record) {
     float host[2];
     read_temperatures(host);
-    return {static_cast<double>(host[0]) + 0.05, static_cast<double>(host[1]) + 0.05, mcu_temperature(device, record)};
+    return {static_cast<double>(host[0]) + 0.05, static_cast<double>(host[1]) + 0.05,
+            mcu_temperature(device.calibration(), record)};
 }
 
 bool has_something_to_show(const TekoView& teko) {
     return teko.page.cable_sum > 10 || teko.page.imp_valid_count > 10;
 }
 
-/// A count that ran full, or a voltage that no cable has.
+/// A line like this would spoil the series: too many valid impedance measurements, or more than 65 V on the cable.
 bool is_implausible(const Calibration& cal, const TekoView& teko) {
     return teko.page.imp_valid_count >= 100 || cable_volts(cal, teko.page) > 65.0F;
 }
 
-void print_cable_line(const McuDevice& device, const TekoView& teko, const char* timestamp, const char* uptime,
+void print_cable_line(const Calibration& cal, const TekoView& teko, const char* timestamp, const char* uptime,
                       const Temperatures& temperatures) {
     const TekoDiagPage& page = teko.page;
     std::printf("%s  up %s  TEKO%d = valid=%04x %4.0f %2d, cable=%5.2f %05x %2d, hpwr=%d, temp=%5.1f %5.1f %5.1f\n",
                 timestamp, uptime, teko.number, page.imp_valid_raw,
-                static_cast<double>(impedance(device, page.imp_valid_raw)), page.imp_valid_count,
-                static_cast<double>(cable_volts(device, page)), page.cable_sum, page.cable_count, page.hpwr,
+                static_cast<double>(impedance(cal, page.imp_valid_raw)), page.imp_valid_count,
+                static_cast<double>(cable_volts(cal, page)), page.cable_sum, page.cable_count, page.hpwr,
                 temperatures.network, temperatures.display, temperatures.mcu);
 }
 
-/// What can be read; the rest of the record stays zero.
+/// Reads as much of the record as the MCU gives; the rest stays zero.
 void read_for_cable_report(McuDevice& device, DiagRecord& record) {
     uint8_t block[kStatusBlockBufferSize] = {};
     if (!read_status_block(device, block)) {
@@ -56,11 +57,6 @@ void read_for_cable_report(McuDevice& device, DiagRecord& record) {
     } else if (!read_diagnostics(device, record)) {
         std::fprintf(stderr, "SVMCU ERROR: while getting diagnostics: %s\n", device.last_error.c_str());
     }
-}
-
-bool read_page(McuDevice& device, RegisterCommand command, uint8_t page, uint8_t* data) {
-    return run_register_command_with_param(device, page, command, nullptr) &&
-           read_registers(device, kDataRegister, kDiagPageSize, data);
 }
 
 void print_pse_adc_part(const Calibration& cal, const TekoView& teko) {
@@ -88,8 +84,8 @@ void print_cable_report(McuDevice& device) {
     const TekoView views[] = {teko1_view(record), teko2_view(record)};
     const bool show_both = !has_something_to_show(views[0]) && !has_something_to_show(views[1]);
     for (const TekoView& teko : views) {
-        if ((show_both || has_something_to_show(teko)) && !is_implausible(device, teko)) {
-            print_cable_line(device, teko, timestamp, uptime, temperatures);
+        if ((show_both || has_something_to_show(teko)) && !is_implausible(device.calibration(), teko)) {
+            print_cable_line(device.calibration(), teko, timestamp, uptime, temperatures);
         }
     }
 }
@@ -97,11 +93,11 @@ void print_cable_report(McuDevice& device) {
 bool print_pse_adc_report(McuDevice& device) {
     DiagRecord record;
     std::memset(&record, kPseAdcFill, sizeof record);
-    // Not examined: the pages decide.
+    // Result ignored: the report needs the pages, and they are read again below.
     read_diagnostics(device, record);
     for (uint8_t page = 0; page < kDiagPages; ++page) {
-        if (!read_page(device, RegisterCommand::kReadTeko1Page, page, record.teko1_pages[page]) ||
-            !read_page(device, RegisterCommand::kReadTeko2Page, page, record.teko2_pages[page])) {
+        if (!read_diag_page(device, RegisterCommand::kReadTeko1Page, page, record.teko1_pages[page], kDiagPageSize) ||
+            !read_diag_page(device, RegisterCommand::kReadTeko2Page, page, record.teko2_pages[page], kDiagPageSize)) {
             return false;
         }
     }
@@ -109,8 +105,8 @@ bool print_pse_adc_report(McuDevice& device) {
     format_timestamp(0, timestamp, sizeof timestamp);
     const Temperatures temperatures = read_all_temperatures(device, record);
     std::printf("%s ", timestamp);
-    print_pse_adc_part(device, teko1_view(record));
-    print_pse_adc_part(device, teko2_view(record));
+    print_pse_adc_part(device.calibration(), teko1_view(record));
+    print_pse_adc_part(device.calibration(), teko2_view(record));
     std::printf(" %5.1f %5.1f %5.1f\n", temperatures.network, temperatures.display, temperatures.mcu);
     return true;
 }

@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "log/log.h"
 #include "update/file_layout.h"
 #include "util/crc.h"
 #include "util/little_endian.h"
@@ -17,7 +16,7 @@ bool read_all(std::FILE* file, uint8_t* bytes, size_t count) {
     return std::fread(bytes, 1, count, file) == count;
 }
 
-/// Offset of the byte behind the magic, or 0 when there is none.
+/// Offset of the first byte after the magic, or 0 when there is no magic.
 off_t find_start(std::FILE* file) {
     char head[kFileSearchSize + 1];
     // As text: a NUL in the prefix ends the search.
@@ -106,9 +105,5 @@ bool parse_update_file(McuDevice& device, std::FILE* file) {
     if (info_position - static_cast<off_t>(kFileBodySize) != start) {
         return fail(device, "invalid file (wrong size)");
     }
-    if (!read_body(device, file, info)) {
-        return false;
-    }
-    log_message(kLogInfo, "update file swid %04x crc %04x %04x", device.file_swid, device.file_crc0, device.file_crc1);
-    return true;
+    return read_body(device, file, info);
 }

@@ -103,6 +103,8 @@ bool enable(McuDevice& device, const Region& target) {
         return fail(device, "could not enable other region (%d, %s)", target.number, device.last_error.c_str());
     }
     std::printf("enabled other region %d\n", target.number);
+    // Flushed: into a pipe or a file, too, the line is out before the step that follows it.
+    std::fflush(stdout);
     return true;
 }
 

@@ -33,6 +33,18 @@ void ignore_hangup() {
     std::signal(SIGHUP, SIG_IGN);
 }
 
+BrokenPipeScope::BrokenPipeScope() {
+    std::fflush(stdout);
+    struct sigaction by_default {};
+    by_default.sa_handler = SIG_DFL;
+    sigaction(SIGPIPE, &by_default, &before_);
+}
+
+BrokenPipeScope::~BrokenPipeScope() {
+    std::fflush(stdout);
+    sigaction(SIGPIPE, &before_, nullptr);
+}
+
 HangupScope::HangupScope() {
     sigaction(SIGHUP, nullptr, &before_);
 }

@@ -19,6 +19,20 @@ void buffer_output();
 /// A terminal that hangs up must not end the run from here on.
 void ignore_hangup();
 
+/// Within its scope a reader of the output that goes away ends the process (SIGPIPE has its default effect), so that a
+/// loop of reports in a pipe ends with its reader. What was printed before the scope is written out first, without that
+/// risk; what is printed in it is written out at its end. Then SIGPIPE is handled as before.
+class BrokenPipeScope {
+public:
+    BrokenPipeScope();
+    ~BrokenPipeScope();
+    BrokenPipeScope(const BrokenPipeScope&) = delete;
+    BrokenPipeScope& operator=(const BrokenPipeScope&) = delete;
+
+private:
+    struct sigaction before_ {};
+};
+
 /// Restores, at the end of its scope, how the process met a hang-up at its start.
 class HangupScope {
 public:

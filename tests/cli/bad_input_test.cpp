@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "tests/cli/update_fixture.h"
 
 using Words = std::vector<std::string>;
@@ -219,8 +221,10 @@ TEST(BadInput, NoMemoryForTheFlash) {
         sim::Board board;
         FakeKernel kernel(board);
         kernel.largest_block = 0x41FFF;
+        const auto size = std::filesystem::file_size(c.words[1]);
         const ToolRun run = run_tool_words(c.words);
         EXPECT_EQ(run.status, 255) << c.words[0];
+        EXPECT_EQ(std::filesystem::file_size(c.words[1]), size) << c.words[0];
         EXPECT_EQ(run.out, c.out) << c.words[0];
         EXPECT_EQ(run.err, c.err) << c.words[0];
         EXPECT_EQ(kernel.wire, Wire{}) << c.words[0];

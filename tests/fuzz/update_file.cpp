@@ -3,7 +3,7 @@
 #include "update/update_file.h"
 
 #include "tests/fuzz/edited_file.h"
-#include "tests/support/tool_run.h"
+#include "tests/support/fake_kernel.h"
 #include "tests/support/update_file_bytes.h"
 
 namespace {
@@ -38,14 +38,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     McuDevice device(nullptr);
     device.last_error = "before";
 
-    bool loads = false;
-    const ToolRun run = capture([&] {
-        loads = load_update_file(device, "file");
-        return 0;
-    });
+    const bool loads = load_update_file(device, "file");
     check(loads || size > 0, "the unchanged file loads");
-    check(run.out.empty() && is_text(run.err), "the log is text on standard error");
-    check(loads == contains(run.err, "] info  : update file swid "), "success alone is logged");
     check(loads == (device.last_error == "before"), "a failure has a reason");
     if (loads) {
         check_loaded(device, file);

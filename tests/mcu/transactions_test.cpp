@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "mcu/transactions.h"
 
+#include "mcu/charger.h"
 #include "tests/support/device_test.h"
 
 namespace {
@@ -175,7 +176,7 @@ TEST_F(Transactions, ChargerWordsComeFromTheirOwnAddressInOrder) {
     board.scenario.cap_ichg = 0x090A;
     device.address = 0x44;
     CapRegisters words;
-    EXPECT_TRUE(read_charger_registers(device, words));
+    EXPECT_TRUE(read_charger_registers(bus, words));
     EXPECT_EQ(kernel.wire, (Wire{"R 09 1b 2", "R 09 25 2", "R 09 28 2", "R 09 26 2", "R 09 29 2"}));
     EXPECT_EQ(words.cap_status, 0x0102);
     EXPECT_EQ(words.cap_vin, 0x0304);
@@ -184,7 +185,7 @@ TEST_F(Transactions, ChargerWordsComeFromTheirOwnAddressInOrder) {
     EXPECT_EQ(words.cap_ichg, 0x090A);
 
     board.add_fault("nack@8");
-    EXPECT_FALSE(read_charger_registers(device, words));
+    EXPECT_FALSE(read_charger_registers(bus, words));
     EXPECT_EQ(words.cap_vin, 0x0304);
     EXPECT_EQ(words.cap_iin, 0);
     EXPECT_EQ(words.cap_ichg, 0);

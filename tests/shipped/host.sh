@@ -33,6 +33,16 @@ expect 0 ".(1*).(1[0-9][0-9][0-9])" "info  : MCU could not be reached within 1.*
 expect 0 "" "" sv_updater --force-update --without-force-update --update-without-reset --update-with-reset \
   --update-without-disable --reset-delay 1
 
+# A reader of the output that has gone away ends the status line and the reports, and no other command.
+mkfifo pipe
+exec 3<>pipe 4>pipe 3>&-
+for row in "--status 141" "--status-poetest-rebooted 141" "--status-cable 141" "--dump 0" "--dumps 0" "--bom-version 0"; do
+  status=0
+  sv_updater ${row% *} >&4 2>err || status=$?
+  expect_same "status of ${row% *} without a reader" $status ${row#* }
+done
+exec 4>&-
+
 # The command line.
 for word in --bus --addr --reset-delay --read --update --upd --read-update; do
   expect 255 "ERROR: missing argument(s) to '$word'" "" sv_updater "$word"
