@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Manual pages and completion have the words that the programs have, and no others; the pages are good mdoc; every link in a
-# Markdown file leads somewhere. Usage: documents.sh FOLDER_OF_PROGRAMS SOURCE_FOLDER
+# Manual pages and completion have the words that the programs have, and no others; the pages are good mdoc; every link in
+# a Markdown file leads somewhere, and its lines are short. Usage: documents.sh FOLDER_OF_PROGRAMS SOURCE_FOLDER
 set -eu
 export LC_ALL=C.UTF-8
 programs=$(realpath "$1")
@@ -128,4 +128,10 @@ while IFS=: read -r file link; do
 done < <(find . -type d \( -name .git -o -name 'build*' \) -prune -o -name '*.md' -exec grep -Hoe '](\([^)]*\))' {} + | sed 's/:\](/:/; s/)$//' |
   grep -vE ':(https?|mailto):')
 [ "$links" -gt 0 ] || complain "no link was found"
+
+# --- Lines of Markdown files, outside tables and code blocks
+
+long=$(find . -type d \( -name .git -o -name 'build*' \) -prune -o -name '*.md' -exec awk 'FNR == 1 { code = 0 } /^```/ { code = !code }
+  !code && !/^    / && !/^ *\|/ { print FILENAME ":" FNR ":" $0 }' {} + | grep -oE '^[^:]*:[0-9]+:.{121}' | cut -d: -f1,2)
+[ -z "$long" ] || complain "more than 120 characters: $long"
 exit "$bad"
