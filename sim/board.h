@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The simulated board: one bus with the MCU, the charger and the two presence chips on it, faults, a clock, and a list
-// of everything that the host did against the rules.
+// The simulated board: one bus with the MCU, the charger and two presence devices, injected faults, a clock, and a list
+// of the rules that the host broke.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +22,7 @@ struct Message {
     std::span<uint8_t> bytes;
 };
 
-/// A transfer as it went over the wire, for traces and tests.
+/// A completed transfer, for traces and tests.
 struct Transfer {
     uint64_t number;
     uint64_t time_us;
@@ -42,9 +42,9 @@ public:
     FlashModel flash;
     McuModel mcu;
     std::vector<Fault> faults;
-    std::vector<std::string> violations;  ///< what the host must not do
+    std::vector<std::string> violations;  ///< one sentence for each rule that the host broke
     std::function<void(const Transfer&)> on_transfer;
-    std::function<void()> on_kill;  ///< ends the program under test
+    std::function<void()> on_kill;  ///< called by the fault "kill" to end the program under test
 
     /// The board's clock, in microseconds; the owner moves it.
     uint64_t now_us = 0;
@@ -56,10 +56,10 @@ public:
         return transfers_;
     }
 
-    /// From now on all is well with the bus.
+    /// Removes all faults, and ends the effect of "dead".
     void clear_faults();
 
-    /// Parses and adds a fault; aborts the program on a mistake in it. For tests.
+    /// Parses and adds a fault. Aborts if the text is wrong. For tests.
     void add_fault(const std::string& text);
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The MCU's commands under the names by which faults and traces call them.
+// The names of the MCU's commands in faults and traces.
 #pragma once
 
 #include <cstdint>
@@ -12,32 +12,33 @@
 
 namespace sim {
 
-/// How a frame must look. The key is 0 where the command takes none.
+/// The form that a frame of this command must have.
 struct FrameForm {
     FrameCommand command;
     std::string_view name;
-    uint8_t start;
-    uint8_t key;
-    bool changes;  ///< the flash, the page being handed over, the regions or the running program
+    uint8_t start;  ///< register of the first byte; the frame ends with the command register
+    uint8_t key;    ///< 0: the command takes no key
+    bool changes;   ///< changes the flash, the page buffer, the regions or the running program
 };
 
-/// A command of either form.
+/// A command of either form: in a frame, or with a parameter register.
 struct CommandCode {
-    bool frame;
+    bool frame;  ///< false: a register command
     uint8_t code;
 
     bool operator==(const CommandCode&) const = default;
 };
 
-/// Null for a code that the MCU does not know.
+/// Null when no frame command has this code.
 const FrameForm* find_frame_form(uint8_t code);
 
-/// "powerrail" and the like; "command-XX" for a code that has no name.
+/// For example "read-powerrail"; "command-XX" for an unknown code XX.
 std::string register_command_name(uint8_t code);
 
+/// Nothing when no command has this name.
 std::optional<CommandCode> find_command(std::string_view name);
 
-/// The command that a write message starts.
+/// The command that a write message starts, if any. REQUIRES: the message is not empty.
 std::optional<CommandCode> command_of(std::span<const uint8_t> bytes);
 
 /// True when the command carries a page number.

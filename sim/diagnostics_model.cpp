@@ -9,7 +9,7 @@ namespace sim {
 
 namespace {
 
-/// A command and the word that it reads or writes.
+/// A command and the scenario's word that it reads or writes.
 struct CommandWord {
     RegisterCommand command;
     uint16_t Scenario::*member;
@@ -58,16 +58,17 @@ DiagnosticsReply read_eeprom(const Scenario& scenario, uint16_t offset) {
     return {.ok = status == 0, .word = status, .data = part(scenario.w1_eeprom, offset, 8)};
 }
 
-/// Sums, counts and maxima of both lines; the last measurements stay.
+/// Clears sums, counts and maxima of both lines. The last measurements stay.
 void reset_diagnostics(Scenario& scenario) {
     constexpr size_t page5 = size_t{5} * 32;
     for (Bytes* pages : {&scenario.teko1_pages, &scenario.teko2_pages}) {
         std::fill_n(pages->begin() + page5 + 6, 11, uint8_t{0});  // cable_sum to imp_valid_count
-        std::fill_n(pages->begin() + page5 + 19, 3, uint8_t{0});  // the maxima and the count behind them
+        std::fill_n(pages->begin() + page5 + 19, 3,
+                    uint8_t{0});  // pse_state_max, pd_state_max and the power-off or under-voltage count
     }
 }
 
-/// Takes the power from the XLR input; other sources stay.
+/// Switches the XLR input off. Other sources stay.
 bool switch_off(Scenario& scenario, uint16_t param) {
     if (param != kSwitchOffXlr) {
         return false;
@@ -80,7 +81,7 @@ bool switch_off(Scenario& scenario, uint16_t param) {
     return true;
 }
 
-/// The host proves with the check word that it has seen both settings words.
+/// Fails unless the check word shows that the host has read both settings words.
 bool store(Scenario& scenario, uint16_t param) {
     if (param != (scenario.teko_enable ^ scenario.input_mode)) {
         return false;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the register commands answer.
+// The MCU's replies to register commands.
 #pragma once
 
 #include <cstdint>
@@ -10,13 +10,14 @@
 namespace sim {
 
 struct DiagnosticsReply {
-    bool known = true;
-    bool ok = true;
-    std::optional<uint16_t> word;  ///< for the parameter register
-    Bytes data;                    ///< for the data register
+    bool known = true;             ///< false: the MCU has no such command
+    bool ok = true;                ///< whether the command succeeds
+    std::optional<uint16_t> word;  ///< goes to the parameter register
+    Bytes data;                    ///< goes to the data register
 };
 
-/// Settings go into the scenario, and the reset of the diagnostics clears its counters and sums.
+/// Carries out the command `code` with `param` from the parameter register. Commands that change settings or reset the
+/// diagnostics change the scenario.
 DiagnosticsReply diagnostics_reply(Scenario& scenario, uint8_t code, uint16_t param);
 
 }  // namespace sim

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "sim/fault.h"
 
-#include <cstdlib>
-#include <regex>
+#include <charconv>
+#include <string_view>
 #include <utility>
 
 #include "mcu/flash_geometry.h"
@@ -14,7 +14,7 @@ namespace {
 struct KindForm {
     const char* name;
     FaultKind kind;
-    uint16_t max_value;  ///< 0: takes none
+    uint16_t max_value;  ///< 0: takes no value
     bool needs_value;
 };
 
@@ -33,7 +33,7 @@ constexpr std::pair<const char*, CommandGroup> kGroups[] = {
     {"any-change", CommandGroup::kChanges},
 };
 
-const KindForm* find_kind(const std::string& name) {
+const KindForm* find_kind(std::string_view name) {
     for (const KindForm& form : kKinds) {
         if (name == form.name) {
             return &form;
@@ -42,9 +42,93 @@ const KindForm* find_kind(const std::string& name) {
     return nullptr;
 }
 
-uint64_t number(const std::string& text) {
-    const bool hexadecimal = text.size() > 1 && text[1] == 'x';
-    return std::strtoull(text.c_str(), nullptr, hexadecimal ? 16 : 10);
+/// The words of a fault; those not given are empty.
+struct Words {
+    std::string_view kind;
+    std::string_view value;
+    std::string_view place;  ///< a transfer, a register or a command
+    std::string_view page;
+    std::string_view first;
+    std::string_view count;
+    std::string_view duration_ms;
+};
+
+bool consists_of(std::string_view text, std::string_view characters) {
+    return !text.empty() && text.find_first_not_of(characters) == std::string_view::npos;
+}
+
+bool is_number(std::string_view text, size_t max_digits) {
+    return consists_of(text, "0123456789") && text.size() <= max_digits;
+}
+
+bool is_positive(std::string_view text) {
+    return is_number(text, 18) && text[0] != '0';
+}
+
+bool is_hexadecimal(std::string_view text, size_t max_digits) {
+    return consists_of(text, "0123456789abcdef") && text.size() <= max_digits;
+}
+
+bool is_register(std::string_view text) {
+    return text.starts_with("reg-") && text.size() == 6 && is_hexadecimal(text.substr(4), 2);
+}
+
+bool is_name(std::string_view text) {
+    return consists_of(text, "abcdefghijklmnopqrstuvwxyz0123456789-") && text[0] >= 'a';
+}
+
+/// Moves what follows the last `mark` of `text` to `tail`. False when there is no mark.
+bool cut(std::string_view& text, char mark, std::string_view& tail) {
+    const size_t at = text.rfind(mark);
+    if (at == std::string_view::npos) {
+        return false;
+    }
+    tail = text.substr(at + 1);
+    text = text.substr(0, at);
+    return true;
+}
+
+/// Cuts xCOUNT or +TIMEms off the place. Names of commands contain an x, too: only one before a number counts.
+bool cut_extent(Words& words) {
+    std::string_view place = words.place;
+    if (place.ends_with("ms") && cut(place, '+', words.duration_ms)) {
+        words.place = place;
+        words.duration_ms.remove_suffix(2);
+        return is_number(words.duration_ms, 12);
+    }
+    std::string_view count;
+    if (cut(place, 'x', count) && (count == "*" || is_positive(count))) {
+        words.place = place;
+        words.count = count;
+    }
+    return true;
+}
+
+/// Nothing when the text does not have the form of a fault.
+std::optional<Words> split(std::string_view text) {
+    Words words;
+    bool good = cut(text, '@', words.place);
+    words.kind = text;
+    if (cut(words.kind, '=', words.value)) {
+        good = good && (is_number(words.value, 5) ||
+                        (words.value.starts_with("0x") && is_hexadecimal(words.value.substr(2), 2)));
+    }
+    good = good && cut_extent(words);
+    good = good && (!cut(words.place, '#', words.first) || is_positive(words.first));
+    good = good && (!cut(words.place, '/', words.page) || is_number(words.page, 3));
+    good = good && consists_of(words.kind, "abcdefghijklmnopqrstuvwxyz");
+    good = good && (is_name(words.place) || (is_positive(words.place) && words.page.empty()));
+    return good ? std::optional(words) : std::nullopt;
+}
+
+uint64_t number(std::string_view text, int base = 10) {
+    if (text.starts_with("0x")) {
+        text.remove_prefix(2);
+        base = 16;
+    }
+    uint64_t value = 0;
+    std::from_chars(text.data(), text.data() + text.size(), value, base);
+    return value;
 }
 
 bool is_in(CommandGroup group, CommandCode command) {
@@ -55,32 +139,36 @@ bool is_in(CommandGroup group, CommandCode command) {
     return form != nullptr && (group == CommandGroup::kFrames || form->changes);
 }
 
-/// Reads NAME[/PAGE]. On failure `problem` says why.
-bool parse_command(const std::string& name, const std::string& page, Fault& fault, std::string& problem) {
-    for (const auto& [group_name, group] : kGroups) {
-        if (name == group_name && page.empty()) {
+/// Reads the place and its page. Returns an empty text, or what is wrong.
+std::string parse_place(const Words& words, Fault& fault) {
+    if (is_positive(words.place)) {
+        fault.where = number(words.place);
+        return "";
+    }
+    if (is_register(words.place) && words.page.empty()) {
+        fault.where = RegisterPlace{static_cast<uint8_t>(number(words.place.substr(4), 16))};
+        return "";
+    }
+    for (const auto& [name, group] : kGroups) {
+        if (words.place == name && words.page.empty()) {
             fault.where = group;
-            return true;
+            return "";
         }
     }
-    const auto command = find_command(name);
+    const auto command = find_command(words.place);
     if (!command) {
-        problem = "no such command: " + name;
-        return false;
+        return "no such command: " + std::string(words.place);
     }
-    if (!page.empty() && !has_page(*command)) {
-        problem = name + " has no page";
-        return false;
+    if (words.page.empty()) {
+        fault.where = CommandPlace{*command, std::nullopt};
+        return "";
     }
-    fault.where = CommandPlace{*command, std::nullopt};
-    if (!page.empty()) {
-        std::get<CommandPlace>(fault.where).page = static_cast<uint16_t>(number(page));
-    }
-    return true;
+    fault.where = CommandPlace{*command, static_cast<uint16_t>(number(words.page))};
+    return has_page(*command) ? "" : std::string(words.place) + " has no page";
 }
 
-/// Empty, or what is wrong with a fault of this kind.
-std::string check_kind(const KindForm& form, const std::string& value, bool has_command) {
+/// Empty, or what is wrong with the value or the place of this kind.
+std::string check_kind(const KindForm& form, std::string_view value, const Fault& fault) {
     const std::string name = form.name;
     if (!value.empty() && form.max_value == 0) {
         return name + " takes no value";
@@ -91,6 +179,8 @@ std::string check_kind(const KindForm& form, const std::string& value, bool has_
     if (!value.empty() && number(value) > form.max_value) {
         return name + " takes a value up to " + std::to_string(form.max_value);
     }
+    const bool has_command =
+        std::holds_alternative<CommandPlace>(fault.where) || std::holds_alternative<CommandGroup>(fault.where);
     return strikes_command(form.kind) && !has_command ? name + " needs the name of a command" : "";
 }
 
@@ -98,7 +188,7 @@ std::string check_kind(const KindForm& form, const std::string& value, bool has_
 
 bool Fault::matches(const TransferPlace& place) const {
     if (const auto* transfer = std::get_if<uint64_t>(&where)) {
-        // A transfer has a number of its own: from there on all count.
+        // Every later transfer counts, too: #N and xCOUNT go on from there.
         return place.number >= *transfer;
     }
     if (const auto* at = std::get_if<RegisterPlace>(&where)) {
@@ -126,42 +216,37 @@ bool Fault::strikes(const TransferPlace& place) {
 }
 
 std::optional<Fault> parse_fault(const std::string& text, std::string& problem) {
-    static const std::regex form(R"(([a-z]+)(?:=(0x[0-9a-f]{1,2}|\d{1,5}))?@)"
-                                 R"((?:([1-9]\d{0,17})|reg-([0-9a-f]{2})|([a-z][a-z0-9-]*?)(?:/(\d{1,3}))?))"
-                                 R"((?:#([1-9]\d{0,17}))?(?:x([1-9]\d{0,17}|\*)|\+(\d{1,12})ms)?)");
-    std::smatch part;
-    if (!std::regex_match(text, part, form)) {
-        problem = text + ": not a fault; it is written KIND[=VALUE]@WHERE[#N][xCOUNT]";
+    const auto words = split(text);
+    if (!words) {
+        problem = text + ": not a fault; expected KIND[=VALUE]@WHERE[#N][xCOUNT|+TIMEms]";
+        return std::nullopt;
+    }
+    const KindForm* kind = find_kind(words->kind);
+    if (kind == nullptr) {
+        problem = text + ": no such kind of fault: " + std::string(words->kind);
         return std::nullopt;
     }
     Fault fault;
-    const KindForm* kind = find_kind(part[1]);
-    if (kind == nullptr) {
-        problem = text + ": no such kind of fault: " + part[1].str();
-        return std::nullopt;
-    }
     fault.kind = kind->kind;
-    if (part[3].matched) {
-        fault.where = number(part[3]);
-    } else if (part[4].matched) {
-        fault.where = RegisterPlace{static_cast<uint8_t>(std::strtoul(part[4].str().c_str(), nullptr, 16))};
-    } else if (!parse_command(part[5], part[6], fault, problem)) {
-        problem = text + ": " + problem;
-        return std::nullopt;
+    std::string mistake = parse_place(*words, fault);
+    if (mistake.empty()) {
+        mistake = check_kind(*kind, words->value, fault);
     }
-    if (const std::string mistake = check_kind(*kind, part[2], part[5].matched); !mistake.empty()) {
+    if (!mistake.empty()) {
         problem = text + ": " + mistake;
         return std::nullopt;
     }
-    if (part[2].matched) {
-        fault.value = static_cast<uint16_t>(number(part[2]));
+    if (!words->value.empty()) {
+        fault.value = static_cast<uint16_t>(number(words->value));
     }
-    fault.first = part[7].matched ? number(part[7]) : 1;
-    if (part[8].matched) {
-        fault.count = part[8] == "*" ? kUnlimited : number(part[8]);
+    if (!words->first.empty()) {
+        fault.first = number(words->first);
     }
-    if (part[9].matched) {
-        fault.duration_us = number(part[9]) * 1000;
+    if (!words->count.empty()) {
+        fault.count = words->count == "*" ? kUnlimited : number(words->count);
+    }
+    if (!words->duration_ms.empty()) {
+        fault.duration_us = number(words->duration_ms) * 1000;
     }
     return fault;
 }

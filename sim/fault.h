@@ -1,28 +1,28 @@
 // SPDX-License-Identifier: MIT
-// Things that go wrong on purpose. One fault in words, as --fault takes it:
+// Injected faults. The text of a fault, as --fault takes it:
 //
 //   KIND[=VALUE]@WHERE[#N][xCOUNT|+TIMEms]
 //
-//   nack      the transfer is not acknowledged, and nothing happens
-//   dead      from this transfer on nothing at all is acknowledged
-//   lost      the device takes the transfer, but the host is told that it failed
-//   restart   the MCU restarts just before the transfer
-//   cut       the MCU loses its power right after it took the transfer, and starts again
-//   kill      the program under test is killed right after the transfer
-//   flip      every bit of the bytes read is wrong
+//   nack      the transfer is not acknowledged and has no effect
+//   dead      from this transfer on, no device acknowledges anything
+//   lost      the device carries out the transfer, but the host sees it fail
+//   restart   the MCU restarts before the transfer
+//   cut       the MCU loses power after the transfer, and restarts
+//   kill      the program under test is killed after the transfer
+//   flip      all bits of the bytes read are inverted
 //   fail      the command is not carried out and finishes with the status VALUE (0x80 if not given)
 //   hang      the command is not carried out and never finishes
 //   skip      the command is not carried out, but reports success
-//   slow      the command is carried out, and reports so at the VALUEth status read
-//   tear      the MCU loses its power inside the command and starts again: an erase has cleared VALUE pages by then, a
-//             commit has written VALUE bytes, anything else is done (VALUE above 0) or not (0)
+//   slow      the command is carried out, and reports its end at the VALUEth status read
+//   tear      the MCU loses power during the command, and restarts: an erase has cleared VALUE pages, a commit has
+//             written VALUE bytes, any other command is carried out (VALUE above 0) or not (0)
 //
-//   WHERE     a number: that transfer, counting from 1; a register of the MCU ("reg-0f"): transfers that begin there;
-//             the name of a command, a page behind it if it has one ("commit/100", "erase", "read-ports"); or
+//   WHERE     the number of a transfer, counted from 1; a register of the MCU ("reg-0f"): transfers that begin there;
+//             the name of a command, with a page if it takes one ("erase", "read-ports", "commit/100"); or
 //             "any-command", "any-frame", "any-change" (a frame that changes flash, regions or the running program)
-//   #N        from the Nth such transfer on (the first if not given)
-//   xCOUNT    so many such transfers; x* for all of them (one if not given)
-//   +TIMEms   or so long, from the first one on
+//   #N        starts at the Nth such transfer (1 if not given)
+//   xCOUNT    strikes COUNT such transfers, x* all of them (1 if not given)
+//   +TIMEms   strikes all such transfers for TIME milliseconds
 #pragma once
 
 #include <cstdint>
@@ -52,10 +52,10 @@ struct RegisterPlace {
     uint8_t reg;
 };
 
-/// What a fault can see of a transfer.
+/// What a fault is compared with: one transfer.
 struct TransferPlace {
     uint64_t number;
-    std::optional<uint8_t> mcu_register;
+    std::optional<uint8_t> mcu_register;  ///< that a write to the MCU begins at
     std::optional<CommandCode> command;
     std::optional<uint16_t> page;
     uint64_t time_us;
@@ -65,13 +65,13 @@ inline constexpr uint64_t kUnlimited = UINT64_MAX;
 
 struct Fault {
     FaultKind kind = FaultKind::kNack;
-    uint16_t value = 0x80;
+    uint16_t value = 0x80;  ///< VALUE
     std::variant<uint64_t, RegisterPlace, CommandPlace, CommandGroup> where = uint64_t{1};
     uint64_t first = 1;
     uint64_t count = 1;
     std::optional<uint64_t> duration_us;
 
-    /// Counts the transfer if it is one of those meant, and tells whether the fault strikes.
+    /// True when the fault strikes this transfer. Counts the transfer if WHERE matches it.
     bool strikes(const TransferPlace& place);
 
 private:
@@ -80,7 +80,7 @@ private:
     std::optional<uint64_t> began_us_;
 };
 
-/// Reads the words above. On failure nothing is returned and `problem` says why.
+/// Parses the text above. On failure returns nothing, and `problem` says why.
 std::optional<Fault> parse_fault(const std::string& text, std::string& problem);
 
 }  // namespace sim

@@ -152,7 +152,7 @@ Verdict FlashModel::tear_commit(uint16_t page, uint16_t checksum, uint32_t bytes
     }
     uint8_t* flash = memory_.data() + size_t{page} * kPageSize;
     for (size_t i = 0; i < kPageSize; ++i) {
-        // Programming only clears bits.
+        // Programming can only clear bits.
         if ((flash[i] & buffer_[i]) != buffer_[i]) {
             return violation(page_text("page %u is written onto flash that is not erased", page));
         }

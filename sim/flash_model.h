@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The flash, its two regions, and what the MCU allows to be done to them.
+// The flash with its two regions, and the MCU's rules for changing them.
 #pragma once
 
 #include <array>
@@ -14,20 +14,20 @@
 namespace sim {
 
 struct RegionState {
-    uint16_t swid = 0;  ///< 0: the region holds nothing
+    uint16_t swid = 0;  ///< 0: the region is erased
     bool enabled = false;
-    uint16_t checksum = 0;  ///< what the region's content must have to be started
+    uint16_t checksum = 0;  ///< the region starts only if its content has this checksum
 };
 
-/// What has become of a region.
+/// A change of a region's state.
 struct RegionEvent {
     enum Kind { kErased, kEnabled, kDisabled, kStarted } kind;
-    int region;  ///< -1 after kStarted: none could be started
+    int region;  ///< -1 with kStarted: no region could start
 
     bool operator==(const RegionEvent&) const = default;
 };
 
-/// What became of a request. A refusal can be ordinary, or the host has broken a rule.
+/// The result of a request. A refusal with a `violation` means that the host broke a rule; one without is ordinary.
 struct Verdict {
     bool ok = true;
     std::string violation;
@@ -38,13 +38,13 @@ Verdict violation(std::string text);
 
 class FlashModel {
 public:
-    /// Region 0 holds a made-up program with software id 0x0100 and runs; region 1 is erased.
+    /// Region 0 runs and holds pseudo-random bytes with software id 0x0100. Region 1 is erased.
     FlashModel();
 
-    /// Puts a program into a region as production does: erased, written, enabled.
+    /// Erases the region, writes the program and enables it, as production does.
     void install(int region, std::span<const uint8_t> program, uint16_t swid);
 
-    /// The region that runs; -1 when none could be started.
+    /// The running region; -1 when none could start.
     int running() const {
         return running_;
     }
@@ -53,14 +53,14 @@ public:
         return running_ == 0 ? 1 : 0;
     }
 
-    /// The region that would start now: an enabled one whose content is what was enabled; of two, the preferred one
-    /// (-1: the one enabled last). -1 when there is none.
+    /// The region that would start now: it is enabled, and its checksum is the enabled one. If both qualify, the
+    /// preferred one (-1: the one enabled last). -1 when neither qualifies.
     int next_start(int preferred) const;
 
-    /// Starts it. Forgets the segments of an unfinished page.
+    /// Starts that region. Segments of a page that is not committed are lost.
     void boot(int preferred);
 
-    /// Over the 255 pages that can be programmed.
+    /// CRC-16 over the region's 255 programmable pages.
     uint16_t checksum(int region) const;
 
     Verdict erase_other();
@@ -69,20 +69,20 @@ public:
     Verdict enable_other(uint16_t swid, uint16_t checksum);
     Verdict disable_running();
 
-    /// An erase that ends after so many pages of the region; the history counts it as one. What the region was enabled
-    /// with stays on record.
+    /// An erase that is cut short after `pages` pages. It counts as an erase in the history; the enable record is kept.
     void tear_erase(uint32_t pages);
 
-    /// A commit, refused like any other, that ends after so many bytes of the page.
+    /// A commit that is cut short after `bytes` bytes of the page. It is refused for the same reasons as any commit.
     Verdict tear_commit(uint16_t page, uint16_t checksum, uint32_t bytes);
 
+    /// Nothing when page or segment lies outside the flash.
     std::optional<std::span<const uint8_t>> segment(uint16_t page, uint8_t segment) const;
 
     const std::vector<uint8_t>& memory() const {
         return memory_;
     }
 
-    /// How often the content of a region has been written or erased.
+    /// How many times a page of the region was written, or the region erased.
     uint64_t writes(int region) const {
         return writes_[static_cast<size_t>(region)];
     }
@@ -101,11 +101,11 @@ private:
 
     std::vector<uint8_t> memory_ = std::vector<uint8_t>(kMemorySize, 0xFF);
     int running_ = 0;
-    // The page being handed over.
+    // The page buffer, which a commit writes to the flash.
     uint16_t buffer_page_ = 0;
     uint32_t buffer_segments_ = 0;  // bit s: segment s has arrived
     std::array<uint8_t, kPageSize> buffer_{};
-    bool segments_lost_ = false;  // at a restart; the host can't know
+    bool segments_lost_ = false;  // a restart emptied the buffer, which the host cannot know
     std::array<uint64_t, 2> writes_{};
     mutable std::array<std::optional<uint16_t>, 2> checksums_;
 };

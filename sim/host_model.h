@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The files of the board's Linux host that the tool looks at.
+// The files of the board's Linux host that the tool reads.
 #pragma once
 
 #include <optional>
@@ -12,14 +12,14 @@ namespace sim {
 
 struct HostFile {
     std::string path;
-    std::optional<std::string> content;  ///< empty: the file is not there
+    std::optional<std::string> content;  ///< nothing: the file does not exist
 };
 
 inline constexpr char kGpioExport[] = "/sys/class/gpio/export";
 inline constexpr char kGpioFolder[] = "/sys/class/gpio/gpio414";
 inline constexpr char kGpioValue[] = "/sys/class/gpio/gpio414/value";
 
-/// All of them but the export file; the GPIO's value stands here whether or not it has been exported.
+/// All of them except the export file. The GPIO's value is listed whether or not the line is exported.
 std::vector<HostFile> host_files(const Scenario& scenario);
 
 }  // namespace sim

@@ -23,7 +23,7 @@ using Data = std::unique_ptr<UMockdevIoctlData, void (*)(UMockdevIoctlData*)>;
 
 struct Device {
     TransferFunction transfer;
-    uint16_t slave = 0;  // of the SMBus calls; one client at a time uses them
+    uint16_t slave = 0;  // for SMBus calls, which only one client at a time makes
 };
 
 struct Result {
@@ -31,7 +31,7 @@ struct Result {
     int error;
 };
 
-/// The memory behind a pointer in the client's memory.
+/// The memory that a pointer in the client's memory refers to; null when it cannot be read.
 Data resolve(UMockdevIoctlData* data, size_t offset, size_t size) {
     GError* error = nullptr;
     UMockdevIoctlData* target = umockdev_ioctl_data_resolve(data, offset, size, &error);
@@ -86,7 +86,7 @@ Result rdwr(Device& device, UMockdevIoctlData* arg) {
     return {static_cast<long>(header.nmsgs), 0};
 }
 
-/// The two kinds of SMBus calls with which i2cdetect looks for devices, and byte data beside them.
+/// The two SMBus calls with which i2cdetect probes addresses: quick command and byte.
 Result smbus(Device& device, UMockdevIoctlData* arg) {
     const Data request = resolve(arg, 0, sizeof(i2c_smbus_ioctl_data));
     if (request == nullptr) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The ioctls of an i2c-dev file, answered by the board.
+// The ioctls of /dev/i2c-N, answered by the board.
 #pragma once
 
 #include <umockdev.h>

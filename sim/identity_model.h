@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The blocks in which the MCU says who it is.
+// The MCU's identity blocks; docs/protocol.md lists their bytes.
 #pragma once
 
 #include <array>
@@ -13,7 +13,7 @@ namespace sim {
 
 std::array<uint8_t, 32> version_block(const Scenario& scenario, const FlashModel& flash);
 
-/// Empty when the MCU fails the command.
+/// Nothing when the command fails.
 std::optional<std::array<uint8_t, 32>> version2_block(const Scenario& scenario);
 
 std::array<uint8_t, 10> flash_status(const Scenario& scenario, const FlashModel& flash);

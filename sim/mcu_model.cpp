@@ -13,7 +13,7 @@ namespace sim {
 namespace {
 
 constexpr uint8_t kSuccess = kStatusFinished | kStatusSucceeded;
-constexpr uint64_t kUnreadResetUs = 10'000;
+constexpr uint64_t kUnreadResetUs = 10'000;  // time to read the status of a delayed reset
 constexpr uint32_t kNever = UINT32_MAX;
 
 bool is_live_register(uint8_t reg) {
@@ -72,7 +72,7 @@ void McuModel::write(std::span<const uint8_t> bytes, const Fault* fault) {
     if (covers(kHandshakeRegister)) {
         state_.handshake_written = true;
         if (state_.registers[kHandshakeRegister] == 0) {
-            scenario_.status[0] = static_cast<uint8_t>(scenario_.status[0] & ~0x40);  // the message has been taken
+            scenario_.status[0] = static_cast<uint8_t>(scenario_.status[0] & ~0x40);  // the host has taken the message
         }
     }
     if (covers(kCommandRegister)) {
@@ -117,7 +117,7 @@ void McuModel::finish(Completion& completion, bool ok) {
     completion = {ok ? kSuccess : kStatusFinished, scenario_.polls};
 }
 
-/// For commands that are not carried out.
+/// The end of a command that the fault keeps from being carried out.
 Completion McuModel::completion_of(const Fault& fault) const {
     switch (fault.kind) {
         case FaultKind::kFail: return {static_cast<uint8_t>(fault.value), scenario_.polls};
@@ -167,7 +167,7 @@ void McuModel::start_frame_command(uint8_t start, std::span<const uint8_t> frame
     } else if (fault != nullptr && fault->kind != FaultKind::kSlow) {
         state_.frame = completion_of(*fault);
     } else if (form->command == FrameCommand::kResetNow) {
-        restart();  // and nobody is left to answer
+        restart();  // so there is no status to read
     } else {
         finish(state_.frame, execute_frame(*form, frame));
         state_.frame.polls_left = fault != nullptr ? fault->value : state_.frame.polls_left;
@@ -221,7 +221,7 @@ bool McuModel::delayed_reset(std::span<const uint8_t> frame) {
         return false;
     }
     state_.reset_due_us = state_.now_us + uint64_t{frame[0]} * 100'000;
-    // Even without a delay the host can still read that the command was accepted.
+    // With a delay of 0 the host can still read the status: the reset waits for that read, up to this time.
     state_.reset_grace_us = kUnreadResetUs;
     return true;
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The MCU as the bus sees it: 256 registers, two forms of commands, and a reset on its own clock.
+// The MCU as seen from the bus: 256 registers, frame and register commands, and resets on the board's clock.
 #pragma once
 
 #include <array>
@@ -40,7 +40,7 @@ public:
     /// Calls `on_violation` with one sentence for every rule that the host breaks.
     McuModel(Scenario& scenario, FlashModel& flash, std::function<void(const std::string&)> on_violation);
 
-    /// Lets time pass: a pending reset comes due. Time never goes back.
+    /// Moves the clock to `now_us`, never back. Carries out a pending reset that is due.
     void advance(uint64_t now_us);
 
     bool answers() const;
@@ -49,10 +49,10 @@ public:
     /// command register starts that command. `fault`, if not null, strikes this command.
     void write(std::span<const uint8_t> bytes, const Fault* fault);
 
-    /// A read message: from the register that was written last.
+    /// A read message: reads from the register that was addressed last, and from those above it.
     void read(std::span<uint8_t> bytes);
 
-    /// A reset: the registers are lost, and the MCU is silent for boot_ms.
+    /// A reset: the registers are cleared, and the MCU does not answer for boot_ms.
     void restart();
 
     const McuState& state() const {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Preloaded into the programs that sv_board runs, beside umockdev's own preload: shows the system-log lines, skips the
-// waiting, exports the GPIO, and hides host files that the board is said not to have. Needs the C library only.
+// Preloaded, before umockdev's own library, into the programs that sv_board runs: copies system-log lines to a file,
+// skips sleeps, exports the GPIO, and hides host files that the board does not have. Uses the C library only.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -50,7 +50,7 @@ uint64_t skipped_ns() {
     return clock == nullptr ? 0 : clock->skipped_ns.load();
 }
 
-/// True when the waiting has been skipped.
+/// True when the sleep was skipped, and the clock moved instead.
 bool skip(uint64_t ns) {
     SharedClock* clock = shared_clock();
     if (clock == nullptr || clock->fast.load() == 0) {
@@ -64,7 +64,7 @@ uint64_t to_ns(const timespec& time) {
     return static_cast<uint64_t>(time.tv_sec) * kNsPerSecond + static_cast<uint64_t>(time.tv_nsec);
 }
 
-/// The kernel exports the line when "414" has been written; here it happens as soon as anyone looks for the result.
+/// The kernel exports the line when "414" is written. Here it is exported when a program next opens a path below it.
 void settle_gpio(const char* path) {
     const char* root = std::getenv("UMOCKDEV_DIR");
     if (root == nullptr || path == nullptr || std::strncmp(path, kFolder, sizeof kFolder - 1) != 0) {
@@ -82,11 +82,12 @@ void settle_gpio(const char* path) {
         char folder[512];
         std::snprintf(folder, sizeof folder, "%s%s", root, kFolder);
         std::snprintf(name, sizeof name, "%s/sv_board/gpio414", root);
+        // Result ignored: it fails when the line is exported already.
         static_cast<void>(std::rename(name, folder));
     }
 }
 
-/// Settles what a look at the path means; true when the board has no such file.
+/// True when the board has no such file. Exports the GPIO first, if the path needs it.
 bool is_missing(const char* path) {
     settle_gpio(path);
     const char* missing = std::getenv(kMissingVariable);
@@ -95,8 +96,8 @@ bool is_missing(const char* path) {
     return missing != nullptr && length > 0 && std::strstr(missing, word) != nullptr;
 }
 
-/// umockdev connects a socket beside every device that is opened, which could become one of the standard descriptors
-/// when the program fills them with this one.
+/// umockdev opens a socket for every device that a program opens. A program that opens /dev/null to fill its standard
+/// descriptors would get that socket as one of them.
 bool is_null_device(const char* path) {
     return path != nullptr && std::strcmp(path, "/dev/null") == 0;
 }
@@ -116,6 +117,7 @@ void write_syslog(int priority, const char* format, va_list values) {
     std::snprintf(line, sizeof line, "<%d> %s\n", LOG_PRI(priority), message);
     const int fd = next<int(const char*, int, ...)>("open")(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
     if (fd >= 0) {
+        // Result ignored: a full disk must not change what the program under test does.
         static_cast<void>(!write(fd, line, std::strlen(line)));
         close(fd);
     }
@@ -138,7 +140,7 @@ void syslog(int priority, const char* format, ...) {
     va_end(values);
 }
 
-// The C library's name for it in programs built with _FORTIFY_SOURCE. NOLINTNEXTLINE(bugprone-reserved-identifier)
+// Programs built with _FORTIFY_SOURCE call syslog by this name. NOLINTNEXTLINE(bugprone-reserved-identifier)
 void __syslog_chk(int priority, int /*flag*/, const char* format, ...) {
     va_list values;
     va_start(values, format);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Typical situations of a board, by name.
+// Typical situations of a board.
 #pragma once
 
 #include <span>
@@ -18,7 +18,7 @@ struct Preset {
 
 std::span<const Preset> presets();
 
-/// Makes the preset's settings. Returns an empty text, or what is wrong.
+/// Sets the preset's knobs. Returns an empty text, or what is wrong.
 std::string apply_preset(Scenario& scenario, std::string_view name);
 
 }  // namespace sim

@@ -32,7 +32,7 @@ std::optional<uint64_t> parse_number(const std::string& text, uint64_t max) {
     return *end == '\0' && number <= max ? std::optional<uint64_t>(number) : std::nullopt;
 }
 
-/// Hexadecimal digits, with or without blanks between the bytes.
+/// Hexadecimal digits; blanks between the bytes are allowed.
 std::optional<Bytes> parse_bytes(std::string text) {
     std::erase(text, ' ');
     if (text.size() % 2 != 0 ||
@@ -116,7 +116,7 @@ std::string to_text(const Bytes& value) {
     return text;
 }
 
-/// What the value must be beyond its type; empty when it is fine.
+/// Checks what the types cannot. Returns an empty text, or what is wrong.
 std::string check(const Scenario& scenario) {
     const auto is_hex = [](unsigned char c) { return std::isxdigit(c) != 0; };
     if (scenario.serial.size() != 36 || !std::all_of(scenario.serial.begin(), scenario.serial.end(), is_hex)) {
@@ -168,7 +168,7 @@ Bytes healthy_pages() {
 }
 
 Bytes sound_eeprom() {
-    // Both parts end with their 1-Wire CRC, started at 0xFF.
+    // Bytes 7 and 31 are the 1-Wire CRCs of the two parts, started at 0xFF.
     return {0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x09, 0x08, 0x09, 0x0A, 0x0B, 0x0C, 0x0D, 0x0E, 0x0F,
             0x10, 0x11, 0x12, 0x13, 0x14, 0x15, 0x16, 0x17, 0x18, 0x19, 0x1A, 0x1B, 0x1C, 0x1D, 0x1E, 0xEA};
 }

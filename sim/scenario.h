@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The situation of the simulated board: everything that a test or an operator can choose, each with a name. The names,
-// places and meanings are in knobs.cpp, and `sv_board knobs` prints them with their defaults.
+// Everything about the simulated board that a test or an operator can set. knobs.cpp holds the names and meanings;
+// `sv_board knobs` prints them with the defaults.
 #pragma once
 
 #include <cstdint>
@@ -17,11 +17,11 @@ using Bytes = std::vector<uint8_t>;
 /// Diagnostic pages of a line under load.
 Bytes healthy_pages();
 
-/// EEPROM contents with both checksums right.
+/// EEPROM content whose two checksums are right.
 Bytes sound_eeprom();
 
 struct Scenario {
-    // Who is on the bus.
+    // Devices on the bus.
     bool mcu = true;
     bool charger = true;
     bool display = true;
@@ -37,12 +37,12 @@ struct Scenario {
     uint32_t reported_region_size = 0x20000;
     uint16_t reported_page_size = 0x200;
 
-    // Time.
+    // Behaviour of the MCU.
     uint32_t polls = 1;
     uint32_t boot_ms = 5;
     std::string boot_choice = "latest";
 
-    // Settings, as the commands leave them.
+    // Settings that commands change.
     uint16_t teko_enable = 0x0000;
     uint16_t input_mode = 0x0000;
     uint16_t stored = 0xFFFF;
@@ -54,7 +54,7 @@ struct Scenario {
     uint16_t test_10v = 0;
     uint16_t test_msg = 0;
 
-    // What the MCU reports of its inputs; bytes 10 and 12 to 15 are live registers.
+    // Inputs and measurements. Bytes 10 and 12 to 15 of the status block are live registers.
     Bytes status = {0x8A, 0x02, 0x01, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 12, 63, 15, 63};
     uint16_t powerrail_raw = 1666;
     uint16_t ext_raw = 190;
@@ -84,14 +84,14 @@ struct Scenario {
     uint16_t w1_eeprom_status = 0;
     uint16_t w1_eeprom_fails_at = 0;
 
-    // The charger's words.
+    // Registers of the charger.
     uint16_t cap_status = 0x0022;
     uint16_t cap_vin = 0x2A80;
     uint16_t cap_iin = 0x0360;
     uint16_t cap_vcap = 0x0BF0;
     uint16_t cap_ichg = 0x0040;
 
-    // The host's files. "none": the file is not there.
+    // Content of the host's files. "none": the file does not exist.
     std::string uptime = "93784.50 180000.00";
     std::string temp_nic = "45.0";
     std::string temp_disp = "40.0";
@@ -99,7 +99,7 @@ struct Scenario {
     bool gpio_exported = false;
 };
 
-/// Bits within one of the byte strings, counted from the lowest bit of its first byte.
+/// Bits of a byte string, counted from the lowest bit of its first byte.
 struct BitField {
     Bytes Scenario::*bytes;
     size_t first_bit;
@@ -114,13 +114,13 @@ struct Knob {
                                 Bytes Scenario::*, BitField>;
     std::string_view name;
     Member member;
-    bool lasting;  ///< part of the board rather than of its situation: kept in the state file
+    bool lasting;  ///< a setting or identity of the board, kept in the state file
     std::string_view meaning;
 };
 
 std::span<const Knob> knobs();
 
-/// The value as set_knob takes it.
+/// The value in the form that set_knob takes.
 std::string knob_value(const Scenario& scenario, const Knob& knob);
 
 /// Sets a knob by name. Returns an empty text, or what is wrong.

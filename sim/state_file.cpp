@@ -14,66 +14,51 @@ namespace sim {
 
 namespace {
 
-using Lines = std::map<std::string, std::string>;
+/// The lines after the flash. A number that is taken is checked; the first problem is kept.
+struct Lines {
+    std::map<std::string, std::string> values;
+    std::string problem;
 
-/// Takes a number out of the lines; false when it is missing, malformed or above the limit.
-bool take_number(Lines& lines, const std::string& name, int64_t min, int64_t max, int64_t& value) {
-    const auto node = lines.extract(name);
-    if (node.empty() || node.mapped().empty()) {
-        return false;
-    }
-    char* end = nullptr;
-    value = std::strtoll(node.mapped().c_str(), &end, 0);
-    return *end == '\0' && value >= min && value <= max;
-}
-
-std::string restore_regions(Lines& lines, Board& board) {
-    for (int i = 0; i < 2; ++i) {
-        const std::string name = "region" + std::to_string(i) + ".";
-        int64_t swid = 0;
-        int64_t enabled = 0;
-        int64_t checksum = 0;
-        if (!take_number(lines, name + "swid", 0, 0xFFFF, swid) ||
-            !take_number(lines, name + "enabled", 0, 1, enabled) ||
-            !take_number(lines, name + "checksum", 0, 0xFFFF, checksum)) {
-            return "no valid " + name + "*";
+    template <typename Number>
+    void take(const std::string& name, int64_t min, int64_t max, Number& number) {
+        const auto node = values.extract(name);
+        const std::string text = node.empty() ? "" : node.mapped();
+        char* end = nullptr;
+        const long long value = std::strtoll(text.c_str(), &end, 0);
+        if (text.empty() || *end != '\0' || value < min || value > max) {
+            problem = problem.empty() ? name + " is missing or invalid" : problem;
+            return;
         }
-        board.flash.regions[static_cast<size_t>(i)] = {static_cast<uint16_t>(swid), enabled != 0,
-                                                       static_cast<uint16_t>(checksum)};
+        number = static_cast<Number>(value);
     }
-    return "";
-}
+};
 
 std::string restore_lines(Lines lines, std::vector<uint8_t> memory, Board& board, SavedClock& clock) {
-    int64_t running = 0;
-    int64_t latest = 0;
-    int64_t marker = 0;
-    int64_t offset_us = 0;
-    int64_t due_us = 0;
-    if (!take_number(lines, "running", -1, 1, running) || !take_number(lines, "latest", 0, 1, latest) ||
-        !take_number(lines, "marker", 0, 0xFF, marker) ||
-        !take_number(lines, "clock.offset_us", 0, INT64_MAX, offset_us) ||
-        !take_number(lines, "reset.due_us", 0, INT64_MAX, due_us)) {
-        return "no valid running, latest, marker, clock.offset_us or reset.due_us";
+    int running = 0;
+    uint64_t due_us = 0;
+    McuState mcu = board.mcu.state();
+    lines.take("running", -1, 1, running);
+    lines.take("latest", 0, 1, board.flash.latest);
+    lines.take("marker", 0, 0xFF, mcu.registers[kMarkerRegister]);
+    lines.take("clock.offset_us", 0, INT64_MAX, clock.offset_us);
+    lines.take("reset.due_us", 0, INT64_MAX, due_us);
+    for (size_t i = 0; i < board.flash.regions.size(); ++i) {
+        const std::string region = "region" + std::to_string(i);
+        lines.take(region + ".swid", 0, 0xFFFF, board.flash.regions[i].swid);
+        lines.take(region + ".enabled", 0, 1, board.flash.regions[i].enabled);
+        lines.take(region + ".checksum", 0, 0xFFFF, board.flash.regions[i].checksum);
     }
-    if (std::string problem = restore_regions(lines, board); !problem.empty()) {
-        return problem;
-    }
-    for (const auto& [name, value] : lines) {
-        if (std::string problem = set_knob(board.scenario, name, value); !problem.empty()) {
-            return problem;
+    for (const auto& [name, value] : lines.values) {
+        if (lines.problem.empty()) {
+            lines.problem = set_knob(board.scenario, name, value);
         }
     }
-    board.flash.restore(std::move(memory), static_cast<int>(running));
-    board.flash.latest = static_cast<int>(latest);
-    board.mcu.set_marker(static_cast<uint8_t>(marker));
-    clock.offset_us = static_cast<uint64_t>(offset_us);
     if (due_us != 0) {
-        McuState state = board.mcu.state();
-        state.reset_due_us = static_cast<uint64_t>(due_us);
-        board.mcu.restore(state);
+        mcu.reset_due_us = due_us;
     }
-    return "";
+    board.mcu.restore(mcu);
+    board.flash.restore(std::move(memory), running);
+    return lines.problem;
 }
 
 }  // namespace
@@ -138,7 +123,7 @@ std::string load_state(const std::string& path, Board& board, SavedClock& clock)
         if (equals == std::string::npos) {
             return path + ": not the state of a board (line without =)";
         }
-        lines[line.substr(0, equals)] = line.substr(equals + 1);
+        lines.values[line.substr(0, equals)] = line.substr(equals + 1);
     }
     const std::string problem = restore_lines(std::move(lines), std::move(memory), board, clock);
     return problem.empty() ? "" : path + ": " + problem;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// sv_board: runs a program against the simulated board.
+// sv_board: runs a program on the simulated board.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr int kOwnFailure = 125;  // neither a status of the program nor of the shell
+constexpr int kOwnFailure = 125;  // as of env(1) and timeout(1): 126 and above are the shell's
 
 struct RunOptions {
     int bus = 0;
@@ -64,7 +64,7 @@ std::string apply_settings(const RunOptions& options, sim::Board& board) {
     return "";
 }
 
-/// Puts a program into region 0 of a new board.
+/// Installs the firmware in region 0 of a new board.
 std::string install_firmware(const RunOptions& options, sim::Board& board) {
     std::ifstream in(options.firmware_path, std::ios::binary);
     if (!in) {
@@ -72,13 +72,13 @@ std::string install_firmware(const RunOptions& options, sim::Board& board) {
     }
     const std::vector<uint8_t> program{std::istreambuf_iterator<char>(in), {}};
     if (program.empty() || program.size() > kChecksumSize) {
-        return options.firmware_path + ": not 1 to " + std::to_string(kChecksumSize) + " bytes of program";
+        return options.firmware_path + ": not 1 to " + std::to_string(kChecksumSize) + " bytes";
     }
     board.flash.install(0, program, static_cast<uint16_t>(options.firmware_swid));
     return "";
 }
 
-/// The board as the last run left it, or a new one, in the situation that was asked for.
+/// Loads the board from its state file, or sets up a new one; then applies preset, knobs and faults.
 std::string make_board(const RunOptions& options, sim::Board& board, sim::SavedClock& clock) {
     const bool known = !options.state_path.empty() && std::filesystem::exists(options.state_path);
     std::string problem;
@@ -92,7 +92,7 @@ std::string make_board(const RunOptions& options, sim::Board& board, sim::SavedC
     return problem.empty() ? apply_settings(options, board) : problem;
 }
 
-/// The preload stands beside the program in the build tree and below the library folder when installed.
+/// The preload is in ../lib of the build tree, or in the library folder of an installation.
 std::string find_preload() {
     std::error_code error;
     const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
@@ -121,14 +121,14 @@ int run_program(const RunOptions& options) {
         return complain(problem);
     }
     if (!options.state_path.empty()) {
-        // Before the program runs: what it does must not be lost.
+        // Before the program runs, so that a state file that cannot be written loses nothing.
         if (const std::string problem = sim::save_state(options.state_path, board, clock); !problem.empty()) {
             return complain(problem);
         }
     }
     const std::string preload = find_preload();
     if (preload.empty()) {
-        return complain("sv_board_preload.so is not where it belongs");
+        return complain("sv_board_preload.so not found: it is installed with sv_board");
     }
     std::ofstream trace;
     sim::TraceDecoder decoder(sim::board_time_us(clock.offset_us));
@@ -197,18 +197,27 @@ int show_state(const std::string& path) {
 
 void add_run_options(CLI::App& run, RunOptions& options, bool command_needed) {
     run.add_option("--bus", options.bus, "N of /dev/i2c-N")->check(CLI::Range(0, 255))->capture_default_str();
-    run.add_option("--state", options.state_path, "file that holds the board between runs; made if it is not there");
-    run.add_option("--firmware", options.firmware_path, "program in region 0 of a new board, as raw bytes");
-    run.add_option("--swid", options.firmware_swid, "its software id")->check(CLI::Range(1, 0xFFFF));
-    run.add_option("--preset", options.preset, "a typical situation, see 'sv_board presets'")->capture_default_str();
-    run.add_option("--set", options.settings, "KEY=VALUE, see 'sv_board knobs'; may be repeated")
+    run.add_option("--state", options.state_path, "state file: keeps the board between runs; created if missing")
+        ->type_name("FILE");
+    run.add_option("--firmware", options.firmware_path, "firmware in region 0 of a new board, as raw bytes")
+        ->type_name("FILE");
+    run.add_option("--swid", options.firmware_swid, "software id of that firmware")->check(CLI::Range(1, 0xFFFF));
+    run.add_option("--preset", options.preset, "typical situation; 'sv_board presets' lists them")
+        ->type_name("NAME")
+        ->capture_default_str();
+    run.add_option("--set", options.settings, "set a knob; 'sv_board knobs' lists them; may be repeated")
+        ->type_name("KEY=VALUE")
         ->allow_extra_args(false);
-    run.add_option("--fault", options.faults, "KIND[=VALUE]@WHERE[#N][xCOUNT], see docs/testing.md; may be repeated")
+    run.add_option("--fault", options.faults, "inject a fault, see sv_board(1); may be repeated")
+        ->type_name("FAULT")
         ->allow_extra_args(false);
-    run.add_option("--trace", options.trace_path, "file for one line per transfer");
-    run.add_option("--syslog", options.syslog_path, "file for the program's lines to the system log");
-    run.add_flag("--fast", options.fast, "waiting takes no time");
-    run.add_option("command", options.command, "the program and its words, behind --")->required(command_needed);
+    run.add_option("--trace", options.trace_path, "write one line per transfer to this file")->type_name("FILE");
+    run.add_option("--syslog", options.syslog_path, "write the program's system-log lines to this file")
+        ->type_name("FILE");
+    run.add_flag("--fast", options.fast, "skip sleeps; clocks move as if they had passed");
+    run.add_option("command", options.command, "program and its arguments, after --")
+        ->type_name("WORD")
+        ->required(command_needed);
     run.positionals_at_end();
 }
 
@@ -216,23 +225,23 @@ void add_run_options(CLI::App& run, RunOptions& options, bool command_needed) {
 
 int main(int argc, char** argv) {
     RunOptions options;
-    // CLI11 would take a word "[a,b]" for a list of two.
+    // The program's words are kept from CLI11, which would split "[a,b]" into two.
     char** const end = argv + argc;
     char** const mark = std::find(argv, end, std::string_view("--"));
-    const std::vector<std::string> behind(mark == end ? end : mark + 1, end);
-    CLI::App app("Runs programs against a simulated board.");
+    const std::vector<std::string> program(mark == end ? end : mark + 1, end);
+    CLI::App app("Runs programs on a simulated board.");
     app.set_version_flag("--version", "sv_board " SV_VERSION);
     app.require_subcommand(1);
-    CLI::App* run = app.add_subcommand("run", "run a program with the board on its I2C bus");
-    add_run_options(*run, options, behind.empty());
-    CLI::App* knob_list = app.add_subcommand("knobs", "list what can be set, with defaults and meaning");
+    CLI::App* run = app.add_subcommand("run", "run a program with the board as /dev/i2c-N");
+    add_run_options(*run, options, program.empty());
+    CLI::App* knob_list = app.add_subcommand("knobs", "list the knobs with defaults and meanings");
     CLI::App* preset_list = app.add_subcommand("presets", "list the typical situations");
-    CLI::App* show = app.add_subcommand("show", "show the board that a state file holds");
+    CLI::App* show = app.add_subcommand("show", "print the content of a state file");
     std::string state_path;
-    show->add_option("--state", state_path, "the file")->required();
+    show->add_option("--state", state_path, "the state file")->type_name("FILE")->required();
     CLI11_PARSE(app, static_cast<int>(mark - argv), argv);
     if (*run) {
-        options.command.insert(options.command.end(), behind.begin(), behind.end());
+        options.command.insert(options.command.end(), program.begin(), program.end());
         return run_program(options);
     }
     if (*knob_list) {

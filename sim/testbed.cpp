@@ -113,7 +113,7 @@ void Testbed::add_host_files() {
     for (const HostFile& file : host_files(board_.scenario)) {
         fs::path path = parts_->root / fs::path(file.path).relative_path();
         if (file.path == kGpioValue && !board_.scenario.gpio_exported) {
-            // Kept aside until the program exports the line.
+            // The preload moves it into place when the program exports the line.
             path = parts_->root / "sv_board/gpio414/value";
         }
         if (file.content) {
@@ -158,7 +158,7 @@ uint64_t Testbed::now_us() const {
 }
 
 int Testbed::run(const std::vector<std::string>& command) {
-    // umockdev has set its own variable for the folder already.
+    // umockdev has already set UMOCKDEV_DIR, its own variable for the folder.
     const std::string preload = options_.preload_path + ":libumockdev-preload.so.0";
     setenv("LD_PRELOAD", preload.c_str(), 1);
     setenv(kClockVariable, (parts_->root / "sv_board/clock").c_str(), 1);
@@ -173,7 +173,7 @@ int Testbed::run(const std::vector<std::string>& command) {
     }
     words.push_back(nullptr);
 
-    // As a shell does: an interrupt is for the program, and what it leaves behind is for us.
+    // As in a shell: an interrupt ends the program, and sv_board still saves the board.
     std::signal(SIGINT, SIG_IGN);
     std::signal(SIGQUIT, SIG_IGN);
     posix_spawnattr_t attributes;
@@ -182,7 +182,7 @@ int Testbed::run(const std::vector<std::string>& command) {
     sigemptyset(&defaults);
     sigaddset(&defaults, SIGINT);
     sigaddset(&defaults, SIGQUIT);
-    sigaddset(&defaults, SIGPIPE);  // which libumockdev has made this process ignore
+    sigaddset(&defaults, SIGPIPE);  // libumockdev makes this process ignore it
     posix_spawnattr_setsigdefault(&attributes, &defaults);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
     pid_t child = 0;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The board as files of a host: /dev/i2c-N and what else the tool looks at, for unmodified programs.
+// Presents the board to unmodified programs as files: /dev/i2c-N and the host files that the tool reads.
 #pragma once
 
 #include <cstdint>
@@ -14,10 +14,10 @@ namespace sim {
 
 struct TestbedOptions {
     int bus = 0;
-    bool fast = false;
-    std::string syslog_path;       ///< empty: the lines are not shown
+    bool fast = false;             ///< skip sleeps
+    std::string syslog_path;       ///< for system-log lines; empty: they are dropped
     uint64_t clock_offset_us = 0;  ///< how far the board's clock is ahead of the host's
-    std::string preload_path;      ///< sv_board_preload.so
+    std::string preload_path;      ///< of sv_board_preload.so
 };
 
 class Testbed {
@@ -27,27 +27,27 @@ public:
     Testbed(const Testbed&) = delete;
     Testbed& operator=(const Testbed&) = delete;
 
-    /// Empty, or what went wrong while it was set up.
+    /// Empty, or why the setup or the start of the program failed.
     const std::string& problem() const {
         return problem_;
     }
 
-    /// Runs the program with the board in its view of the system, and waits for its end. Returns its exit status, 128
-    /// and its signal, or 127 when there is no such program.
+    /// Runs the program on the board, and waits for its end. Returns its exit status, 128 + the signal that killed it,
+    /// or 127 when it could not be started.
     int run(const std::vector<std::string>& command);
 
-    /// Ends this process, and removes the files. What the program has left behind may be at the bus in that moment, in
-    /// a thread of libumockdev's that nobody can wait for. REQUIRES: the mutex is held, so that it does no more
+    /// Removes the files and exits. Does not return, because a child that the program left running may still use the
+    /// bus, in a thread of libumockdev that cannot be joined. REQUIRES: the mutex is held, which stops that thread's
     /// transfers.
     [[noreturn]] void leave(int status);
 
-    /// How far the board's clock is ahead of the host's by now.
+    /// How far the board's clock is ahead of the host's now.
     uint64_t clock_offset_us() const;
 
-    /// The board's time.
+    /// The board's time, in microseconds.
     uint64_t now_us() const;
 
-    /// Serialises the bus with whoever looks at the board.
+    /// Held during each transfer. Lock it to read the board while a program runs.
     std::mutex& mutex() {
         return mutex_;
     }
@@ -67,7 +67,7 @@ private:
     std::unique_ptr<Parts> parts_;
 };
 
-/// The board's time for a given offset.
+/// The board's time, in microseconds, when its clock is ahead of the host's by this offset.
 uint64_t board_time_us(uint64_t offset_us);
 
 }  // namespace sim

@@ -49,7 +49,7 @@ std::string status_words(uint8_t status) {
     return is_success(status) ? "finished, succeeded" : "finished, failed";
 }
 
-/// The fields of a frame; `frame` begins at the frame's start register.
+/// The fields of a frame, which begins at its start register.
 std::string frame_fields(FrameCommand command, std::span<const uint8_t> frame) {
     switch (command) {
         case FrameCommand::kWriteSegment: return text(" page=%u segment=%u", get_le16(&frame[32]), frame[34]);

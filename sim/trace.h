@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// One line per transfer, in the words of the protocol.
+// The trace: one line per transfer, in the terms of the protocol.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@
 
 namespace sim {
 
-/// Number, milliseconds since `start_us`, device, what it means, and the bytes behind a bar. A read is told what was
-/// asked before it, so the decoder keeps the last command.
+/// A line holds number, milliseconds since `start_us`, device, meaning and bytes. The meaning of a read depends on the
+/// command before it, so the decoder remembers the last command.
 class TraceDecoder {
 public:
     explicit TraceDecoder(uint64_t start_us) : start_us_(start_us) {}

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The host's end of the simulated wire, with frames written by hand.
+// The host's end of the simulated bus, with frames written by hand.
 #pragma once
 
 #include <numeric>
@@ -20,7 +20,7 @@ inline bool write_bytes(sim::Board& board, Bytes bytes, uint16_t address = 0x08)
     return board.transfer({&message, 1});
 }
 
-/// Nothing when the device did not acknowledge.
+/// Nothing when the device does not acknowledge.
 inline std::optional<Bytes> read_bytes(sim::Board& board, uint8_t reg, size_t count, uint16_t address = 0x08) {
     Bytes start{reg};
     Bytes bytes(count, 0xEE);
@@ -33,7 +33,7 @@ inline std::optional<Bytes> run_frame(sim::Board& board, const Bytes& frame) {
     return write_bytes(board, frame) ? read_bytes(board, 0xA6, 1) : std::nullopt;
 }
 
-/// The registers from 0x80 up to the command register: first, first + 1, … and then the tail.
+/// A frame over the registers 0x80 to 0xA6: the bytes first, first + 1, …, then the tail.
 inline Bytes long_frame(uint8_t first, const Bytes& tail) {
     Bytes frame(40);
     frame[0] = 0x80;
@@ -42,18 +42,18 @@ inline Bytes long_frame(uint8_t first, const Bytes& tail) {
     return frame;
 }
 
-/// Of the page that holds 00 01 … ff 00 01 … ff.
+/// A segment of a page with the bytes 00 01 … FF 00 01 … FF.
 inline Bytes segment_of(uint16_t page, uint8_t segment) {
     return long_frame(static_cast<uint8_t>(segment * 32),
                       {static_cast<uint8_t>(page), static_cast<uint8_t>(page >> 8), segment, 0, 0, 0x42, 0x40});
 }
 
-/// Commits that page; its checksum is 0xFD70.
+/// Commits that page, whose checksum is 0xFD70.
 inline Bytes commit_of(uint16_t page, uint8_t crc_low = 0x70) {
     return {0xA0, static_cast<uint8_t>(page), static_cast<uint8_t>(page >> 8), 0, crc_low, 0xFD, 0x42, 0x41};
 }
 
-/// With software id 0x2423.
+/// Enables the other region with software id 0x2423; an erased region has the checksum 0x1CC1.
 inline Bytes enable_of(uint16_t checksum) {
     return long_frame(0x23, {static_cast<uint8_t>(checksum), static_cast<uint8_t>(checksum >> 8), 0x42, 0x45});
 }
@@ -68,15 +68,4 @@ inline void write_segments(sim::Board& board, uint16_t page, uint8_t count = 16)
     for (uint8_t segment = 0; segment < count; ++segment) {
         run_frame(board, segment_of(page, segment));
     }
-}
-
-/// Lets region 1, erased as it is, be the one that starts next.
-inline void choose_region1(sim::Board& board) {
-    run_frame(board, enable_of(0x1CC1));
-    run_frame(board, kDisable);
-}
-
-/// The region that the version block names; nothing while the MCU is silent.
-inline std::optional<int> running_region(sim::Board& board) {
-    return run_frame(board, {0xA6, 0x00}) ? std::optional<int>(read_bytes(board, 0x80, 32)->at(6)) : std::nullopt;
 }
