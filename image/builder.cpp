@@ -52,11 +52,11 @@ void put_info(uint8_t* info, uint16_t swid, const uint8_t* image, const uint8_t*
     put_le32(info + kInfoRegionSize, kRegionSize);
     put_le16(info + kInfoPageSize, kPageSize);
     put_le32(info + kInfoMemorySize, kMemorySize);
-    // The body lies directly before the info structure, so that one pass covers both.
+    // One pass covers both: the body lies directly before the info structure.
     put_le16(info + kInfoFileCrc, crc16_buffer(kCrc16Start, info - kFileBodySize, kFileBodySize + kInfoFileCrc));
 }
 
-/// From the magic to the end of the file.
+/// Makes the file from the magic to its end.
 std::vector<uint8_t> assemble(const BuildInput& input) {
     std::vector<uint8_t> content(kFileMagicSize + kFileBodySize + kFileInfoSize);
     std::copy_n(kFileMagic, kFileMagicSize, content.begin());

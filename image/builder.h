@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Makes an update file, as src/update/file_layout.h lays it out, from the contents of both regions.
+// Makes an update file from the contents of both regions. The layout is that of src/update/file_layout.h.
 #pragma once
 
 #include <cstddef>
@@ -10,19 +10,19 @@
 #include "image/prefix.h"
 
 struct BuildInput {
-    /// Each from the first byte of its region on, at most 0x20000 bytes; what is missing at the end is erased flash.
+    /// Contents of each region from its first byte, at most 0x20000 bytes; missing bytes at the end are 0xFF.
     std::vector<uint8_t> regions[2];
-    uint16_t swid = 0;      ///< 1 to 0xFFFF, of both regions; 0 means to the MCU that a region holds nothing
-    bool mark_all = false;  ///< program every page; otherwise only those that hold anything but 0xFF
+    uint16_t swid = 0;      ///< 1 to 0xFFFF, for both regions; the MCU takes 0 for an empty region
+    bool mark_all = false;  ///< mark every page, otherwise only pages with a byte other than 0xFF
     PrefixParts prefix;
-    bool name_sha256 = false;  ///< the last line of the prefix names the SHA-256 of what follows it
+    bool name_sha256 = false;  ///< end the prefix with the SHA-256 of the rest of the file
 };
 
 struct BuildResult {
     std::vector<uint8_t> file;  ///< empty when there is an error
-    std::string error;          ///< why no file can be made of this input; otherwise empty
+    std::string error;          ///< why this input makes no file; otherwise empty
 };
 
-/// Refuses what the tool would not load, what it would load but not program (content in the last page of a region), and
-/// an empty region, which the MCU would start like any other.
+/// Refuses input whose file the tool would not load, content in the last page of a region, which the tool would not
+/// program, and an empty region, which would be unbootable.
 BuildResult build_update_file(const BuildInput& input);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The subcommands of sv_image. Each prints its report and returns false for bad input, with the reason in `error`
-// unless the report tells it.
+// The subcommands of sv_image. Each prints its report. For bad input it returns false, and the reason is in `error` or
+// in the report.
 #pragma once
 
 #include <optional>
@@ -14,7 +14,7 @@ struct PackOptions {
     std::string swid;  ///< decimal, "0x" hexadecimal or leading-zero octal
     bool mark_all = false;
     std::optional<std::string> version;
-    std::vector<std::string> hwids;  ///< each as `swid`
+    std::vector<std::string> hwids;  ///< each in the form of `swid`
     std::optional<std::string> build;
     std::vector<std::string> notes;
     bool name_sha256 = true;
@@ -27,10 +27,11 @@ bool run_pack(const PackOptions& options, std::string& error);
 
 enum class InfoForm { kText, kJson };
 
-/// True whenever the file could be read.
+/// True if the file could be read, whatever it holds.
 bool run_info(const std::string& path, InfoForm form, std::string& error);
 
-/// True when the tool would load all of them, their region checksums are right, and the SHA-256 of those that name one.
+/// True if the tool would load every file, its region checksums are right, no region is empty, and its SHA-256 is right
+/// or not stored.
 bool run_verify(const std::vector<std::string>& paths);
 
 struct ExtractOptions {
@@ -40,10 +41,10 @@ struct ExtractOptions {
     Replace replace = Replace::kNo;
 };
 
-/// Warns on standard error when the region may not have been read completely.
+/// Warns on standard error if parts of the region look unread.
 bool run_extract(const ExtractOptions& options, std::string& error);
 
 enum class DiffResult { kSame, kDifferent, kTrouble };
 
-/// Each is an update file or a read-back. With kTrouble the reason is in `error`.
+/// Compares two files, each an update file or a read-back. With kTrouble the reason is in `error`.
 DiffResult run_diff(const std::string& path_a, const std::string& path_b, std::string& error);

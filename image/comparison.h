@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Where two copies of the flash differ.
+// Finds the pages in which two copies of the flash differ.
 #pragma once
 
 #include <cstdint>
@@ -7,11 +7,11 @@
 
 #include "image/flash_copy.h"
 
-/// Pages from 0 to 527, ascending. A page can be in both lists.
+/// Ascending page numbers, 0 to 527. A page may be in both lists.
 struct Comparison {
-    std::vector<uint16_t> differing;  ///< pages that were read and hold something else
-    std::vector<uint16_t> unread;     ///< pages with a segment that can't be compared: one copy, or both, has no data
+    std::vector<uint16_t> differing;  ///< pages with different data
+    std::vector<uint16_t> unread;     ///< pages with a segment that looks unread in one copy or both
 };
 
-/// 0x55 in a read-back is data after all where an update file has the same.
+/// A segment of 0x55 in a read-back counts as data if the same segment of an update file holds 0x55, too.
 Comparison compare_copies(const FlashCopy& a, const FlashCopy& b);

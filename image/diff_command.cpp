@@ -20,7 +20,7 @@ void print_region(const std::vector<uint16_t>& differing, const std::vector<uint
     std::printf("region %d unread pages:    %s\n", region, page_ranges(unread).c_str());
 }
 
-/// Of no account: whatever stands there, no update puts it there.
+/// Informational: no update writes these pages.
 void print_never_programmed(const Comparison& found) {
     std::printf("never programmed, differ: %s\n", page_ranges(never_programmed(found.differing)).c_str());
     std::printf("never programmed, unread: %s\n", page_ranges(never_programmed(found.unread)).c_str());

@@ -24,9 +24,8 @@ void warn_of_unread(const FlashCopy& copy, int region) {
         }
     }
     if (segments > 0) {
-        std::fprintf(stderr,
-                     "sv_image: warning: %zu segments hold 32 bytes 0x55, as if they could not be read (pages: %s)\n",
-                     segments, page_ranges(pages).c_str());
+        std::fprintf(stderr, "sv_image: warning: %zu segments hold only 0x55 and may be unread (pages: %s)\n", segments,
+                     page_ranges(pages).c_str());
     }
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the flash holds once an update file has been programmed.
+// The contents of the flash after an update file has been programmed.
 #pragma once
 
 #include <cstdint>
@@ -10,14 +10,14 @@
 inline constexpr int kRegions = 2;
 inline constexpr uint8_t kErasedByte = 0xFF;
 
-/// False for the last page of each region and for all pages above the regions: the tool never programs those.
+/// False for the last page of each region and for all pages above the regions, which the tool never programs.
 constexpr bool is_programmed_page(uint32_t page) {
     return page < kRegions * uint32_t{kRegionPages} && page % kRegionPages < kProgrammedPages;
 }
 
-/// The whole flash, 0x42000 bytes, as it is after both regions have been erased and programmed: marked pages as in the
-/// file, all others 0xFF. REQUIRES: 0x42000 bytes and 528 marks.
+/// The whole flash, 0x42000 bytes, after both regions have been erased and programmed: marked pages from the file, 0xFF
+/// elsewhere. REQUIRES: an image of 0x42000 bytes and a map of 528.
 std::vector<uint8_t> programmed_flash(const uint8_t* image, const uint8_t* page_map);
 
-/// The checksum that the MCU reports of region 0 or 1. REQUIRES: the whole flash.
+/// The checksum that the MCU reports for region 0 or 1. REQUIRES: the whole flash.
 uint16_t region_checksum(const std::vector<uint8_t>& flash, int region);

@@ -21,7 +21,7 @@ bool system_error(const std::string& subject, std::string& error) {
 
 bool check_target(const std::string& path, Replace replace, std::string& error) {
     struct stat status {};
-    // A link that leads nowhere is in the way as well.
+    // lstat: a dangling link counts as an existing file.
     if (lstat(path.c_str(), &status) != 0) {
         return true;
     }
@@ -49,7 +49,7 @@ bool write_all(int descriptor, const std::vector<uint8_t>& bytes) {
         }
         done += static_cast<size_t>(count);
     }
-    // mkstemp lets nobody but the owner read.
+    // mkstemp grants access to the owner only.
     const mode_t mask = umask(0);
     umask(mask);
     return fchmod(descriptor, 0666 & ~mask) == 0 && fsync(descriptor) == 0;
@@ -66,7 +66,7 @@ bool tool_loads(const std::string& path, std::string& error) {
     if (load_update_file(device, path.c_str())) {
         return true;
     }
-    error = "the file just made would not be loaded: " + std::string(device.last_error.c_str());
+    error = "the new file does not load: " + std::string(device.last_error.c_str());
     return false;
 }
 

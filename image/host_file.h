@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Files of the host, read and written so that nothing is lost.
+// Reads files, and writes them without losing an existing one.
 #pragma once
 
 #include <cstddef>
@@ -7,23 +7,24 @@
 #include <string>
 #include <vector>
 
-/// Reads at most limit + 1 bytes: more than `limit` means that the file is larger. Failure: the reason in `error`.
+/// Reads at most limit + 1 bytes, so that a caller sees when the file is larger than `limit`. Failure: the reason in
+/// `error`.
 bool read_bytes(const std::string& path, size_t limit, std::vector<uint8_t>& bytes, std::string& error);
 
-/// No update file comes near it: of a larger file only this much is looked at.
+/// Bytes of a file that are inspected; every update file is much smaller.
 inline constexpr size_t kReadLimit = 0x100000;
 
-/// A pipe can't be read twice, and the tool's loader seeks.
+/// Whether the path is a pipe, which the tool's loader cannot seek in.
 bool is_pipe(const std::string& path);
 
-/// Whether `path` is one of these files, by this or another name; `error` then says so.
+/// Whether `path` is one of these files, under this or another name; `error` is then set.
 bool is_one_of(const std::string& path, const std::vector<std::string>& files, std::string& error);
 
 enum class Replace { kNo, kYes };
 
 enum class Content { kAny, kUpdateFile };
 
-/// Writes a file beside `path`, has the tool's own loader read it if it is an update file, and only then gives it its
-/// name. Only a regular file is ever replaced. Failure: the reason in `error`, and everything as it was.
+/// Writes a temporary file in the folder of `path`, checks an update file with the tool's own loader, and then renames
+/// it to `path`. Replaces only a regular file. Failure: the reason in `error`, with everything unchanged.
 bool save_file(const std::string& path, Replace replace, Content content, const std::vector<uint8_t>& bytes,
                std::string& error);

@@ -13,7 +13,7 @@ namespace {
 
 void print_size(const Inspection& file) {
     if (file.size > kReadLimit) {
-        std::printf("size:                     more than %zu bytes (only these are looked at)\n", kReadLimit);
+        std::printf("size:                     more than %zu bytes (only these are inspected)\n", kReadLimit);
     } else {
         std::printf("size:                     %zu bytes\n", file.size);
     }

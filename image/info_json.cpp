@@ -23,7 +23,7 @@ std::string text_if(const std::optional<std::string>& text) {
     return text ? json_string(*text) : "null";
 }
 
-/// The parts of a list, each as a JSON string.
+/// A JSON array of strings.
 std::string json_strings(const std::vector<std::string>& texts) {
     std::vector<std::string> values(texts.size());
     std::transform(texts.begin(), texts.end(), values.begin(), json_string);

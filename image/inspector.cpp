@@ -32,7 +32,7 @@ FileBody read_body(const uint8_t* image) {
 
 std::optional<size_t> find_magic(const std::vector<uint8_t>& bytes) {
     const auto limit = bytes.begin() + static_cast<ptrdiff_t>(std::min(bytes.size(), kFileSearchSize));
-    // As the tool does: a NUL ends the search.
+    // A NUL ends the search, as in the tool.
     const auto head_end = std::find(bytes.begin(), limit, uint8_t{0});
     const std::string_view magic(kFileMagic);
     const auto found = std::search(bytes.begin(), head_end, magic.begin(), magic.end());

@@ -6,14 +6,15 @@
 
 namespace {
 
-constexpr uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};  // of each length; anything smaller fits into less
+constexpr uint32_t kSmallest[] = {0, 0, 0x80, 0x800,
+                                  0x10000};  // code of each length; a smaller one is an overlong form
 
 struct Decoded {
     uint32_t code;
     size_t size;
 };
 
-/// The first character. REQUIRES: there is one.
+/// Decodes the first character. REQUIRES: at least one byte.
 Decoded decode_utf8(std::string_view bytes) {
     const auto at = [bytes](size_t index) {
         return index < bytes.size() ? static_cast<uint8_t>(bytes[index]) : uint8_t{0};

@@ -1,20 +1,20 @@
 // SPDX-License-Identifier: MIT
-// Writes JSON, in ASCII whatever the texts hold.
+// Writes JSON in ASCII; other characters are escaped.
 #pragma once
 
 #include <string>
 #include <string_view>
 #include <vector>
 
-/// A JSON string of these bytes. What is not UTF-8 becomes U+FFFD, byte by byte.
+/// A JSON string of these bytes. Each byte that is not UTF-8 becomes U+FFFD.
 std::string json_string(std::string_view bytes);
 
-/// "[a,b]" of values that are JSON already.
+/// "[a,b]" from values in JSON.
 std::string json_array(const std::vector<std::string>& values);
 
 class JsonObject {
 public:
-    /// The value is JSON already.
+    /// REQUIRES: the value is JSON.
     JsonObject& add(std::string_view key, const std::string& value);
 
     std::string text() const;

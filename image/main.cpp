@@ -13,11 +13,11 @@
 
 namespace {
 
-enum ExitStatus { kGood = 0, kBad = 1, kTrouble = 2 };  // the last one of diff only
+enum ExitStatus { kGood = 0, kBad = 1, kTrouble = 2 };  // kTrouble: diff only
 
 struct Outcome {
     int status = kGood;
-    int trouble = kBad;  ///< the status if the report can't be written
+    int trouble = kBad;  ///< the status if writing the report fails
     std::string error;
 };
 
@@ -25,8 +25,8 @@ int exit_status(bool good) {
     return good ? kGood : kBad;
 }
 
-/// An option that may be repeated. Untyped, here and below: typed lists give some texts, such as "{}", a meaning of
-/// their own.
+/// Adds an option that may be repeated. It has no type, like those below: CLI11 changes some texts, such as "{}", in
+/// typed lists.
 CLI::Option* add_list(CLI::App& app, const char* name, const char* type, const char* help) {
     CLI::Option* list = app.add_option(name)->description(help);
     return list->type_name(type)->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
@@ -51,18 +51,18 @@ void add_pack(CLI::App& app, PackOptions& options, Outcome& outcome) {
         ->type_name("FILE")
         ->required();
     pack->add_option("--swid", options.swid, "Software id, 1 to 0xFFFF")->required();
-    pack->add_flag("--mark-all", options.mark_all, "Program every page, not only those that hold anything but 0xFF");
-    CLI::Option* version = pack->add_option("--fw-version", "Version of the firmware, named in the file");
+    pack->add_flag("--mark-all", options.mark_all, "Program every page, not only pages with a byte other than 0xFF");
+    CLI::Option* version = pack->add_option("--fw-version", "Version of the firmware, stored in the file");
     version->type_name("TEXT")->expected(1);
     CLI::Option* hwids = add_list(*pack, "--hwid", "ID", "Hardware id that the file is for, may be repeated");
-    CLI::Option* build = pack->add_option("--build", "Where the firmware comes from, named in the file");
+    CLI::Option* build = pack->add_option("--build", "Origin of the firmware, stored in the file");
     build->type_name("TEXT")->expected(1);
     CLI::Option* notes = add_list(*pack, "--note", "TEXT", "\"key: value\" for the start of the file, may be repeated");
     pack->add_flag_callback(
-        "--no-sha256", [&options] { options.name_sha256 = false; }, "Do not name the SHA-256 in the file");
+        "--no-sha256", [&options] { options.name_sha256 = false; }, "Do not store the SHA-256 in the file");
     pack->add_option("--prefix-file", options.prefix_file, "Bytes for the start of the file, before the notes")
         ->type_name("FILE");
-    add_output(*pack, options.output, options.replace, "Update file to be made");
+    add_output(*pack, options.output, options.replace, "Update file to write");
     pack->callback([&options, &outcome, version, hwids, build, notes] {
         options.version = given_text(*version);
         options.hwids = hwids->results();
@@ -82,7 +82,7 @@ void add_info(CLI::App& app, Outcome& outcome) {
     });
 }
 
-/// The files as they were given: CLI11 takes "[a,b]" for two of them. `verify` has no option that could stand between.
+/// The file names, unchanged: CLI11 splits "[a,b]" into two. No option can stand between them, since `verify` has none.
 std::vector<std::string> files_to_verify(const std::vector<std::string>& words) {
     std::vector<std::string> files(std::find(words.begin() + 1, words.end(), "verify") + 1, words.end());
     if (const auto mark = std::find(files.begin(), files.end(), "--"); mark != files.end()) {
@@ -109,7 +109,8 @@ void add_extract(CLI::App& app, ExtractOptions& options, Outcome& outcome) {
 }
 
 void add_diff(CLI::App& app, Outcome& outcome) {
-    CLI::App* diff = app.add_subcommand("diff", "Compare what update files or read-backs hold (status 2: trouble)");
+    CLI::App* diff =
+        app.add_subcommand("diff", "Compare update files or read-backs (exit status 1: they differ, 2: error)");
     CLI::Option* a = diff->add_option("A", "Update file or read-back")->required()->expected(1);
     CLI::Option* b = diff->add_option("B", "Update file or read-back")->required()->expected(1);
     diff->callback([&outcome, a, b] {
@@ -119,7 +120,7 @@ void add_diff(CLI::App& app, Outcome& outcome) {
     });
 }
 
-/// What was printed may still be on its way to a full disk.
+/// A full disk may show only when the buffer is written.
 void flush_report(Outcome& outcome) {
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
         outcome.status = outcome.trouble;
@@ -131,7 +132,7 @@ void flush_report(Outcome& outcome) {
 
 int main(int argc, char** argv) {
     reserve_standard_descriptors();
-    // A file beyond the size limit is then a failed write, after which the temporary file is removed.
+    // A write beyond the file size limit then fails, and the temporary file is removed.
     std::signal(SIGXFSZ, SIG_IGN);
     CLI::App app("Makes, shows, checks and compares update files for the power MCU", "sv_image");
     app.set_version_flag("--version", "sv_image " SV_VERSION);

@@ -13,7 +13,7 @@ namespace {
 bool parse_id(const char* what, const std::string& text, uint16_t& id, std::string& error) {
     char* end = nullptr;
     const unsigned long number = std::strtoul(text.c_str(), &end, 0);
-    // strtoul would skip blanks, take signs, and stop where the number ends.
+    // strtoul alone would accept leading blanks, signs and text after the number.
     if (text.empty() || std::isdigit(static_cast<unsigned char>(text[0])) == 0 || *end != '\0' || number == 0 ||
         number > UINT16_MAX) {
         error = what + (" '" + text + "' is not a number from 1 to 0xFFFF");

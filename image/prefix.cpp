@@ -17,7 +17,7 @@ bool is_note(const std::string& note) {
     return colon != std::string::npos && colon > 0 && colon + 2 < note.size() && is_printable(note);
 }
 
-/// Lines that would be taken for those that are made here.
+/// Refuses lines with one of the four keys.
 std::string check_names(const std::vector<std::string>& lines) {
     for (const std::string& line : lines) {
         for (const auto& [name, advice] : kNamed) {
@@ -91,7 +91,7 @@ std::string make_prefix(const PrefixParts& parts, const std::string& sha256, std
     if (prefix.find('\0') != std::string::npos) {
         return "the prefix holds a NUL, which would hide the magic";
     }
-    // In the joined text: the line end behind a note can complete the magic.
+    // Searched in the joined text: the line end after a note can complete the magic.
     if (prefix.find(kFileMagic) != std::string::npos) {
         return "prefix or notes hold the magic of the file";
     }

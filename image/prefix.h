@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// What stands before the magic of an update file: free bytes, then lines "key: value". The tool reads none of it. Four
-// names have a meaning: version and build (texts), hwid (the hardware ids that the file is for, four digits each), and
-// sha256 (of everything from the magic on).
+// The prefix of an update file, before the magic: free bytes, then lines "key: value". The tool ignores it. Four keys
+// have a meaning: version and build (texts), hwid (ids of the hardware that the file is for, four digits each), and
+// sha256 (of the file from the magic to its end).
 #pragma once
 
 #include <cstddef>
@@ -12,26 +12,26 @@
 
 #include "update/file_layout.h"
 
-/// What fits into the file before the magic.
+/// Largest prefix: the tool would not find the magic after more bytes.
 inline constexpr size_t kPrefixLimit = kFileSearchSize - kFileMagicSize;
 
-/// In the order in which they stand in the file.
+/// The parts in the order of the file.
 struct PrefixParts {
-    std::string bytes;                   ///< free bytes, NUL excepted
-    std::vector<std::string> notes;      ///< "key: value", printable ASCII; none of the four names
+    std::string bytes;                   ///< free bytes without NUL
+    std::vector<std::string> notes;      ///< "key: value" in printable ASCII, with other keys
     std::optional<std::string> version;  ///< printable ASCII, not empty; as `build`
     std::vector<uint16_t> hwids;
     std::optional<std::string> build;
 };
 
-/// Sets `prefix` to all of it, with `sha256` named last unless that is empty. Returns the error, or nothing.
+/// Joins the parts and, unless empty, `sha256` as the last line. Returns the error, or an empty text.
 std::string make_prefix(const PrefixParts& parts, const std::string& sha256, std::string& prefix);
 
-/// The lines of a prefix, the last one also when it has no end.
+/// Splits a prefix into lines; the last one may lack its line end.
 std::vector<std::string> prefix_lines(const std::string& prefix);
 
-/// The value of the last whole line "name: value" that has one.
+/// The value in the last complete line "name: value".
 std::optional<std::string> named_value(const std::string& prefix, const std::string& name);
 
-/// ASCII that can't command a terminal.
+/// Printable ASCII, no escape sequences.
 bool is_printable(const std::string& text);

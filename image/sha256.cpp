@@ -10,7 +10,7 @@
 namespace {
 
 constexpr size_t kBlockSize = 64;
-constexpr size_t kLengthSize = 8;  // at the end of the last block: bits, big-endian
+constexpr size_t kLengthSize = 8;  // of the length in the last block: bits, big-endian
 
 // Fractions of the cube roots of the first 64 primes, and of the square roots of the first 8.
 constexpr std::array<uint32_t, 64> kRoundConstants = {
@@ -69,7 +69,7 @@ std::string sha256_hex(const uint8_t* data, size_t size) {
     for (size_t done = 0; done < whole; done += kBlockSize) {
         add_block(state, data + done);
     }
-    // The rest, a one bit, zeros, the length: one block, or two when the length does not fit behind the rest.
+    // The rest, a 1 bit, zeros, the length: one block, or two if the length does not fit after the rest.
     std::array<uint8_t, 2 * kBlockSize> end{};
     const size_t rest = size - whole;
     std::copy_n(data + whole, rest, end.begin());

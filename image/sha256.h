@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// SHA-256. Written here, and not from a library, because it is also built where only a C++ compiler is.
+// SHA-256. Not from a library, so that the program builds with only a C++ compiler.
 #pragma once
 
 #include <cstddef>

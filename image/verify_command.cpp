@@ -30,7 +30,7 @@ bool verify(const char* path) {
         }
         const auto begin = flash.begin() + region * static_cast<ptrdiff_t>(kRegionSize);
         if (std::all_of(begin, begin + kRegionSize, [](uint8_t byte) { return byte == kErasedByte; })) {
-            std::printf("%s: loads, but region %d is empty (the MCU would start it all the same)\n", path, region);
+            std::printf("%s: loads, but region %d is empty (the MCU would start it nevertheless)\n", path, region);
             return false;
         }
     }

@@ -148,7 +148,7 @@ int run_tool(int argc, char* const* argv) {
         }
     }
     I2cBus bus;
-    // Not examined: without a bus, the first transfer of a later command fails with that command's own message.
+    // Result ignored: some commands need no bus, and --bus may follow.
     static_cast<void>(open_bus(bus, "0"));
     McuDevice device(&bus);
     CommandContext context{CommandList(words), bus, device};

@@ -8,7 +8,7 @@
 
 #include "mcu/mcu_device.h"
 
-/// The words of the command line that have not been taken yet.
+/// The rest of the command line.
 class CommandList {
 public:
     explicit CommandList(std::span<char* const> words) : words_(words) {}
@@ -36,35 +36,34 @@ private:
     std::span<char* const> words_;
 };
 
-/// What every command gets: its arguments are at the front of the list, and only later commands behind them. Settings
-/// stay for the rest of the run.
+/// Passed to every command. The list begins with the command's arguments; later commands follow. Settings last until
+/// the end of the run.
 struct CommandContext {
     CommandList words;
     I2cBus& bus;
     McuDevice& device;
-    bool reset_after_dump = true;  ///< dumps and the PSE-ADC report end with a reset of the diagnostics
+    bool reset_after_dump = true;  ///< --dump, --dumps and --status-pse-adc clear the MCU's counters
 };
 
-/// A keyword and what it runs. The handler takes its arguments from the list and returns false to end the run with
-/// status 255, having said why.
 struct Command {
     std::string_view keyword;
-    size_t arguments;
+    size_t arguments;  ///< words that must follow the keyword
+    /// Takes its arguments from the list. False ends the run with status 255; the reason has then been shown.
     bool (*run)(CommandContext& context);
 };
 
-/// All commands, in the order in which they are documented.
+/// All commands, in the order of the usage text and the manual.
 std::span<const Command> command_table();
 
-/// True when the list holds its front word and `count` more. Otherwise prints "ERROR: missing argument(s) to '…'",
-/// naming the front word, on standard output.
+/// Checks that at least `count` words follow the front word. If not, prints "ERROR: missing argument(s) to '…'" with
+/// the front word on standard output and returns false.
 bool require_args(const CommandList& words, size_t count);
 
-/// Logs the reason that the last operation left, and returns false.
+/// Logs last_error as an error and returns false.
 bool log_last_error(const McuDevice& device);
 
-/// After a reset or an update: gives the MCU a second before the next command, if there is one.
+/// Waits one second for the MCU to restart, unless this was the last command.
 void pause_before_next_command(const CommandContext& context);
 
-/// The whole tool. Returns the exit status: 0, or 255 after the first command that failed.
+/// Runs all commands of the command line. Returns the exit status: 0, or 255 at the first failure.
 int run_tool(int argc, char* const* argv);

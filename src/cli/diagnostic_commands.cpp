@@ -14,7 +14,7 @@
 
 namespace {
 
-/// What a dump reads; zero where it could not.
+/// The readings of a dump; 0 where a read failed.
 struct DumpData {
     uint8_t status_block[kStatusBlockBufferSize] = {};
     DiagRecord record{};
@@ -60,7 +60,7 @@ void dump_charger(const McuDevice& device, CapRegisters& words) {
     if (read_charger_registers(*device.bus, words)) {
         print_cap_status(words);
     } else {
-        // The text is that of an older failure: the charger's reads have none of their own.
+        // The text belongs to an earlier failure, if any: reading the charger sets none.
         std::fprintf(stderr, "CAP ERROR: %s\n", device.last_error.c_str());
     }
 }

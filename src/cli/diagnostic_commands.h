@@ -1,26 +1,26 @@
 // SPDX-License-Identifier: MIT
-// Commands that show the power state of the board. Apart from --status-poe they never end the run: what can't be read
-// is told on standard error, or shows as such.
+// Commands that show the power state of the board. A reading that fails is reported on standard error or shown as
+// dashes; only --status-poe then ends the run.
 #pragma once
 
 #include "cli/commands.h"
 
 bool run_status(CommandContext& context);
 
-/// The status line with " REBOOTED" behind it.
+/// --status with " REBOOTED" at the end of the line.
 bool run_status_rebooted(CommandContext& context);
 
-/// From here on, dumps and reports leave the MCU's diagnostics as they are.
+/// Later --dump, --dumps and --status-pse-adc keep the MCU's counters.
 bool run_no_dump_reset(CommandContext& context);
 
-/// Inputs, diagnostics, PoE and capacitor charger. Writes the reset marker back, and resets the diagnostics.
+/// Prints inputs, diagnostics, PoE and capacitor charger, rewrites the reset marker and clears the MCU's counters.
 bool run_dump(CommandContext& context);
 
-/// The same and the status line, from the same data.
+/// --dump, then the status line from the same readings.
 bool run_dumps(CommandContext& context);
 
 bool run_status_poe(CommandContext& context);
 bool run_status_cable(CommandContext& context);
 
-/// The report, then the reset of the diagnostics.
+/// Prints the report, then clears the MCU's counters.
 bool run_status_pse_adc(CommandContext& context);

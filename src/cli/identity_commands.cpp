@@ -20,7 +20,7 @@ const char* empty_mark(uint16_t crc) {
     return crc == kErasedChecksum ? " empty?" : "";
 }
 
-/// The rest of a line behind its label.
+/// Completes a line that begins with the block's label.
 void print_version_block(const uint8_t* block, const char* verdict) {
     print_grouped_bytes(block, kVersionBlockSize);
     std::printf("  %s\n", verdict);
@@ -53,7 +53,7 @@ void print_identity(const McuInfo& info) {
     print_version_block(info.version2, info.version2_empty != 0 ? "empty" : crc2_verdict);
 }
 
-/// Reads the identity alone; a failure is logged as it is.
+/// Reads the identity; logs the reason of a failure unchanged.
 bool read_identity(CommandContext& context, McuInfo& info) {
     return read_version(context.device, &info) || log_last_error(context.device);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Commands that print what the MCU says about itself. Each reads the identity afresh; a failed read is logged.
+// Commands that print ids, serial number, dates and checksums. Each asks the MCU again and logs a failed read.
 #pragma once
 
 #include "cli/commands.h"
@@ -10,8 +10,8 @@ bool run_sw_version(CommandContext& context);
 bool run_serial(CommandContext& context);
 bool run_date(CommandContext& context);
 
-/// Touches no MCU: there is no BOM version yet.
+/// Prints "-todo-" without a transfer: the MCU has no BOM version.
 bool run_bom_version(CommandContext& context);
 
-/// "1" when the MCU answers; otherwise "0", and the run ends without a log line.
+/// Prints "1" when the MCU answers. Otherwise prints "0" and ends the run; nothing is logged.
 bool run_probe(CommandContext& context);

@@ -21,7 +21,7 @@ constexpr Choice kW1Validity[] = {{"normal", 0x00}, {"ignore", 0x20}};
 constexpr Choice kLedColours[] = {{"default", 0x00}, {"def", 0x00}, {"normal", 0x00}, {"norm", 0x00},
                                   {"gn", 0x81},      {"rd", 0x82},  {"or", 0x83},     {"off", 0x80}};
 
-// A set bit disables; the mask of the parameter picks its own.
+// A set bit disables. The parameter's mask selects the bit.
 constexpr Choice kEnableWords[] = {{"enabled", 0},     {"enable", 0},     {"on", 0},     {"1", 0},
                                    {"disabled", 0xFF}, {"disable", 0xFF}, {"off", 0xFF}, {"0", 0xFF}};
 
@@ -138,7 +138,7 @@ bool switch_xlr_off(McuDevice& device) {
     return true;
 }
 
-/// Parameters without a value word.
+/// A parameter without a value word.
 struct Action {
     std::string_view name;
     bool (*run)(McuDevice& device);
@@ -171,7 +171,7 @@ bool run_set_mode(CommandContext& context) {
             return action.run(context.device) || log_last_error(context.device);
         }
     }
-    // Before the word is recognised: an unknown one at the end is reported as lacking its value.
+    // Checked before the word itself: an unknown last word is reported as a missing argument.
     if (!require_args(words, 1)) {
         return false;
     }

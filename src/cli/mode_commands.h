@@ -4,6 +4,7 @@
 
 #include "cli/commands.h"
 
-/// Takes one parameter word and, for most parameters, one value word. A failed transaction is logged with its text, a
-/// wrong word with a message that names the parameter; both end the run and leave the MCU's words as they were.
+/// Takes one parameter word and, for most parameters, one value word. A failed command is logged with last_error, a
+/// wrong word with a message that names the parameter. Either ends the run; a wrong word
+/// changes nothing in the MCU.
 bool run_set_mode(CommandContext& context);

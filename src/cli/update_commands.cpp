@@ -44,7 +44,7 @@ uint8_t tenths_of_seconds(float seconds) {
     return static_cast<uint8_t>(static_cast<double>(seconds) / 0.1);
 }
 
-/// Writes the whole memory and closes the file, which may be what finds the disk full.
+/// Writes the whole memory and closes the file: a full disk may show only at the close.
 bool write_memory_file(FilePointer file, const uint8_t* memory) {
     const bool written = std::fwrite(memory, 1, kMemorySize, file.get()) == kMemorySize && std::fflush(file.get()) == 0;
     const int reason = errno;
@@ -72,9 +72,9 @@ bool attempt_update_repeatedly(McuDevice& device) {
     return false;
 }
 
-/// All attempts on the loaded file, and the verdict.
+/// Updates from the loaded file, in up to three attempts, and logs the verdict.
 bool update_and_report(McuDevice& device) {
-    // From the erase on a hang-up is ignored; once the verdict is out it counts again.
+    // Programming ignores hang-ups; after the verdict they have their effect again.
     const HangupScope hangup;
     if (!attempt_update_repeatedly(device)) {
         log_message(kLogError, "overall SV MCU update = ERROR");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Firmware update, reset and read-back, and the settings that shape them. The settings hold for the rest of the run.
+// Firmware update, reset and read-back, and their settings, which last until the end of the run.
 #pragma once
 
 #include "cli/commands.h"
@@ -10,31 +10,32 @@ bool run_update_without_reset(CommandContext& context);
 bool run_update_with_reset(CommandContext& context);
 bool run_update_without_disable(CommandContext& context);
 
-/// Seconds, from 0 to 25.5 in tenths; what lies outside becomes the nearest of them, "nan" becomes 0.
+/// Seconds, stored in tenths; clamped to 0..25.5, NaN becomes 0.
 bool run_reset_delay(CommandContext& context);
 
+/// Resets the MCU, see reset_mcu.
 bool run_reset(CommandContext& context);
 
-/// Without delay; the delay stays 0.
+/// Sets the delay to 0, then resets.
 bool run_reset_now(CommandContext& context);
 
-/// Without asking for a delayed reset first.
+/// Resets without asking for a delayed reset first.
 bool run_reset_now_sync(CommandContext& context);
 
-/// Erases the region that the MCU does not run from.
+/// Erases the region that is not running.
 bool run_erase(CommandContext& context);
 
-/// Writes the whole flash, 0x42000 bytes, to a file; what can't be read is 0x55.
+/// Writes the whole flash, 0x42000 bytes, to a file, with 0x55 for every byte that cannot be read.
 bool run_read(CommandContext& context);
 
-/// Loads the file once, then makes up to three attempts, and logs the verdict.
+/// Loads the file once, tries the update up to three times, and logs the verdict.
 bool run_update_command(CommandContext& context);
 
-/// The same with an immediate reset and only if the MCU is not up to date.
+/// --update without the force mode and with a reset that has no delay.
 bool run_upd(CommandContext& context);
 
-/// Prints whether the file loads and what the loader says; never fails.
+/// Prints whether the file loads, and last_error. Never ends the run.
 bool run_read_update(CommandContext& context);
 
-/// Logs the power state as every update attempt does.
+/// Logs the power state in the form that precedes every update attempt. Never ends the run.
 bool run_debug_update(CommandContext& context);

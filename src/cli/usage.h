@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-/// Writes the usage text to standard error, in one write. It lists "--update-without-enable" where the command is
-/// "--update-without-disable", and leaves some commands out: scripts know it as it is.
+/// Writes the usage text to standard error. Scripts rely on it, so it stays as it is: it lists
+/// "--update-without-enable" although the command is "--update-without-disable", and omits some commands.
 void print_usage(const char* program);

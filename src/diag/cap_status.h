@@ -3,5 +3,5 @@
 
 #include "mcu/charger.h"
 
-/// Prints the section of the capacitor charger.
+/// Prints the charger section of a dump.
 void print_cap_status(const CapRegisters& words);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// A snapshot of everything that the MCU measures and counts, as raw codes.
+// One reading of all measurements and counters of the MCU, as raw codes.
 #pragma once
 
 #include <cstddef>
@@ -14,7 +14,7 @@ struct PortState {
     uint8_t dir;  ///< bit set: output
 };
 
-/// ADC codes unless said otherwise; diag/formulas.h turns them into physical values.
+/// ADC codes unless a comment says otherwise; diag/formulas.h converts them.
 struct DiagRecord {
     uint16_t powerrail_raw;
     uint16_t ext_raw;
@@ -42,15 +42,15 @@ struct DiagRecord {
     PortState ports[6];  ///< A to F
     uint8_t w1_rom[8];
     uint8_t w1_rom_status;     ///< 1-Wire status code of the MCU
-    uint8_t w1_eeprom[32];     ///< 0x11 where not read
-    uint8_t w1_eeprom_status;  ///< 1-Wire status code of the MCU, or 0x80: the data fails its CRC
+    uint8_t w1_eeprom[32];     ///< 0x11 for bytes not read
+    uint8_t w1_eeprom_status;  ///< 1-Wire status code of the MCU, or 0x80 for a wrong CRC
     uint8_t nevent1_msg[4];    ///< as received
     uint8_t nevent2_msg[4];
-    uint8_t nevent1_crc;  ///< computed over the message, 4 bits
+    uint8_t nevent1_crc;  ///< 4 bits, computed over the message
     uint8_t nevent2_crc;
-    uint8_t nevent1_crc_ok;  ///< 1 when the message's own check value is that one
+    uint8_t nevent1_crc_ok;  ///< 1 when the message carries this check value
     uint8_t nevent2_crc_ok;
-    uint8_t valid;  ///< 1 when the record was read to its end
+    uint8_t valid;  ///< 1 when every part was read
 };
 
 static_assert(offsetof(DiagRecord, teko1_pages) == 34 && offsetof(DiagRecord, ports) == 418);

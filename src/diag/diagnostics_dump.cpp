@@ -85,7 +85,8 @@ void print_board(const Calibration& cal, const DiagRecord& record, const TekoDia
     std::printf("determine_PS_flags= %02x%02x\n", page2.ps_flags, page1.ps_flags);
 }
 
-/// A pin of a port: in capitals what is high, "?" and "." for an output that is not at its level.
+/// One pin: I or i for an input, O or o for an output, upper case when high. An output whose level differs from its
+/// latch is "?" when high and "." when low.
 char pin_character(const PortState& port, int bit) {
     const bool is_output = (port.dir >> bit & 1) != 0;
     const bool out = (port.out >> bit & 1) != 0;
@@ -100,7 +101,7 @@ char pin_character(const PortState& port, int bit) {
 }
 
 void print_ports(const DiagRecord& record) {
-    // The names of the pins, from top to bottom, above their levels.
+    // Two lines of pin names, read from top to bottom; the levels stand below.
     std::puts(
         "PORTS_INFO1       = A:LAA-AAAR     B:L1RR-AAA     C:2211IIII     D:2121WW12     E:PS122P12     F:12122112   "
         " ");

@@ -4,7 +4,7 @@
 #include "diag/diag_record.h"
 #include "mcu/calibration.h"
 
-/// The line between two sections of a dump.
+/// Prints the line that separates two sections of a dump.
 void print_separator();
 
 /// Prints the record, one value per line, on standard output. REQUIRES: the record is valid.

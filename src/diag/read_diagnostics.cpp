@@ -15,9 +15,9 @@ constexpr uint8_t kEepromUnread = 0x11;
 constexpr uint8_t kEepromCrcError = 0x80;
 constexpr uint8_t kEepromChunk = 8;
 constexpr uint8_t kLastPage = kDiagPages - 1;
-constexpr uint8_t kFirstPageBytes = 5;  // all that is read of page 0
+constexpr uint8_t kFirstPageBytes = 5;  // of page 0; the rest is not read
 
-/// One 16-bit result and where it goes: a word, or a low and a high byte.
+/// A command with a 16-bit result, which is stored as a word or as a low and a high byte.
 struct HeadWord {
     RegisterCommand command;
     uint16_t DiagRecord::*word;
@@ -60,7 +60,7 @@ void store(DiagRecord& record, const HeadWord& head, uint16_t value) {
 
 bool read_head_words(McuDevice& device, DiagRecord& record) {
     for (const HeadWord& head : kHeadWords) {
-        // A command that was sent and failed leaves 0 in its field, one that could not be sent what was there.
+        // A command that is sent and fails clears its field; one that cannot be sent leaves it unchanged.
         uint16_t value = load(record, head);
         const bool ok = run_register_command(device, head.command, &value);
         store(record, head, value);
@@ -82,7 +82,7 @@ bool read_pages(McuDevice& device, DiagRecord& record) {
            read_diag_page(device, RegisterCommand::kReadTeko2Page, 0, record.teko2_pages[0], kFirstPageBytes);
 }
 
-/// The check value is the low nibble of the last byte and is computed with that nibble clear.
+/// The low nibble of the last byte is the check value, computed with that nibble set to 0.
 void check_nevent(const uint8_t* message, uint8_t& crc, uint8_t& crc_ok) {
     uint8_t cleared[4];
     std::memcpy(cleared, message, sizeof cleared);
@@ -126,7 +126,7 @@ bool read_w1_rom(McuDevice& device, DiagRecord& record) {
            read_registers(device, kParameterRegister, 1, &record.w1_rom_status);
 }
 
-/// Two checked parts: bytes 0 to 7 and bytes 8 to 31, each with its CRC in its last byte.
+/// Bytes 0 to 7 and bytes 8 to 31 each end with their CRC.
 bool eeprom_crc_ok(const uint8_t* eeprom) {
     return crc8_1wire(kCrc8Start, eeprom, 7) == eeprom[7] && crc8_1wire(kCrc8Start, eeprom + 8, 23) == eeprom[31];
 }

@@ -10,6 +10,6 @@ bool read_diag_page(McuDevice& device, RegisterCommand command, uint8_t page, ui
 
 /// Reads the record in one pass of register commands, and stops at the first command or plain read that fails: what was
 /// read until then is stored, the word of a command that failed is 0, the rest of the record is unchanged, and `valid`
-/// is 0. A failed command sets last_error, a failed plain read does not. A missing or faulty 1-Wire device is no
-/// failure: its status codes report it.
+/// is 0. A failed command sets last_error, a failed plain read does not. An absent or broken 1-Wire device is no
+/// failure: the status codes in the record report it.
 bool read_diagnostics(McuDevice& device, DiagRecord& record);

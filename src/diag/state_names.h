@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Names of the state machines' states, as the firmware counts them: from 1.
+// Names of the PD and PSE states. The firmware counts them from 1.
 #pragma once
 
 #include <cstdint>
 
-/// "unknown" for 0 and for anything above the last state, 26.
+/// States 1 to 26; "unknown" for any other number.
 const char* pd_state_name(uint8_t state);
 
-/// "unknown" for 0 and for anything above the last state, 29.
+/// States 1 to 29; "unknown" for any other number.
 const char* pse_state_name(uint8_t state);

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// One line interface of a diagnostics record: TEKO1 and TEKO2 are shown by the same code.
+// The part of a diagnostics record that belongs to one line interface, so that the same code prints TEKO1 and TEKO2.
 #pragma once
 
 #include <cstdint>
 
 #include "diag/diag_record.h"
 
-/// What page 5 of either line interface holds. Byte 21 differs, see below.
+/// Page 5 of TEKO1 or TEKO2, except byte 21, whose meaning differs between the two (see below).
 struct TekoDiagPage {
     uint16_t imp_invalid_raw;
     uint16_t imp_valid_raw;
@@ -23,7 +23,7 @@ struct TekoDiagPage {
     uint8_t pse_state_max;
     uint8_t pd_state_max;
     uint16_t sense_raw;
-    uint8_t hpwr;  ///< non-zero: high-power cable gain
+    uint8_t hpwr;  ///< non-zero: the cable voltage has the high-power gain
     uint8_t cable_aux;
     uint8_t ps_flags;
 };
@@ -43,10 +43,10 @@ struct TekoView {
     TekoDiagPage page;
 };
 
-/// Views of the record, which must outlive them.
+/// The view refers to the record, which must outlive it.
 TekoView teko1_view(const DiagRecord& record);
 TekoView teko2_view(const DiagRecord& record);
 
-/// Byte 21 of page 5 counts the board's events: one kind in the page of TEKO1, another in that of TEKO2.
+/// Byte 21 of page 5: the kill-power count in TEKO1's page, the undervoltage count in TEKO2's page.
 uint8_t killpower_count(const DiagRecord& record);
 uint8_t undervoltage_count(const DiagRecord& record);

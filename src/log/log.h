@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Events for the operator: the system log and standard error see the same text.
+// Messages that reach both the terminal and the system log of the board.
 #pragma once
 
 inline constexpr int kLogError = 3;  ///< syslog's LOG_ERR
 inline constexpr int kLogInfo = 6;   ///< syslog's LOG_INFO
 
-/// Formats one message (cut to 511 characters), sends it to the system log with `level` as its priority, and
-/// writes "[HH:MM:SS] level : message" as one line to standard error. Never fails. A text that is not a
-/// literal is always passed as the value of "%s".
+/// Sends the message, cut to 511 characters, to syslog with priority `level` and, with the time of day in UTC and the
+/// name of the level before it, to standard error. Cannot fail. The format is a literal: a text from the MCU, a file or
+/// the command line goes in through "%s".
 void log_message(int level, const char* format, ...) __attribute__((format(printf, 2, 3)));

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Not gmtime_r: where time_t has 32 bits, the dates beyond 2038 would fall back to 1901.
+// Not gmtime_r: with a 32-bit time_t, dates after 2038 would wrap to 1901.
 void format_utc(int64_t seconds, char* buffer, size_t size) {
     if (size == 0) {
         return;

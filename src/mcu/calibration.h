@@ -4,10 +4,10 @@
 #include <bit>
 #include <cstdint>
 
-/// Constants that turn the MCU's ADC codes into physical values (see diag/formulas.h). No command changes them.
+/// Constants of the formulas that convert ADC codes (diag/formulas.h). No command changes them.
 struct Calibration {
     float adc_vref = 2.048F;         ///< volts
-    float adc_full_scale = 4096.0F;  ///< kept for completeness, used by no formula
+    float adc_full_scale = 4096.0F;  ///< used by no formula
     float adc_max = 4095.0F;
     float adc_offset = 190.0F;
     float k_powerrail = 32.6397F;

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string_view>
 
-/// One line of at most 127 characters; what is longer is cut.
+/// One line of text; characters after the 127th are cut off.
 class ErrorText {
 public:
     static constexpr size_t kSize = 128;  ///< with the NUL at its end

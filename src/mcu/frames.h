@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The frames that change or read the MCU, byte for byte. A frame is written by register number; its last byte always
-// lands on the command register.
+// The bytes of every frame. A frame is filled by register number, and its last byte belongs to the command register.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +9,7 @@
 #include "mcu/registers.h"
 #include "util/little_endian.h"
 
-/// The registers from Start to the command register; bytes that a command does not use are 0.
+/// The registers from Start to the command register. A byte that the command does not use is 0.
 template <uint8_t Start>
 struct Frame {
     static constexpr uint8_t kStart = Start;
@@ -85,7 +84,7 @@ inline KeyFrame reset_now_frame() {
     return {kWriteKey, FrameCommand::kResetNow};
 }
 
-/// The delay in tenths of a second, guarded by a fixed pattern and its own complement.
+/// The delay, in tenths of a second, with a fixed pattern and its complement as protection against corrupted frames.
 inline DataFrame delayed_reset_frame(uint8_t delay) {
     DataFrame frame(kWriteKey, FrameCommand::kResetDelayed);
     frame.bytes[0] = delay;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// One i2c-dev bus and the two transfers that everything else is made of. Nothing else in the tool makes a system
-// call to the bus. Inline, because an update makes thousands of them.
+// One i2c-dev bus and its two transfers, a write and a read. No other file makes a system call to the bus. Inline,
+// because an update makes thousands of transfers.
 #pragma once
 
 #include <linux/i2c-dev.h>
@@ -15,27 +15,27 @@ struct I2cBus {
     int32_t fd = -1;         ///< negative: not open
 };
 
-/// Opens /dev/i2c-N for the number N in `bus_text` (see parse_int). False when the text is no number, or one above 31
-/// bits (the bus is then as it was), when it is negative (only bus_number has changed), or when the device can't be
-/// opened (fd is then -1). A descriptor opened before is replaced, not closed.
+/// Opens /dev/i2c-N for the number N in `bus_text` (see parse_int). A descriptor that is already open is replaced, not
+/// closed. False if the text is not a number or does not fit into 31 bits (nothing changes), if the number is negative
+/// (only bus_number changes), or if the device cannot be opened (fd becomes -1).
 bool open_bus(I2cBus& bus, const char* bus_text);
 
 inline constexpr uint16_t kI2cChunkSize = 256;
 
-/// The messages as one transfer, which is one system call; none without an open bus. False when the bus or the device
-/// refuses.
+/// Sends the messages as one transfer, in one system call. False when the transfer fails, or without an open bus; then
+/// no call is made.
 inline bool i2c_transfer(const I2cBus& bus, i2c_msg* messages, uint32_t count) {
     i2c_rdwr_ioctl_data request{messages, count};
     return bus.fd >= 0 && ioctl(bus.fd, I2C_RDWR, &request) >= 0;
 }
 
-/// For more than 256 bytes; see below.
+/// The same as i2c_write and i2c_read, for more than 256 bytes.
 bool i2c_write_chunks(const I2cBus& bus, uint8_t address, uint8_t start, uint16_t length, const uint8_t* data);
 bool i2c_read_chunks(const I2cBus& bus, uint8_t address, uint8_t start, uint16_t length, uint8_t* data);
 
-/// Writes `length` bytes to the registers from `start` on, in one message. More than 256 bytes go out as several
-/// transfers that all begin at `start`: 256 registers later the device's pointer is back there. False at the first
-/// transfer that the device or the bus refuses; without an open bus, at once and without a system call.
+/// Writes `length` bytes to consecutive registers, the first being `start`, in one message. More than 256 bytes are
+/// split into several transfers, each of which begins at `start`: the register number wraps after 256 bytes. Stops and
+/// returns false at the first transfer that fails, see i2c_transfer.
 inline bool i2c_write(const I2cBus& bus, uint8_t address, uint8_t start, uint16_t length, const uint8_t* data) {
     if (length > kI2cChunkSize) {
         return i2c_write_chunks(bus, address, start, length, data);
@@ -49,8 +49,8 @@ inline bool i2c_write(const I2cBus& bus, uint8_t address, uint8_t start, uint16_
     return i2c_transfer(bus, &message, 1);
 }
 
-/// Reads `length` bytes from the registers from `start` on: the register number is written, then the bytes are read
-/// after a repeated start, as one transfer. Splits and fails like i2c_write.
+/// Reads `length` bytes from consecutive registers, the first being `start`: one transfer that writes the register
+/// number and reads after a repeated start. Splits and fails like i2c_write.
 inline bool i2c_read(const I2cBus& bus, uint8_t address, uint8_t start, uint16_t length, uint8_t* data) {
     if (length > kI2cChunkSize) {
         return i2c_read_chunks(bus, address, start, length, data);

@@ -29,7 +29,7 @@ constexpr uint8_t kFlashStatusSize = 10;
 
 constexpr uint8_t kUnansweredFill = 0x11;
 
-/// True when the CRC behind the block's bytes from `first` on is right.
+/// Checks the CRC of the bytes from `first` to the end of the block.
 bool version_crc_ok(const uint8_t* block, size_t first) {
     return crc16_buffer(kCrc16Start, block + first, kVersionCrcOffset - first) == get_le16(block + kVersionCrcOffset);
 }
@@ -78,7 +78,7 @@ bool read_version(McuDevice& device, McuInfo* copy) {
     }
     store_version(device, block);
     read_second_version(device);
-    // Known or not: a read-back needs a page size.
+    // Set for an unknown hardware id as well: a read-back needs the page size.
     device.region_size = kRegionSize;
     device.page_size = kPageSize;
     device.segment_size = kSegmentSize;

@@ -8,7 +8,7 @@ namespace {
 
 void set_text(McuDevice& device, const char* format, va_list values) {
     char text[ErrorText::kSize] = "";
-    // Formatted before it is assigned: the old text is often one of the values.
+    // Formatted into a copy: the old text is often one of the values.
     std::vsnprintf(text, sizeof text, format, values);
     device.last_error = text;
 }

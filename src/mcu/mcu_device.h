@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The one object for the MCU, through which every operation reaches it and reports.
+// The MCU as the tool sees it: its place on the bus, what was read from it, the update file, the settings of the run.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 #include "mcu/update_image.h"
 
 struct McuLink {
-    I2cBus* bus = nullptr;  ///< not owned; opening it again redirects all later transfers
+    I2cBus* bus = nullptr;  ///< not owned; --bus opens another device in it
     uint8_t address = kMcuAddress;
 };
 
@@ -27,7 +27,7 @@ struct UpdateSettings {
 struct McuDevice : McuLink, McuInfo, UpdateImage, UpdateSettings {
     /// The text that the latest failure or report left. Operations without a text leave it as it is.
     ErrorText last_error;
-    uint8_t reset_marker = 0x11;  ///< a marker register that holds anything else means that the MCU was reset
+    uint8_t reset_marker = 0x11;  ///< any other value in the marker register shows that the MCU was reset
 
     explicit McuDevice(I2cBus* i2c_bus) {
         bus = i2c_bus;
@@ -45,9 +45,9 @@ private:
     Calibration calibration_;
 };
 
-/// Formats the reason of a failure, cut to 127 characters, replaces `last_error` with it and returns false. The values
-/// may include the old last_error.
+/// Sets last_error to the reason of a failure, cut to 127 characters, and returns false. The values may include the old
+/// last_error.
 bool fail(McuDevice& device, const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-/// Formats a report the same way and returns true.
+/// Sets last_error to a report in the same way and returns true.
 bool note(McuDevice& device, const char* format, ...) __attribute__((format(printf, 2, 3)));

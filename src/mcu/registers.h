@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Every number of the wire: bus addresses, registers, status bits, command codes and keys. docs/testing.md tells
-// which test spells them out by hand.
+// All numbers of the wire: bus addresses, registers, status bits, command codes and keys. tests/mcu and tests/update
+// check them against bytes written by hand.
 #pragma once
 
 #include <cstdint>
 
 // Devices on the bus.
-inline constexpr uint8_t kMcuAddress = 0x08;  ///< where the MCU listens unless --addr says otherwise
+inline constexpr uint8_t kMcuAddress = 0x08;  ///< of the MCU; --addr sets another
 inline constexpr uint8_t kChargerAddress = 0x09;
 inline constexpr uint8_t kUsbAddress = 0x10;
 inline constexpr uint8_t kDisplayAddress = 0x50;
@@ -58,7 +58,7 @@ enum class FrameCommand : uint8_t {
 inline constexpr uint8_t kWriteKey = 0x42;
 inline constexpr uint8_t kReadKey = 0xDA;
 
-/// Register commands: the code goes to kCommandRegister. "Data" is what kDataRegister then holds.
+/// Register commands: the code goes to kCommandRegister. "Data" can then be read from kDataRegister.
 enum class RegisterCommand : uint8_t {
     kReadEnableWord = 0x00,
     kWriteEnableWord = 0x01,  ///< parameter: the word
@@ -98,7 +98,7 @@ enum class RegisterCommand : uint8_t {
 
 inline constexpr uint16_t kSwitchOffXlr = 0x0047;
 
-// Registers of the charger, 16-bit words, and the bits of its status that the tool decodes.
+// Registers of the charger, each a 16-bit word, and the "full" bit of its status.
 inline constexpr uint8_t kChargerStatusRegister = 0x1B;
 inline constexpr uint16_t kChargerFull = 0x0020;
 inline constexpr uint8_t kChargerVinRegister = 0x25;

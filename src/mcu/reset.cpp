@@ -22,10 +22,10 @@ timespec now() {
     return time;
 }
 
-/// The waiting that the operator sees: one ".(milliseconds)" per unanswered try.
+/// The progress of waiting: prints one ".(milliseconds)" per failed try.
 class WaitingDots {
 public:
-    /// Waits for the next try, prints the time since the first one began, and returns that time.
+    /// Waits 100 ms, then prints and returns the milliseconds since the first try began.
     uint32_t wait() {
         usleep(kRetryUs);
         last_ = now();
@@ -52,8 +52,8 @@ private:
     bool printed_ = false;
 };
 
-/// True when the MCU has accepted the request; the report is then set. Otherwise `request_status` says why: bit 7 set
-/// for a refusal, clear when the MCU never answered.
+/// True when the MCU has accepted the request; the report is then set. Otherwise bit 7 of `request_status`, the status
+/// of the last request, is set if the MCU refused it and clear if the request did not finish.
 bool request_delayed_reset(McuDevice& device, uint8_t& request_status) {
     const DataFrame frame = delayed_reset_frame(device.reset_delay);
     WaitingDots dots;
@@ -77,12 +77,12 @@ bool request_delayed_reset(McuDevice& device, uint8_t& request_status) {
     }
 }
 
-/// Whether the MCU acknowledges a byte: a key without a command, which does nothing.
+/// Whether the MCU acknowledges a byte. It gets a key without a command, which has no effect.
 bool is_reachable(const McuDevice& device) {
     return i2c_write_byte(*device.bus, device.address, kFrameKeyRegister, kWriteKey);
 }
 
-/// `start` is when the whole reset began: the report counts from there.
+/// `start` is the beginning of the whole reset, from which the report counts.
 void wait_until_reachable(McuDevice& device, const timespec& start, uint8_t request_status) {
     WaitingDots dots;
     for (uint32_t waited_ms = 0; waited_ms < kReachLimitMs;) {
@@ -114,7 +114,7 @@ bool reset_mcu(McuDevice& device) {
         return true;
     }
     wait_until_reachable(device, start, request_status);
-    // Not examined: the MCU resets without answering.
+    // Result ignored: the MCU resets instead of answering.
     const KeyFrame frame = reset_now_frame();
     static_cast<void>(i2c_write(*device.bus, device.address, frame.kStart, frame.kLength, frame.bytes));
     usleep(kSettleUs);

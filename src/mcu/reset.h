@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Restarts the MCU.
+// Resets the MCU.
 #pragma once
 
 #include <cstdint>
@@ -7,10 +7,10 @@
 
 #include "mcu/mcu_device.h"
 
-/// Asks the MCU to reset itself after reset_delay, repeating an unanswered request for about three seconds. A refused
-/// or unanswered request, and reset_now_sync, lead to an immediate reset once the MCU is reachable, or after one
-/// second if it is not. Prints ".(milliseconds)" for every try that the MCU left unanswered. Always true: the
-/// outcome is the report in last_error. Forgets the McuInfo of the device, since the MCU's state is then unknown.
+/// Requests a reset after reset_delay. A request that does not finish is repeated: at least four requests, and until
+/// more than 2999 ms have passed. A refusal, no success by then, or reset_now_sync leads to an immediate reset, which
+/// first waits up to one second for the MCU to acknowledge a byte and is sent in any case. Prints ".(milliseconds)"
+/// after each failed try. Always true, with a report in last_error. Clears the McuInfo of the device.
 bool reset_mcu(McuDevice& device);
 
 /// Milliseconds from `from` to `to`.

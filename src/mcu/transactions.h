@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// What the MCU understands on top of plain transfers: register commands, frame commands, and a few single
-// registers. Nothing here repeats a failed transfer, and nothing but last_error of the device changes. Frame commands
-// are inline, because an update makes thousands of them.
+// Register commands, frame commands, and the registers that are used without a command. A failed transfer is never
+// repeated, and of the device only last_error changes. Frame commands are inline, because an update makes thousands of
+// them.
 #pragma once
 
 #include <unistd.h>
@@ -11,15 +11,15 @@
 #include "mcu/frames.h"
 #include "mcu/mcu_device.h"
 
-/// The status block and one more byte: 1 when the block could be read, else 0.
+/// The status block and one more byte, which is 1 if the block was read and 0 if the read failed.
 inline constexpr uint8_t kStatusBlockBufferSize = kStatusBlockSize + 1;
 
-/// A plain read of the MCU's registers. Sets no text.
+/// Reads registers of the MCU without a command. Leaves last_error unchanged.
 inline bool read_registers(McuDevice& device, uint8_t start, uint8_t length, uint8_t* data) {
     return i2c_read(*device.bus, device.address, start, length, data);
 }
 
-/// A plain write. Sets no text.
+/// Writes registers of the MCU without a command. Leaves last_error unchanged.
 inline bool write_registers(McuDevice& device, uint8_t start, uint16_t length, const uint8_t* data) {
     return i2c_write(*device.bus, device.address, start, length, data);
 }
@@ -27,8 +27,8 @@ inline bool write_registers(McuDevice& device, uint8_t start, uint16_t length, c
 inline constexpr int kPollLimit = 5001;
 inline constexpr useconds_t kPollPauseUs = 1000;
 
-/// Reads the status until the command has finished, up to 5001 times with 1 ms after each read that did not say so.
-/// Returns the last status that could be read, 0 when none could; it is not a finished one when the polls have run out.
+/// Polls the status register until the command has finished, at most 5001 times, with 1 ms after each poll. A poll that
+/// fails counts like any other. Returns the last status read, or 0 if every poll failed.
 inline uint8_t poll_status(McuDevice& device, uint8_t status_register) {
     uint8_t status = 0;
     for (int i = 0; i < kPollLimit; ++i) {
@@ -44,8 +44,8 @@ inline uint8_t poll_status(McuDevice& device, uint8_t status_register) {
     return status;
 }
 
-/// Polls the frame status, then reads `read_size` response bytes (none for 0). Returns the last status read, and 0 when
-/// none could be read or the response could not.
+/// Polls the frame status, then reads `read_size` bytes of response; 0 means that there is no response. Returns the
+/// last status read, or 0 if every poll failed or the response could not be read.
 inline uint8_t poll_frame_status(McuDevice& device, uint8_t* response, uint8_t read_size) {
     const uint8_t status = poll_status(device, kFrameCommandRegister);
     if (read_size == 0) {
@@ -58,14 +58,14 @@ inline uint8_t poll_frame_status(McuDevice& device, uint8_t* response, uint8_t r
     return status;
 }
 
-/// Word the reasons of a failed frame command, and return false.
+/// Set last_error for a failed frame command and return false.
 bool fail_write(McuDevice& device, uint8_t start, uint16_t length);
 bool fail_frame(McuDevice& device, uint8_t start, uint16_t length, uint8_t first_byte, uint8_t read_size,
                 uint8_t status);
 
-/// Writes the frame to the registers from `start` on, waits and fetches the response. `status_out`, when given,
-/// receives the completion status, 0 when the write failed. Failure: "I2C write error, …" when the write failed,
-/// else "read poll error, …" with the status.
+/// Writes the frame, polls its status and reads the response. `status_out`, unless null, is set to the result of
+/// poll_frame_status, or to 0 if the write failed. Failure: "I2C write error, …" if the write failed, otherwise "read
+/// poll error, …" with the status.
 inline bool run_frame_command(McuDevice& device, uint8_t start, const uint8_t* frame, uint16_t length,
                               uint8_t* response, uint8_t read_size, uint8_t* status_out) {
     if (status_out != nullptr) {
@@ -87,31 +87,32 @@ bool run_frame_command(McuDevice& device, const Frame<Start>& frame, uint8_t* re
     return run_frame_command(device, Start, frame.bytes, frame.kLength, response, read_size, nullptr);
 }
 
-/// Writes the code, waits as above, and reads the 16-bit result when one is wanted. A failure leaves 0 in the result if
-/// the command was sent. Failure: "I2C write error, …", "read cmd error, …" with the status, or "I2C read error, …".
+/// Writes the code, polls the status and, unless `result` is null, reads the 16-bit result. Failure: "I2C write error,
+/// …", "read cmd error, …" with the status, or "I2C read error, …"; the result is then 0 if the command was sent, and
+/// unchanged otherwise.
 bool run_register_command(McuDevice& device, RegisterCommand command, uint16_t* result);
 
-/// Writes the 16-bit parameter first. Failure: "I2C write error, …", or as above.
+/// Writes the 16-bit parameter, then runs the command. Failure: "I2C write error, …", or as run_register_command.
 bool run_register_command_with_param(McuDevice& device, uint16_t param, RegisterCommand command, uint16_t* result);
 
-/// Clears the counters and sums of the MCU's diagnostics.
+/// Clears the MCU's counters and sums, as a register command.
 bool reset_diagnostics(McuDevice& device);
 
-/// Writes the device's reset_marker. Failure: "I2C write error, …" with the marker.
+/// Writes reset_marker to the marker register. Failure: "I2C write error, …" with the marker.
 bool write_reset_marker(McuDevice& device);
 
-/// Writes the marker if byte 15 of the block is not it; otherwise sends nothing. Fails as write_reset_marker.
+/// Writes the marker if the status block holds another one; otherwise sends nothing. Fails as write_reset_marker.
 bool rearm_reset_marker(McuDevice& device, const uint8_t* status_block);
 
-/// Tells the MCU that its pending message has been taken. Failure: "I2C write error, …" with the value 00.
+/// Acknowledges the MCU's pending message. Failure: "I2C write error, …" with the value 00.
 bool acknowledge_message(McuDevice& device);
 
-/// Writes one byte to kDataRegister up to 400 times, for the search of a bus fault. Ends at the first write that fails,
-/// which is no failure.
+/// Stress test for a bus fault: writes one byte to kDataRegister up to 400 times, and stops at the first write that
+/// fails. Always true.
 bool test_i2c_bug1(McuDevice& device);
 
-/// Reads the status block into 21 bytes: the last one becomes 1, on failure 0. Failure: "I2C read error, …".
+/// Reads the status block into kStatusBlockBufferSize bytes. Failure: "I2C read error, …".
 bool read_status_block(McuDevice& device, uint8_t* block);
 
-/// Reads the marker register and forgets it. Sets no text.
+/// Whether the marker register can be read. Leaves last_error unchanged.
 bool probe_mcu(McuDevice& device);

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Truncates; what does not fit becomes the nearest number that does, and a NaN 0.
+/// Truncates and clamps; NaN becomes 0.
 uint32_t to_unsigned(float value) {
     if (!(value > 0.0F)) {
         return 0;
@@ -41,7 +41,7 @@ void read_uptime(char* text) {
     content[std::strcspn(content, " ")] = '\0';
     float rest = 0.0F;
     parse_float(content, rest);
-    // In single precision, one unit after the other: for long uptimes the rounding shows in the seconds.
+    // Single precision is part of the output: after a long uptime its rounding shows in the seconds.
     const uint32_t days = to_unsigned(rest / 3600.0F / 24.0F);
     rest -= static_cast<float>(days * 86400U);
     const auto hours = static_cast<uint8_t>(to_unsigned(rest / 3600.0F));
@@ -60,7 +60,7 @@ bool read_temperatures(float (&temperatures)[2]) {
 
 bool read_poe_gpio(McuDevice& device, bool& present) {
     if (!file_exists("/sys/class/gpio/gpio414")) {
-        // Not examined: the value file tells whether it worked.
+        // Result ignored: without the export, reading the value fails.
         write_file("/sys/class/gpio/export", "414", 3);
     }
     char value[2];

@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: MIT
-// What the board's Linux host knows by itself: uptime, two temperatures, and whether the power comes over Ethernet.
+// Readings of the Linux host itself, without the MCU: uptime, two temperature sensors, the Power-over-Ethernet line.
 #pragma once
 
 #include "mcu/mcu_device.h"
 
 inline constexpr size_t kUptimeTextSize = 16;
 
-/// Fills the buffer of kUptimeTextSize bytes with "1d 02:03:04", or with "no uptime" when /proc/uptime can't be read.
+/// Writes "1d 02:03:04", or "no uptime" if /proc/uptime cannot be read. REQUIRES: kUptimeTextSize bytes.
 void read_uptime(char* text);
 
-/// Degrees Celsius of the network side, then of the display side; 0 for a sensor that can't be read or gives no
-/// number. Returns whether the display side gave a number.
+/// Reads the sensors of the network side and the display side, in degrees Celsius; 0 for a sensor that cannot be read
+/// or does not return a number. The result is that of the display side.
 bool read_temperatures(float (&temperatures)[2]);
 
-/// Reads GPIO 414, exporting it first if need be; its direction is left alone. The line is low while the power comes
-/// over Ethernet. Failure: "could not read PoE GPIO", and `present` is as it was.
+/// Reads GPIO 414, which is low while Power over Ethernet is present. Exports it first if necessary, and never sets its
+/// direction. Failure: "could not read PoE GPIO", with `present` unchanged.
 bool read_poe_gpio(McuDevice& device, bool& present);

@@ -34,7 +34,7 @@ bool has_something_to_show(const TekoView& teko) {
     return teko.page.cable_sum > 10 || teko.page.imp_valid_count > 10;
 }
 
-/// A line like this would spoil the series: too many valid impedance measurements, or more than 65 V on the cable.
+/// A valid count of 100 or more, or more than 65 V on the cable, cannot be a measurement.
 bool is_implausible(const Calibration& cal, const TekoView& teko) {
     return teko.page.imp_valid_count >= 100 || cable_volts(cal, teko.page) > 65.0F;
 }

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Lines about both line interfaces, for scripts that collect them over time.
+// Reports about both line interfaces. Scripts call them in a loop and keep the lines.
 #pragma once
 
 #include "mcu/mcu_device.h"
 
-/// Prints a line for each interface that has something to show, and for both when neither has; then, whatever happened,
-/// resets the MCU's diagnostics, so that the next report shows what came after this one. A failed read is told on
-/// standard error, and zeros stand for what it did not give.
+/// Reads the diagnostics and clears the MCU's counters, even after a failed read, so that every report covers the time
+/// since the last one. Then prints one line for each interface with measurements, or for both if neither has any; a
+/// line with implausible values is dropped. A failed read is reported on standard error and leaves zeros.
 void print_cable_report(McuDevice& device);
 
-/// Prints one long line with the raw words of both interfaces. False, with nothing printed, when a page can't be read;
-/// last_error is then that of the failed command, or what it was when a plain read failed.
+/// Prints one long line with the raw ADC words of both interfaces. If a page cannot be read, prints nothing and returns
+/// false; a failed command has then set last_error, a failed plain read has not.
 bool print_pse_adc_report(McuDevice& device);

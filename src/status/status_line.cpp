@@ -116,7 +116,7 @@ void read_status_line(McuDevice& device, const StatusInputs& inputs, StatusLine&
     if (line.mcu_present) {
         read_mcu(device, inputs, line.mcu);
     }
-    // Read even when the words are given: an unreadable charger shows as dashes either way.
+    // Read even if the caller has the words: dashes show a charger that does not answer now.
     line.charger_known = read_charger_registers(*device.bus, line.charger);
     if (inputs.charger != nullptr) {
         line.charger = *inputs.charger;

@@ -14,10 +14,10 @@ struct StatusInputs {
     const CapRegisters* charger = nullptr;
 };
 
-/// Reads everything, then prints the line, without a line end, on standard output. Dashes stand for what cannot be
-/// read, but the display, the USB side and a silent MCU then show as "off", and an unreadable temperature as 0. If the
-/// MCU has been reset since the marker was last written, writes the marker again.
+/// Reads everything, then prints the line, without a line end, on standard output. Dashes stand for an unreadable part;
+/// a display, USB side or MCU that does not answer shows as "off", an unreadable temperature as 0. Writes the reset
+/// marker again if the MCU has lost it.
 void print_status_line(McuDevice& device, const StatusInputs& inputs);
 
-/// Logs the power state as one informational line. False when the status block can't be read.
+/// Logs the power state in one line at level "info". False if the status block cannot be read.
 bool log_status_summary(McuDevice& device);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Where everything stands in an update file.
+// Layout of an update file:
 //
 //   prefix (any bytes but NUL) | magic | image | page map | 6 free bytes | info structure
 //
@@ -15,15 +15,15 @@
 
 inline constexpr char kFileMagic[] = "SVxMega\n";
 inline constexpr size_t kFileMagicSize = sizeof kFileMagic - 1;
-inline constexpr size_t kFileSearchSize = 1024;  ///< the magic lies wholly in the first bytes of the file
+inline constexpr size_t kFileSearchSize = 1024;  ///< bytes at the start of the file that must contain the whole magic
 
 inline constexpr size_t kFilePageMapSize = kMemoryPages;
 inline constexpr size_t kFileFreeSize = 6;
 inline constexpr size_t kFileInfoSize = 24;
-/// What follows the magic, up to the info structure: 0x42216 bytes.
+/// Bytes between the magic and the info structure, 0x42216.
 inline constexpr size_t kFileBodySize = kMemorySize + kFilePageMapSize + kFileFreeSize;
 
-// Offsets in the info structure. The 32-bit memory size is not aligned.
+// Offsets in the info structure. memory_size is not aligned.
 inline constexpr size_t kInfoReserved0 = 0;
 inline constexpr size_t kInfoSwidRegion0 = 2;
 inline constexpr size_t kInfoSwidRegion1 = 4;

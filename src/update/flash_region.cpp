@@ -16,8 +16,7 @@ int other_region(const McuDevice& device) {
     return device.active_region == 0 ? 1 : 0;
 }
 
-// Flattened, as is write_segment, because they run for every 32 bytes: a quarter of a read-back's instructions is
-// spared.
+// Flattened, like write_segment, because both run for every 32 bytes: a read-back takes a quarter fewer instructions.
 [[gnu::flatten]] void read_page(McuDevice& device, uint16_t page, uint8_t* data) {
     for (uint32_t offset = 0; offset < device.page_size; offset += kSegmentSize) {
         uint8_t segment[kSegmentSize];

@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: MIT
-// The one line on standard output that grows by a mark per page, with the percentage behind the marks.
+// A line on standard output that grows by one mark per page and ends with the percentage.
 #pragma once
 
 #include <cstdint>
 
 class ProgressLine {
 public:
-    /// Sets the percentage of the steps that follow: `done` of `total` pages.
+    /// Sets the percentage to `done` of `total` pages.
     void set(uint32_t done, uint32_t total);
 
-    void page() const;     ///< "*": a page is read or written
-    void skipped() const;  ///< ".": the page is not part of the update
-    void failed() const;   ///< "x*": the page failed, and is tried again in the same place
+    void page() const;     ///< prints "*": the page is read or written
+    void skipped() const;  ///< prints ".": the page is not marked in the file
+    void failed() const;   ///< prints "x*": the attempt at this page failed
 
-    /// The next step overwrites the percentage and leaves the marks standing.
+    /// Ends the page: the next mark overwrites the percentage.
     void advance();
 
     void done() const;

@@ -19,7 +19,7 @@ bool read_all(std::FILE* file, uint8_t* bytes, size_t count) {
 /// Offset of the first byte after the magic, or 0 when there is no magic.
 off_t find_start(std::FILE* file) {
     char head[kFileSearchSize + 1];
-    // As text: a NUL in the prefix ends the search.
+    // Searched as text: a NUL in the prefix ends the search.
     head[std::fread(head, 1, kFileSearchSize, file)] = '\0';
     const char* magic = std::strstr(head, kFileMagic);
     return magic == nullptr ? 0 : static_cast<off_t>(magic - head) + static_cast<off_t>(kFileMagicSize);
@@ -49,7 +49,7 @@ bool store_info(McuDevice& device, const InfoStructure& info) {
     return true;
 }
 
-/// Reads what lies between the magic and the info structure, and checks it against the checksum in the latter.
+/// Stores image and page map, and compares the checksum of the file with file_crc.
 bool read_body(McuDevice& device, std::FILE* file, const uint8_t* info) {
     device.file_image.reset();
     device.file_page_map.reset();

@@ -38,7 +38,7 @@ bool is_up_to_date(const McuDevice& device, const Region& running) {
     return device.file_swid == device.swid && running.wanted_crc == running.mcu_crc;
 }
 
-/// The running firmware has no id, and the other region holds the file's.
+/// The running firmware has software id 0, and the other region already holds the file's firmware.
 bool needs_reboot_only(const McuDevice& device, const Region& target) {
     return device.swid == 0 && device.other_swid != 0 && device.other_swid == device.file_swid &&
            target.mcu_crc == target.wanted_crc;
@@ -78,7 +78,7 @@ bool write_pages(McuDevice& device, const Region& target) {
     const uint32_t start = target.number == 0 ? 0 : device.region_size;
     std::printf("programming, starting at %x\n", start);
     const uint32_t first_page = start / device.file_page_size;
-    // The last page of a region is never programmed, and its checksum leaves it out.
+    // A region's last page is neither programmed nor covered by the checksum.
     const uint32_t pages = device.file_region_size / device.file_page_size - 1;
     ProgressLine progress;
     for (uint32_t i = 0; i < pages; ++i) {
@@ -103,7 +103,7 @@ bool enable(McuDevice& device, const Region& target) {
         return fail(device, "could not enable other region (%d, %s)", target.number, device.last_error.c_str());
     }
     std::printf("enabled other region %d\n", target.number);
-    // Flushed: into a pipe or a file, too, the line is out before the step that follows it.
+    // Flushed, so that a killed update leaves this line in a pipe or a file, too.
     std::fflush(stdout);
     return true;
 }

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Memory that is asked for once it is needed. From malloc: the C++ library's new would bring its exceptions along, and
-// with them 70 KiB at every start.
+// Buffers from malloc. The C++ library's new would link in its exceptions, which cost 70 KiB at every start.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +15,7 @@ struct FreeBytes {
 
 using ByteBuffer = std::unique_ptr<uint8_t[], FreeBytes>;
 
-/// Null when there is no memory left. The bytes are not set.
+/// Returns null when memory is exhausted. The bytes are not initialised.
 inline ByteBuffer allocate_bytes(size_t count) {
     return ByteBuffer(static_cast<uint8_t*>(std::malloc(count)));
 }

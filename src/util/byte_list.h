@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Lists of bytes on standard output, as all listings show them.
+// Prints bytes in hexadecimal on standard output.
 #pragma once
 
 #include <cstddef>
@@ -8,5 +8,5 @@
 /// Prints each byte as " %02x".
 void print_bytes(const uint8_t* bytes, size_t count);
 
-/// The same with one more blank before every fifth, ninth, … byte.
+/// The same, with one more blank between groups of four bytes.
 void print_grouped_bytes(const uint8_t* bytes, size_t count);

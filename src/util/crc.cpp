@@ -8,7 +8,7 @@ namespace {
 constexpr size_t kSlices = 8;
 using Crc16Tables = std::array<std::array<uint16_t, 256>, kSlices>;
 
-// Table k holds the CRC of a byte followed by k zero bytes, so that eight bytes are folded in at once.
+// Table k holds the CRC of a byte followed by k zero bytes, so that one step processes eight bytes.
 constexpr Crc16Tables make_crc16_tables() {
     Crc16Tables tables{};
     for (size_t byte = 0; byte < 256; ++byte) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Little-endian bytes to numbers and back, on any host and at any alignment.
+// Converts little-endian bytes to numbers and back, on any host and at any alignment.
 #pragma once
 
 #include <cstdint>

@@ -6,7 +6,7 @@
 
 namespace {
 
-// strtoll reads "0b1" from glibc 2.38 on; what a script is told must not depend on the board's C library.
+// glibc accepts "0b1" since version 2.38. A script must get the same result with every C library.
 bool is_binary(const char* text) {
     const char* digits = text + std::strspn(text, " \t\n\v\f\r");
     digits += *digits == '+' || *digits == '-';
@@ -17,7 +17,7 @@ bool is_binary(const char* text) {
 
 bool parse_int(const char* text, int64_t& value) {
     char* end = nullptr;
-    // strtoll and not strtol: the result must not depend on the width of long.
+    // Not strtol: the result must not depend on the width of long.
     const long long number = std::strtoll(text, &end, 0);
     const bool whole = *end == '\0' && !is_binary(text);
     value = whole ? number : 0;

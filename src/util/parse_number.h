@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-// Numbers as the operator types them and as the host's files hold them.
+// Reads numbers from the command line and from files of the host.
 #pragma once
 
 #include <cstdint>
 
-/// Reads decimal, "0x" hexadecimal or leading-zero octal with an optional sign. False, with value 0, unless the whole
-/// text is a number; an empty text is the number 0. A number too large for 64 bits counts as the nearest one that fits.
+/// Reads decimal, "0x" hexadecimal or leading-zero octal with an optional sign, clamped to 64 bits. An empty text is 0.
+/// False, with value 0, unless the whole text is a number.
 bool parse_int(const char* text, int64_t& value);
 
-/// Reads what strtof reads, "inf" and "nan" included. False, with value 0, unless the whole text is a
-/// number; an empty text is the number 0.
+/// Reads every form that strtof accepts, including "inf" and "nan". An empty text is 0. False, with value 0, unless the
+/// whole text is a number.
 bool parse_float(const char* text, float& value);

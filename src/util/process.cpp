@@ -7,7 +7,7 @@
 #include <cstdio>
 
 bool reserve_standard_descriptors() {
-    // In ascending order: open() takes the lowest free number, which is then the closed one.
+    // Ascending, because open() returns the lowest free number.
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (fcntl(descriptor, F_GETFD) < 0 && open("/dev/null", O_RDWR) != descriptor) {
             return false;

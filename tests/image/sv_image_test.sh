@@ -79,7 +79,7 @@ cp good.svu empty.svu
 poke empty.svu $((270913 - 24 - 6 - 528 + 256)) '\x00'
 poke empty.svu $((270913 - 24 + 8)) '\xc1\x1c'
 poke empty.svu $((270913 - 2)) '\x13\x96'
-expect 1 "empty.svu: loads, but region 1 is empty (the MCU would start it all the same)" "" sv_image verify empty.svu
+expect 1 "empty.svu: loads, but region 1 is empty (the MCU would start it nevertheless)" "" sv_image verify empty.svu
 cp good.svu "[a,b]"
 cp good.svu ./-x
 expect 0 $'\\[a,b]: okay\n-x: okay\n\\[a,b]: okay' "" sv_image verify -- "[a,b]" -x "[a,b]"
@@ -152,7 +152,7 @@ expect 0 "*region1.bin*checksum: *0x644a*131072 bytes" "" sv_image extract --reg
 (cat b.bin; erased $((0x20000 - 3))) | cmp - region1.bin
 expect 0 "*" "" sv_image extract --region 0 --force -o region1.bin flash
 head -c $((0x20000)) flash | cmp - region1.bin
-expect 0 "*" "sv_image: warning: 2 segments hold 32 bytes 0x55, as if they could not be read (pages: 257)" \
+expect 0 "*" "sv_image: warning: 2 segments hold only 0x55 and may be unread (pages: 257)" \
   sv_image extract --region 1 -o unread1.bin <(cat unread)
 tail -c +$((0x20001)) unread | head -c $((0x20000)) | cmp - unread1.bin
 info_to_full_disk() { sv_image info good.svu >/dev/full; }
