@@ -37,7 +37,7 @@ uint16_t textbook_crc16(std::span<const uint8_t> bytes) {
     return static_cast<uint16_t>(crc);
 }
 
-uint16_t UpdateFileBytes::region_crc(int region) const {
+std::vector<uint8_t> UpdateFileBytes::programmed(int region) const {
     std::vector<uint8_t> flash(0x1FE00, 0xFF);
     for (size_t page = 0; page < 255; ++page) {
         const size_t absolute = static_cast<size_t>(region) * 256 + page;
@@ -46,7 +46,11 @@ uint16_t UpdateFileBytes::region_crc(int region) const {
                         flash.begin() + static_cast<std::ptrdiff_t>(page * 0x200));
         }
     }
-    return textbook_crc16(flash);
+    return flash;
+}
+
+uint16_t UpdateFileBytes::region_crc(int region) const {
+    return textbook_crc16(programmed(region));
 }
 
 void UpdateFileBytes::fill_page(uint16_t page) {

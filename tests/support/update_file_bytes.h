@@ -23,7 +23,10 @@ struct UpdateFileBytes {
     uint32_t memory_size = 0x42000;
     uint16_t crc_error = 0;  ///< flips bits of the file's checksum
 
-    /// Checksum of a region once the marked pages have been programmed into erased flash.
+    /// The 255 programmable pages of a region once the marked ones have been programmed into erased flash.
+    std::vector<uint8_t> programmed(int region) const;
+
+    /// Checksum of these 255 pages.
     uint16_t region_crc(int region) const;
 
     /// Fills the first 255 pages of both regions with a pattern and marks them.

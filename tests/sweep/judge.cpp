@@ -196,6 +196,12 @@ Window Judge::why_old_firmware() const {
     return reset_lost ? Window::kResetLost : when_misled();
 }
 
+bool Judge::happened(RegionEvent::Kind kind) const {
+    const auto& history = board_.flash.history;
+    return std::any_of(history.begin() + static_cast<std::ptrdiff_t>(attempt_begin_), history.end(),
+                       [&](const RegionEvent& event) { return event.kind == kind; });
+}
+
 void Judge::check_verdict(const Run& run, const std::vector<std::string>& flags) {
     const bool success = run.verdict == kOkay || run.verdict == kResetNeeded;
     if ((run.status == 0) != success || (run.status == 255) != (run.verdict == kError)) {
@@ -207,11 +213,6 @@ void Judge::check_verdict(const Run& run, const std::vector<std::string>& flags)
     if ((run.verdict == kResetNeeded) != has(flags, "--update-without-reset")) {
         fail("the verdict is \"" + run.verdict + "\"");
     }
-    const auto& history = board_.flash.history;
-    const auto happened = [&](RegionEvent::Kind kind) {
-        return std::any_of(history.begin() + static_cast<std::ptrdiff_t>(attempt_begin_), history.end(),
-                           [&](const RegionEvent& event) { return event.kind == kind; });
-    };
     const bool programmed = happened(RegionEvent::kErased);
     if (!programmed && !has(flags, "--without-force-update")) {
         excuse(when_misled(), "a success without an erase");
@@ -227,9 +228,7 @@ void Judge::check_verdict(const Run& run, const std::vector<std::string>& flags)
 /// On a settled board after a success.
 void Judge::check_new_firmware(const std::vector<std::string>& flags) {
     const int region = board_.flash.running();
-    const auto& history = board_.flash.history;
-    const bool started = std::any_of(history.begin() + static_cast<std::ptrdiff_t>(attempt_begin_), history.end(),
-                                     [](const RegionEvent& event) { return event.kind == RegionEvent::kStarted; });
+    const bool started = happened(RegionEvent::kStarted);
     // With both regions enabled on purpose, the MCU may start either.
     const bool may_choose = started && board_.flash.next_start(0) != board_.flash.next_start(1) &&
                             (has(flags, "--update-without-disable") || setup_.start == Start::kRebootOnly);

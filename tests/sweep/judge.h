@@ -79,6 +79,7 @@ private:
     Window open_window() const;
     Window why_old_firmware() const;
     Window when_misled() const;
+    bool happened(sim::RegionEvent::Kind kind) const;  // in the latest attempt
     void fail(const std::string& text);
     void excuse(Window window, const std::string& text);
 

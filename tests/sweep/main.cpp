@@ -112,6 +112,7 @@ void print_problems(const Table& table) {
     }
 }
 
+/// One line of numbers per row, then the problems.
 void print_share(const Table& table) {
     for (const Row& row : table.rows) {
         for (const uint64_t number : row.outcomes) {

@@ -2,7 +2,6 @@
 #include "tests/sweep/setup.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <map>
 #include <sstream>
 #include <stdexcept>
@@ -52,21 +51,10 @@ UpdateFileBytes make_file(const std::string& pages) {
     return file;
 }
 
-struct Files {
-    std::map<std::string, Material> all;
-
-    ~Files() {
-        for (const auto& [pages, material] : all) {
-            std::remove(material.path.c_str());
-        }
-    }
-};
-
 }  // namespace
 
 Setup parse_setup(const std::string& text) {
     Setup setup;
-    setup.text = text;
     std::istringstream words(text);
     for (std::string word; words >> word;) {
         const std::string value = word.substr(word.find('=') + 1);
@@ -90,21 +78,16 @@ Setup parse_setup(const std::string& text) {
 }
 
 const Material& material(const std::string& pages) {
-    static Files files;
-    if (const auto known = files.all.find(pages); known != files.all.end()) {
-        return known->second;
-    }
-    const UpdateFileBytes file = make_file(pages);
-    Material& made = files.all[pages];
-    made.path = write_temporary("sweep_" + pages, file.bytes());
-    for (int region = 0; region < 2; ++region) {
-        std::vector<uint8_t>& content = made.regions[region];
-        content.assign(kRegionSize, 0xFF);
-        for (int page = 0; page < kProgrammedPages; ++page) {
-            if (is_marked(pages, page)) {
-                const auto from = file.image.begin() + (region * kRegionPages + page) * kPageSize;
-                std::copy(from, from + kPageSize, content.begin() + page * kPageSize);
-            }
+    static std::map<std::string, Material> all;
+    const auto [entry, is_new] = all.try_emplace(pages);
+    Material& made = entry->second;
+    if (is_new) {
+        const UpdateFileBytes file = make_file(pages);
+        const std::vector<uint8_t> bytes = file.bytes();
+        made.file.assign(bytes.begin(), bytes.end());
+        for (const int region : {0, 1}) {
+            made.regions[region] = file.programmed(region);
+            made.regions[region].resize(kRegionSize, 0xFF);
         }
     }
     return made;
@@ -171,8 +154,9 @@ std::unique_ptr<sim::Board> make_board(const Setup& setup) {
 
 Run run_update(sim::Board& board, const std::vector<std::string>& flags, const std::string& pages) {
     std::vector<std::string> words = flags;
-    words.insert(words.end(), {"--update", material(pages).path});
+    words.insert(words.end(), {"--update", "file"});
     FakeKernel kernel(board);
+    kernel.files["file"] = material(pages).file;
     kernel.keep_wire = false;
     kernel.bit_ns = kBitNs;
     kernel.now_us = board.now_us;

@@ -21,7 +21,6 @@ enum class Start {
 };
 
 struct Setup {
-    std::string text;  ///< as in the table of kinds, for reports
     int running = 0;
     /// Marked in the file: "all" 255 of both regions and some that are never programmed, the first "three", every
     /// "eighth", the first and the last ("edges"), or "none".
@@ -44,11 +43,11 @@ struct Counts {
 };
 
 struct Material {
-    std::string path;                 ///< of the update file
+    std::string file;                 ///< the bytes of the update file
     std::vector<uint8_t> regions[2];  ///< what each region holds once the file has been programmed
 };
 
-/// Made at the first call with these pages. The files are removed when the process exits.
+/// Made at the first call with these pages.
 const Material& material(const std::string& pages);
 
 /// Of an update with this start, these pages and these flags.
