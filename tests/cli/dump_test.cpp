@@ -1,78 +1,26 @@
 // SPDX-License-Identifier: MIT
-// The dump of a fully populated board, and of boards that stop answering half-way.
-#include <gtest/gtest.h>
-
-#include "tests/support/tool_run.h"
+// The dump of a fully populated board, single lines of others, and boards that stop answering half-way.
+#include "tests/support/device_test.h"
 
 namespace {
 
-void set(sim::Board& board, const std::vector<std::pair<const char*, const char*>>& knobs) {
-    for (const auto& [name, value] : knobs) {
-        ASSERT_EQ(sim::set_knob(board.scenario, name, value), "");
-    }
-}
-
 /// Every kind of value that the dump can show: open and invalid impedances, first, last and unknown states, all six
 /// kinds of pins, right and wrong check values, a sum without a count, high power, what is below zero.
-void populate(sim::Board& board) {
-    set(board, {{"status", "5a0612000001020304050100000000000cffc83f"}, {"ext_raw", "0x0064"}, {"w1_rom_status", "3"}});
-    set(board, {{"teko1_voltage_raw", "0x0800"},
-                {"teko1_current_raw", "0x0400"},
-                {"teko1_imp", "0x403f"},
-                {"teko2_voltage_raw", "0x0010"},
-                {"teko2_current_raw", "0x00a0"},
-                {"teko2_imp", "0xc83e"},
-                {"pse_states", "0x1e1d"},
-                {"pd_states", "0x1b1a"},
-                {"powerrail_raw", "0x06d6"},
-                {"vcc_raw", "0x0400"},
-                {"temperature_raw", "950"},
-                {"temperature_cal", "2560"},
-                {"vspare1_raw", "0x0100"},
-                {"vspare2_raw", "0x0fff"},
-                {"teko_enable", "0x122a"},
-                {"input_mode", "0x3401"}});
-    set(board, {{"teko1_imp_valid_raw", "0x0400"},
-                {"teko1_imp_invalid_raw", "190"},
-                {"teko1_cable_sum", "4096"},
-                {"teko1_cable_count", "4"},
-                {"teko1_pd_com_fail", "1"},
-                {"teko1_pse_com_fail", "2"},
-                {"teko1_oc_shtd", "3"},
-                {"teko1_oc_alert", "4"},
-                {"teko1_uc_shtd", "255"},
-                {"teko1_imp_valid_count", "99"},
-                {"teko1_imp_low", "7"},
-                {"teko1_imp_high", "250"},
-                {"teko1_pse_state_max", "0"},
-                {"teko1_pd_state_max", "0"},
-                {"killpower_count", "5"},
-                {"teko1_sense_raw", "0x0900"},
-                {"teko1_hpwr", "1"},
-                {"teko1_ps_flags", "0xcd"}});
-    set(board, {{"teko2_imp_valid_raw", "0x0fff"},
-                {"teko2_imp_invalid_raw", "0"},
-                {"teko2_cable_sum", "70000"},
-                {"teko2_cable_count", "0"},
-                {"teko2_pse_state_max", "27"},
-                {"teko2_pd_state_max", "5"},
-                {"undervoltage_count", "6"},
-                {"teko2_sense_raw", "0"},
-                {"teko2_hpwr", "0"},
-                {"teko2_ps_flags", "0xab"}});
-    set(board, {{"nevents", "12345671000000000000000000000000deadbeef"},
-                {"ports", "0f3cf0f0f0f00ff0ff0000ff0055aaaa5500"},
-                {"w1_eeprom_status", "6"},
-                {"poe", "0"},
-                {"cap_status", "0x0041"},
-                {"cap_vin", "0x2000"},
-                {"cap_iin", "0x0100"},
-                {"cap_vcap", "0x1000"},
-                {"cap_ichg", "0x0010"}});
-    board.scenario.teko1_pages[0] = 0xA0;
-    board.scenario.teko1_pages[4] = 0xA4;
-    board.mcu.set_marker(0x11);
-}
+const Words kPopulated = {
+    "marker=0x11", "status=5a0612000001020304050100000000000cffc83f", "ext_raw=192", "w1_rom_status=3",
+    "teko1_voltage_raw=0x0800", "teko1_current_raw=0x0400", "teko1_imp=0x403f", "teko2_voltage_raw=0x0010",
+    "teko2_current_raw=0x00a0", "teko2_imp=0xc83e", "pse_states=0x1e1d", "pd_states=0x1b1a", "powerrail_raw=0x06d6",
+    "vcc_raw=0x0400", "temperature_raw=950", "temperature_cal=2560", "vspare1_raw=0x0100", "vspare2_raw=0x0fff",
+    "teko_enable=0x122a", "input_mode=0x3401", "teko1_pages=a0000000a4" + std::string(374, '0'),
+    "teko1_imp_valid_raw=0x0400", "teko1_imp_invalid_raw=190", "teko1_cable_sum=4096", "teko1_cable_count=4",
+    "teko1_pd_com_fail=1", "teko1_pse_com_fail=2", "teko1_oc_shtd=3", "teko1_oc_alert=4", "teko1_uc_shtd=255",
+    "teko1_imp_valid_count=99", "teko1_imp_low=7", "teko1_imp_high=250", "teko1_pse_state_max=0",
+    "teko1_pd_state_max=0", "killpower_count=5", "teko1_sense_raw=0x0900", "teko1_hpwr=1", "teko1_ps_flags=0xcd",
+    "teko2_imp_valid_raw=0x0fff", "teko2_imp_invalid_raw=0", "teko2_cable_sum=70000", "teko2_cable_count=0",
+    "teko2_pse_state_max=27", "teko2_pd_state_max=5", "undervoltage_count=6", "teko2_sense_raw=0", "teko2_hpwr=0",
+    "teko2_ps_flags=0xab", "nevents=12345671000000000000000000000000deadbeef",
+    "ports=0f3cf0f0f0f00ff0ff0000ff0055aaaa5500", "w1_eeprom_status=6", "poe=0", "cap_status=0x0041",
+    "cap_vin=0x2000", "cap_iin=0x0100", "cap_vcap=0x1000", "cap_ichg=0x0010", "temp_nic=45.02", "temp_disp=40.03"};
 
 const char kInputs[] =
     "status            = 5a 06 12\n"
@@ -92,7 +40,7 @@ const char kInputs[] =
 
 const char kDiagnostics[] =
     "-----------------\n"
-    "ext               = -1.47 V (0064)\n"
+    "ext               =  0.03 V (00c0)\n"
     "W1_ROM            = 2d 01 02 03  04 05 06 97 - unknown (03)\n"
     "W1_EEPROM         = 11 11 11 11  11 11 11 11  11 11 11 11  11 11 11 11  11 11 11 11  11 11 11 11  11 11 11 11  "
     "11 11 11 11 - NOT_PRESENT (06)\n"
@@ -159,11 +107,17 @@ const char kCharger[] =
     "CAP_VCAP          =    6.046 V (1000)\n"
     "CAP_ICHG          =    6.3  mA (0010)\n";
 
+Words populated(const Words& more) {
+    Words all = kPopulated;
+    all.insert(all.end(), more.begin(), more.end());
+    return all;
+}
+
 }  // namespace
 
 TEST(Dump, FullyPopulatedBoard) {
     sim::Board board;
-    populate(board);
+    set_up(board, kPopulated);
     FakeKernel kernel(board);
     const ToolRun run = run_tool_words({"--dump"});
     EXPECT_EQ(run.status, 0);
@@ -171,107 +125,139 @@ TEST(Dump, FullyPopulatedBoard) {
     EXPECT_EQ(run.out, std::string(kInputs) + kDiagnostics + kSeparator + kPoe + kSeparator + kCharger);
     // The EEPROM's first status ends its read: 15 transfers less than the 105 of a complete record.
     ASSERT_EQ(kernel.wire.size(), 90U);
-    EXPECT_EQ(kernel.wire[83], "W 08 0e: 8d");
     // The board has forgotten its counters and kept its measurements.
     EXPECT_NE(run_tool_words({"--no-dump-reset", "--dump"}).out.find("TEKO1_UC_SHTD     = 0 times\n"),
               std::string::npos);
     EXPECT_EQ(kernel.wire.size(), 90U + 88U);
 }
 
-TEST(Dump, DisabledInputs) {
-    sim::Board board;
-    board.scenario.teko_enable = 0x0005;
-    FakeKernel kernel(board);
-    EXPECT_NE(run_tool_words({"--dump"}).out.find("TEKO_ENABLE       = 5 PD1=disabled PD2=disabled (05 00)\n"),
-              std::string::npos);
+TEST(Dump, EveryTransferInOrder) {
+    Wire expected = {"R 08 00 20", "W 08 0f: 11"};  // the marker that a reset has cleared
+    for (const char* code :
+         {"80", "81", "83", "84", "85", "86", "87", "88", "8e", "90", "8b", "8a", "96", "8c", "97", "00", "02"}) {
+        expected.insert(expected.end(), {std::string("W 08 0e: ") + code, "R 08 0e 1", "R 08 0c 2"});
+    }
+    expected.insert(expected.end(),
+                    {"W 08 0c: 05 00", "W 08 0e: 91", "R 08 0e 1",  "R 08 60 32",     "W 08 0c: 05 00", "W 08 0e: 92",
+                     "R 08 0e 1",      "R 08 60 32",  "W 08 0c: 00 00", "W 08 0e: 91", "R 08 0e 1",     "R 08 60 5",
+                     "W 08 0c: 00 00", "W 08 0e: 92", "R 08 0e 1",  "R 08 60 5",      "W 08 0e: 93",    "R 08 0e 1",
+                     "R 08 60 20",     "W 08 0e: 89", "R 08 0e 1",  "R 08 60 18",     "W 08 0e: 0b",    "R 08 0e 1",
+                     "R 08 60 8",      "R 08 0c 1"});
+    for (const char* offset : {"00", "08", "10", "18"}) {
+        expected.insert(expected.end(), {std::string("W 08 0c: ") + offset + " 00", "W 08 0e: 0a", "R 08 0e 1",
+                                         "R 08 60 8", "R 08 0c 1"});
+    }
+    expected.insert(expected.end(), {"W 08 0e: 8d", "R 08 0e 1", "R 09 1b 2", "R 09 25 2", "R 09 28 2", "R 09 26 2",
+                                     "R 09 29 2"});
+    const BoardRun run = run_on_board({}, {"--dump"});
+    EXPECT_EQ(run.wire, expected);
+    EXPECT_NE(run.out.find("reset             = occurred (00)\n"), std::string::npos);
 }
 
-TEST(Dump, MarkerIsWrittenBackAfterAReset) {
-    sim::Board board;
-    FakeKernel kernel(board);
-    EXPECT_NE(run_tool_words({"--dump"}).out.find("reset             = occurred (00)\n"), std::string::npos);
-    EXPECT_EQ(kernel.wire.size(), 106U);
-    EXPECT_EQ(kernel.wire[1], "W 08 0f: 11");
-    EXPECT_NE(run_tool_words({"--dump"}).out.find("reset             = no (11)\n"), std::string::npos);
-    EXPECT_EQ(kernel.wire.size(), 106U + 105U);
+TEST(Dump, SingleLines) {
+    // 1-Wire CRC-8, started at 0xFF: of 01 to 07 it is 09, of 08 to 1e ea.
+    const std::string eeprom = "w1_eeprom=0102030405060709" "08090a0b0c0d0e0f101112131415161718191a1b1c1d1eea";
+    std::string wrong_at_7 = eeprom;
+    wrong_at_7[10 + 15] = '8';
+    std::string wrong_at_31 = eeprom;
+    wrong_at_31[10 + 63] = 'b';
+    const std::pair<Words, const char*> cases[] = {
+        {{"teko_enable=0x0005"}, "TEKO_ENABLE       = 5 PD1=disabled PD2=disabled (05 00)\n"},
+        {{"teko_enable=0x00f0", "input_mode=0x00f2"},
+         "TEKO_ENABLE       = 0 (f0 f2)\nInput_mode        = ff2 ignore-wrong-1wire high-priority\n"},
+        {{"teko_enable=0x00d0", "input_mode=3"}, "Input_mode        = d03 unknown-priority\n"},
+        {{}, "Input_mode        = 0 normal-priority\n"},
+        {{"temperature_raw=1159"}, "Temperature       =  4.4 degC (0487 0a00)\n"},
+        {{"powerrail_raw=0x0fff"}, "powerrail         = 63.74 V (0fff)\n"},
+        {{"powerrail_raw=192", "vcc_raw=192"},
+         "powerrail         =  0.03 V (00c0)\nVcc               =  0.01 V (00c0)\n"},
+        {{"vspare2_raw=192"}, "Vspare2_B3        =  0.03 V (00c0)\n"},
+        {{"ext_raw=0x0fff"}, "ext               = 63.74 V (0fff)\n"},
+        {{"teko1_imp=0x0907"}, "TEKO1_IMP_0_1     =  7 Ohm\nTEKO1_IMP_1_2     =  9 Ohm\n"},
+        {{"teko2_voltage_raw=192"}, "TEKO2_VOLTAGE     =  0.03 V (00c0)\n"},
+        {{"teko1_sense_raw=192", "teko1_hpwr=2"}, ", sense= 0.03 V (00c0), hpwr=2\n"},
+        // 1024.75 on average, taken for 1024
+        {{"teko1_hpwr=0", "teko1_cable_sum=4099", "teko1_cable_count=4"}, ", cable=10.55 01003  4, "},
+        {{"pse_states=0x0302", "pd_states=0x0504"}, "TEKO2_FSM         = PSE= 3 (check_precondition), PSEmax="},
+        {{"pse_states=0x0302", "pd_states=0x0504"}, ", PD= 4 (set_rdet), PDmax="},
+        {{"teko2_pd_com_fail=1", "teko2_pse_com_fail=2", "teko2_oc_shtd=3", "teko2_oc_alert=4"},
+         "TEKO2_PD_COM_FAIL = 1 times\nTEKO2_PSE_COM_FAIL= 2 times\nTEKO2_OC_SHTD     = 3 times\n"
+         "TEKO2_OC_ALERT    = 4 times\n"},
+        {{eeprom},
+         "01 02 03 04  05 06 07 09  08 09 0a 0b  0c 0d 0e 0f  10 11 12 13  14 15 16 17  18 19 1a 1b  1c 1d 1e ea - ok "
+         "(00)\n"},
+        {{wrong_at_7}, " 1c 1d 1e ea - DATA_CRC (80)\n"},
+        {{wrong_at_31}, " 1c 1d 1e eb - DATA_CRC (80)\n"},
+        // What came before the third chunk stays, and no checksum is looked at.
+        {{wrong_at_7, "w1_eeprom_status=6", "w1_eeprom_fails_at=16"},
+         "05 06 07 08  08 09 0a 0b  0c 0d 0e 0f  11 11 11 11  11 11 11 11  11 11 11 11  11 11 11 11 - NOT_PRESENT"},
+        {{"nack@2", "charger=0"}, "CAP ERROR: I2C write error, start 0f, size 01, value 11\n"},
+        {{"fail@read-rom"}, "W1_ROM            = 2d 01 02 03  04 05 06 97 - ok (00)\n"}};
+    for (const auto& [situation, line] : cases) {
+        const BoardRun run = run_on_board(situation, {"--dump"});
+        EXPECT_NE((run.out + run.err).find(line), std::string::npos) << joined(situation) << line << run.out << run.err;
+    }
 }
 
 TEST(Dump, GoesOnWithWhatCanBeRead) {
     const std::string poe_and_charger = std::string(kSeparator) + kPoe + kSeparator + kCharger;
+    const std::string diagnostics_error = "SVMCU ERROR: while getting diagnostics: ";
     const struct {
-        const char* what;
-        std::function<void(sim::Board&)> break_it;
+        Words situation;
         std::string out;
         std::string err;
         size_t transfers;  // of --dump
         const char* line;  // what --dumps shows of it in its last line
     } cases[] = {
-        {"no MCU", [](sim::Board& b) { b.scenario.mcu = false; }, poe_and_charger,
-         "SVMCU ERROR: I2C read error, start 00, size 14\n", 6,
+        {{}, std::string(kInputs) + kDiagnostics + poe_and_charger, "", 90,
+         " PWR=25.5V IN=Ln1/2 OUT=1+2 CAP=notF/06.0V/0.2W USB=off TEMP=45.1degC,40.1degC,-55.4degC\n"},
+        {{"nack@102"}, std::string(kInputs) + kDiagnostics + poe_and_charger, "", 90, " CAP=----/----V/---W USB=off"},
+        {{"mcu=0"}, poe_and_charger, "SVMCU ERROR: I2C read error, start 00, size 14\n", 6,
          " SVMCU=off RST=--- SW=----/-/---- PWR=----V IN=PoE   OUT=--- CAP=notF/06.0V/0.2W"},
-        {"ninth command", [](sim::Board& b) { b.add_fault("fail@read-pse-states"); }, kInputs + poe_and_charger,
-         "SVMCU ERROR: while getting diagnostics: read cmd error, cmd 8e, start 0e, result 80\n", 1 + 26 + 2 + 5,
-         " RST=no  SW=0100/0/a962 PWR=----V IN=Ln1/2 OUT=1+2 CAP=notF/06.0V/0.2W USB=off TEMP=45.0degC,40.0degC\n"},
-        {"plain read", [](sim::Board& b) { b.add_fault("nack@56"); }, kInputs + poe_and_charger,
-         "SVMCU ERROR: while getting diagnostics: \n", 56 + 2 + 5, " PWR=----V IN=Ln1/2 OUT=1+2 "},
-        {"reset", [](sim::Board& b) { b.add_fault("fail=0x81@reset-diagnostics"); },
-         std::string(kInputs) + kDiagnostics + poe_and_charger,
+        {{"nack@1"}, poe_and_charger, "SVMCU ERROR: I2C read error, start 00, size 14\n", 6,
+         " SVMCU=on  RST=--- SW=0100/0/a962 PWR=----V IN=----- OUT=--- CAP=notF/06.0V/0.2W"},
+        {{"fail@read-pse-states"}, kInputs + poe_and_charger,
+         diagnostics_error + "read cmd error, cmd 8e, start 0e, result 80\n", 1 + 26 + 2 + 5,
+         " RST=no  SW=0100/0/a962 PWR=----V IN=Ln1/2 OUT=1+2 CAP=notF/06.0V/0.2W USB=off TEMP=45.1degC,40.1degC\n"},
+        {{"fail@read-ports"}, kInputs + poe_and_charger,
+         diagnostics_error + "read cmd error, cmd 89, start 0e, result 80\n", 1 + 72 + 2 + 5, " PWR=----V "},
+        {{"nack@53"}, kInputs + poe_and_charger, diagnostics_error + "I2C write error, start 0c, size 02\n",
+         53 + 2 + 5, " PWR=----V IN=Ln1/2 OUT=1+2 "},
+        {{"nack@56"}, kInputs + poe_and_charger, diagnostics_error + "\n", 56 + 2 + 5, " PWR=----V "},  // a page
+        {{"nack@77"}, kInputs + poe_and_charger, diagnostics_error + "\n", 77 + 2 + 5, " PWR=----V "},  // the ROM
+        {{"nack@83"}, kInputs + poe_and_charger, // the EEPROM's status, and the failed ROM command's text
+         diagnostics_error + "read cmd error, cmd 0a, start 0e, result 80\n", 83 + 2 + 5, " PWR=----V "},
+        {{"fail=0x81@reset-diagnostics"}, std::string(kInputs) + kDiagnostics + poe_and_charger,
          "SVMCU ERROR: failed to reset diagnostics: read cmd error, cmd 8d, start 0e, result 81\n", 90, " PWR=25.5V "},
-        {"no charger, no GPIO", [](sim::Board& b) { b.scenario.charger = false, b.scenario.poe = "none"; },
-         std::string(kInputs) + kDiagnostics + kSeparator + kSeparator,
+        {{"charger=0", "poe=none"}, std::string(kInputs) + kDiagnostics + kSeparator + kSeparator,
          "POE ERROR: could not read PoE GPIO\nCAP ERROR: could not read PoE GPIO\n", 86, " POE=--- "},
-        {"no charger", [](sim::Board& b) { b.scenario.charger = false; },
-         std::string(kInputs) + kDiagnostics + kSeparator + kPoe + kSeparator,
+        {{"charger=0"}, std::string(kInputs) + kDiagnostics + kSeparator + kPoe + kSeparator,
          "CAP ERROR: read cmd error, cmd 0a, start 0e, result 80\n", 86, " CAP=----/----V/---W USB=off"},
     };
     for (const auto& c : cases) {
-        for (const char* word : {"--dump", "--dumps"}) {
-            sim::Board board;
-            populate(board);
-            c.break_it(board);
-            FakeKernel kernel(board);
-            const ToolRun run = run_tool_words({word});
-            EXPECT_EQ(run.status, 0) << c.what;
-            EXPECT_EQ(run.err, c.err) << c.what;
-            const std::string line = run.out.substr(std::min(c.out.size(), run.out.size()));
-            EXPECT_EQ(run.out, c.out + line) << c.what;
-            if (word == std::string("--dump")) {
-                EXPECT_EQ(line, "") << c.what;
-                EXPECT_EQ(kernel.wire.size(), c.transfers) << c.what;
-            } else {
-                EXPECT_NE(line.find(c.line), std::string::npos) << line;
-            }
-        }
+        SCOPED_TRACE(joined(c.situation));
+        const BoardRun dump = run_on_board(populated(c.situation), {"--dump"});
+        EXPECT_EQ(dump.status, 0);
+        EXPECT_EQ(dump.out, c.out);
+        EXPECT_EQ(dump.err, c.err);
+        EXPECT_EQ(dump.wire.size(), c.transfers);
+        const BoardRun dumps = run_on_board(populated(c.situation), {"--dumps"});
+        EXPECT_EQ(dumps.err, c.err);
+        EXPECT_EQ(dumps.out.substr(0, c.out.size()), c.out);
+        EXPECT_NE(dumps.out.find(c.line, c.out.size()), std::string::npos) << dumps.out.substr(c.out.size());
+        // Presences, the probe, the identity and the charger; the record and the status block come from the dump.
+        const size_t more = c.situation == Words{"mcu=0"} ? 8 : c.situation == Words{} ? 17 : dumps.wire.size() - c.transfers;
+        EXPECT_EQ(dumps.wire.size(), c.transfers + more);
     }
 }
 
-TEST(Dump, DumpsEndsWithTheStatusLineOfTheSameData) {
-    sim::Board board;
-    populate(board);
-    FakeKernel kernel(board);
-    std::string out = run_tool_words({"--dumps"}).out;
-    EXPECT_NE(out.find("PWR=25.5V IN=Ln1/2 OUT=1+2 CAP=notF/06.0V/0.2W USB=off TEMP=45.0degC,40.0degC,-55.4degC\n"),
-              std::string::npos)
-        << out.substr(out.size() - 300);
-    // Dump, presences, identity, the charger once more.
-    EXPECT_EQ(kernel.wire.size(), 90U + 3U + 9U + 5U);
-
-    // Blocks that could not be read are handed over as they are: zero.
-    board.add_fault("nack@reg-00");
-    out = run_tool_words({"--dumps"}).out;
-    EXPECT_NE(out.find(" SVMCU=on  RST=--- SW=0100/0/"), std::string::npos) << out;
-    EXPECT_NE(out.find(" PWR=----V IN=----- OUT=--- CAP=notF/06.0V/0.2W"), std::string::npos) << out;
-}
-
-TEST(StatusPoe, TellsOrEndsTheRun) {
-    sim::Board board;
-    FakeKernel kernel(board);
-    EXPECT_EQ(run_tool_words({"--status-poe"}).out, "POE: off\n");
-    board.scenario.poe = "0";
-    EXPECT_EQ(run_tool_words({"--status-poe"}).out, "POE: on\n");
-    board.scenario.poe = "none";
-    const ToolRun run = run_tool_words({"--status-poe", "--bom-version"});
-    EXPECT_EQ(run.status, 255);
-    EXPECT_EQ(run.out, "");
-    EXPECT_EQ(run.err, "ERROR: could not read PoE GPIO");
+TEST(StatusPoe, ShowsTheInputOrEndsTheRun) {
+    expect_outcomes({{{"--status-poe"}, {}, 0, "POE: off\n", "", 0},
+                     {{"--status-poe"}, {"poe=0"}, 0, "POE: on\n", "", 0},
+                     {{"--status-poe", "--bom-version"},
+                      {"poe=none"},
+                      255,
+                      "",
+                      "ERROR: could not read PoE GPIO",
+                      0}});
 }

@@ -1,24 +1,20 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
+// The identity: what the MCU answers, and what --version and its relatives print of it.
+#include "tests/support/device_test.h"
 
-#include "tests/support/tool_run.h"
-
-TEST(IdentityCommands, VersionListing) {
-    sim::Board board;
-    board.scenario.serial = "12345678901234567890123456789012345a";
-    board.scenario.production_minutes = 30'000'000;
-    board.scenario.version2 = "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d0000";
-    board.flash.install(0, std::vector<uint8_t>{}, 0x0100);
-    FakeKernel kernel(board);
-    const ToolRun run = run_tool_words({"--version"});
-    // The checksum of the version block is CRC-16/MODBUS of its bytes 8 to 29.
+TEST(Identity, VersionListing) {
+    const BoardRun run = run_on_board(
+        {"serial=12345678901234567890123456789012345a", "production_minutes=30000000",
+         "version2=000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d0000"},
+        {"--version"});
+    // The checksum of the first version block is CRC-16/MODBUS of its bytes 8 to 29.
     EXPECT_EQ(run.out,
               "swid   = 0100\n"
               "hwid   = 0003\n"
               "active = 0\n"
               "serial = 12345678901234567890123456789012345?\n"
               "prod   = 2027-01-15 08:00:00 (1c9c380)\n"
-              "swcrc  = 1cc1\n"
+              "swcrc  = a962\n"
               "----\n"
               "swid0  = 0100\n"
               "swid1  = 0000\n"
@@ -26,7 +22,7 @@ TEST(IdentityCommands, VersionListing) {
               "region = 20000\n"
               "page   = 200\n"
               "segment = 20\n"
-              "crc0   = 1cc1 empty?\n"
+              "crc0   = a962\n"
               "crc1   = 1cc1 empty?\n"
               "----\n"
               "version1 = 03 00 00 01  00 00 00 00  12 34 56 78  90 12 34 56  78 90 12 34  56 78 90 12  34 5a 80 c3  "
@@ -35,88 +31,68 @@ TEST(IdentityCommands, VersionListing) {
               "1c 1d 00 00  crc-error\n");
     EXPECT_EQ(run.err, "");
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(kernel.wire.size(), 9U);
+    EXPECT_EQ(run.wire, (Wire{"W 08 a6: 00", "R 08 a6 1", "R 08 80 32", "W 08 a6: 05", "R 08 a6 1", "R 08 80 32",
+                              "W 08 a6: 01", "R 08 a6 1", "R 08 80 10"}));
 }
 
-TEST(IdentityCommands, VersionShowsTheRunningRegionAndBadChecksums) {
+TEST(Identity, LinesOfTheVersionListing) {
+    const std::string zeros_30(60, '0');  // whose CRC-16/MODBUS is 0x4FFE
+    const std::pair<Words, const char*> cases[] = {
+        {{"version_crc_good=0"}, "  crc-error\nversion2 = ff ff ff ff "},
+        {{"version2=empty"}, "  ok\nversion2 = ff ff ff ff "},
+        {{"version2=" + std::string(60, 'f') + "1234"}, " ff ff 12 34  empty\n"},
+        {{"version2=none"}, "version2 = 11 11 11 11 "},
+        {{"version2=none"}, "  11 11 11 11  empty\n"},
+        {{"version2=" + zeros_30 + "fe4f"}, " fe 4f  ok\n"},
+        {{"version2=" + zeros_30 + "fe5f"}, " fe 5f  crc-error\n"},
+        {{"version2=" + zeros_30 + "ff4f"}, " ff 4f  crc-error\n"},
+        {{"version2=" + std::string(58, 'f') + "00ffff"}, " 00 ff ff  crc-error\n"},
+        // 0 minutes: --version shows the time of the run.
+        {{"production_minutes=0"}, "prod   = 2025-11-16 21:53:20 (0)\n"}};
+    for (const auto& [situation, lines] : cases) {
+        const std::string out = run_on_board(situation, {"--version"}).out;
+        EXPECT_NE(out.find(lines), std::string::npos) << joined(situation) << out;
+    }
+}
+
+TEST(Identity, FollowsTheRunningRegion) {
     sim::Board board;
-    board.flash.install(1, std::vector<uint8_t>{0x12, 0x34}, 0x0A0B);
-    board.scenario.version_crc_good = false;
-    board.mcu.restart();
+    board.flash.install(1, Bytes{0x12, 0x34}, 0x0A0B);
     FakeKernel kernel(board);
-    board.scenario.version2 = "none";
+    EXPECT_NE(run_tool_words({"--version"}).out.find("swid0  = 0100\nswid1  = 0a0b\n"), std::string::npos);
+    board.mcu.restart();  // the region enabled last starts
+    kernel.now_us += 1'000'000;
     const std::string out = run_tool_words({"--version"}).out;
-    char expected[32];
-    std::snprintf(expected, sizeof expected, "swcrc  = %04x\n----\n", board.flash.checksum(1));
-    EXPECT_NE(out.find("swid   = 0a0b\nhwid   = 0003\nactive = 1\n"), std::string::npos) << out;
-    EXPECT_NE(out.find(expected), std::string::npos) << out;
-    EXPECT_NE(out.find("  crc-error\nversion2 = 11 11 11 11  11"), std::string::npos) << out;
-    EXPECT_NE(out.find("  11 11 11 11  empty\n"), std::string::npos) << out;
+    EXPECT_EQ(out.substr(0, out.find("serial")), "swid   = 0a0b\nhwid   = 0003\nactive = 1\n");
+    EXPECT_NE(out.find("swcrc  = f27f\n----\nswid0  = 0100\nswid1  = 0a0b\n"), std::string::npos) << out;
+    EXPECT_EQ(run_tool_words({"--sw-version"}).out, "0A0B\n");
 }
 
-TEST(IdentityCommands, PlainFields) {
-    const struct {
-        const char* word;
-        uint32_t minutes;
-        const char* out;
-    } cases[] = {{"--hw-version", 0, "0002\n"},
-                 {"--sw-version", 0, "ABCD\n"},
-                 {"--serial", 0, "202611220000000000000000000000000001\n"},
-                 {"--date", 30'000'000, "2027-01-15 08:00:00\n"},
-                 {"--date", 0, "1970-01-01 00:00:00\n"},
-                 {"--date", 0xFFFFFFFF, "2106-02-07 06:27:00\n"},  // the seconds wrap at 32 bits and lose their rest
-                 {"--bom-version", 0, "-todo-\n"},
-                 {"--probe", 0, "1\n"}};
-    for (const auto& c : cases) {
-        sim::Board board;
-        board.flash.install(0, std::vector<uint8_t>{1}, 0xABCD);
-        board.scenario.hwid = 2;
-        board.scenario.production_minutes = c.minutes;
-        FakeKernel kernel(board);
-        const ToolRun run = run_tool_words({c.word});
-        EXPECT_EQ(run.out, c.out);
-        EXPECT_EQ(run.err, "");
-        EXPECT_EQ(run.status, 0);
-    }
-}
-
-TEST(IdentityCommands, ProductionTimeZeroShowsTheTimeOfTheRun) {
-    sim::Board board;
-    board.scenario.production_minutes = 0;
-    FakeKernel kernel(board);
-    EXPECT_NE(run_tool_words({"--version"}).out.find("prod   = 2025-11-16 21:53:20 (0)\n"), std::string::npos);
-}
-
-TEST(IdentityCommands, FailuresEndTheRun) {
-    const std::string write_error = "could not read version (I2C write error, start a6, size 01)";
-    const struct {
-        std::vector<std::string> words;
-        const char* fault;
-        std::string out;
-        std::string text;  // of the log line, if there is one
-    } cases[] = {{{"--version", "--bom-version"}, "nack@1", "", "could not read version (" + write_error + ")"},
-                 {{"--version"},
-                  "nack@7",
-                  "",
-                  "could not read status (could not read status (I2C write error, start a6, size 01))"},
-                 {{"--hw-version", "--bom-version"}, "nack@1", "", write_error},
-                 {{"--sw-version"}, "nack@1", "", write_error},
-                 {{"--serial"}, "nack@1", "", write_error},
-                 {{"--date"}, "nack@1", "", write_error},
-                 {{"--probe", "--bom-version"}, "nack@1", "0\n", ""}};
-    for (const auto& c : cases) {
-        sim::Board board;
-        board.add_fault(c.fault);
-        FakeKernel kernel(board);
-        const ToolRun run = run_tool_words(c.words);
-        EXPECT_EQ(run.status, 255) << c.words[0];
-        EXPECT_EQ(run.out, c.out) << c.words[0];
-        EXPECT_EQ(run.err, c.text.empty() ? "" : log_line("error", c.text)) << c.words[0];
-        EXPECT_EQ(kernel.syslog.size(), c.text.empty() ? 0U : 1U) << c.words[0];
-    }
-    sim::Board board;
-    board.scenario.hwid = 4;
-    FakeKernel kernel(board);
-    EXPECT_EQ(run_tool_words({"--serial"}).err, log_line("error", "unknown HWID"));
-    EXPECT_EQ(run_tool_words({"--version"}).err, log_line("error", "could not read version (unknown HWID)"));
+TEST(Identity, PlainFieldsAndFailures) {
+    const std::string unanswered = "could not read version (I2C write error, start a6, size 01)";
+    const std::string refused = "read poll error, cmd start a6, size 01, data 00, read size 20, error 80";
+    const std::string no_size = "error : could not read status (invalid region size (hwid vs. read, 0003 20000 10000))\n";
+    const std::string no_page = "error : could not read status (invalid page size (hwid vs. read, 0003 00200 00100))\n";
+    const std::string no_status =
+        "error : could not read status (could not read status (I2C write error, start a6, size 01))\n";
+    expect_outcomes({
+        {{"--hw-version"}, {"hwid=2"}, 0, "0002\n", "", 6},
+        {{"--sw-version"}, {}, 0, "0100\n", "", 6},
+        {{"--serial"}, {}, 0, "202611220000000000000000000000000001\n", "", 6},
+        {{"--date"}, {"production_minutes=30000000"}, 0, "2027-01-15 08:00:00\n", "", 6},
+        {{"--date"}, {"production_minutes=0"}, 0, "1970-01-01 00:00:00\n", "", 6},
+        // The seconds wrap at 32 bits and lose their rest.
+        {{"--date"}, {"production_minutes=0xffffffff"}, 0, "2106-02-07 06:27:00\n", "", 6},
+        {{"--probe"}, {}, 0, "1\n", "", 1},
+        {{"--version", "--bom-version"}, {"nack@1"}, 255, "", "error : could not read version (" + unanswered + ")\n", 1},
+        {{"--version"}, {"nack@7"}, 255, "", no_status, 7},
+        {{"--version"}, {"reported_region_size=0x10000"}, 255, "", no_size, 9},
+        {{"--version"}, {"reported_page_size=0x100"}, 255, "", no_page, 9},
+        {{"--version"}, {"hwid=4"}, 255, "", "error : could not read version (unknown HWID)\n", 6},
+        {{"--hw-version", "--bom-version"}, {"nack@1"}, 255, "", "error : " + unanswered + "\n", 1},
+        {{"--sw-version"}, {"nack@1"}, 255, "", "error : " + unanswered + "\n", 1},
+        {{"--date"}, {"fail@read-version"}, 255, "", "error : could not read version (" + refused + ")\n", 3},
+        {{"--serial"}, {"hwid=0"}, 255, "", "error : unknown HWID\n", 6},
+        {{"--serial"}, {"hwid=0x0103"}, 255, "", "error : unknown HWID\n", 6},
+    });
 }

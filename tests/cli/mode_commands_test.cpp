@@ -1,9 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
-
-#include "tests/support/tool_run.h"
-
-using Wire = std::vector<std::string>;
+#include "tests/support/device_test.h"
 
 namespace {
 
@@ -23,154 +19,110 @@ Wire operator+(Wire a, const Wire& b) {
 }  // namespace
 
 TEST(SetMode, EveryParameterAndAliasOnTheWire) {
-    // The words before: enable 0x1200 or 0x122f, input mode 0x3400 or 0x3403.
+    const Wire enable = read_word("00");
+    const Wire input = read_word("02");
+    // The words before: enable 0x1200, or 0x122f with each bit set; input mode 0x3400 or 0x3403.
     const struct {
-        std::vector<const char*> parameters;
-        std::vector<const char*> values;
-        bool bits_set;  // before
+        bool bits_set;
+        Words parameters;
+        Words values;
         Wire wire;
-    } cases[] = {
-        {{"priority", "extpriority", "prio"},
-         {"normal", "norm", "default", "def"},
-         true,
-         read_word("02") + send("00 34", "03")},
-        {{"priority", "extpriority", "prio"}, {"battery-save", "low"}, true, read_word("02") + send("01 34", "03")},
-        {{"priority"}, {"low"}, false, read_word("02") + send("01 34", "03")},
-        {{"priority"}, {"high"}, true, read_word("02") + send("02 34", "03")},
-        {{"w1validity"}, {"normal"}, true, read_word("00") + send("0f 12", "01")},
-        {{"w1validity"}, {"ignore"}, false, read_word("00") + send("20 12", "01")},
-        {{"teko1-pd", "pd1"}, {"enabled", "enable", "on", "1"}, true, read_word("00") + send("2e 12", "01")},
-        {{"teko1-pd", "pd1"}, {"disabled", "disable", "off", "0"}, false, read_word("00") + send("01 12", "01")},
-        {{"teko1-pse", "teko1", "pse1"}, {"on"}, true, read_word("00") + send("2d 12", "01")},
-        {{"teko1-pse", "teko1", "pse1"}, {"off"}, false, read_word("00") + send("02 12", "01")},
-        {{"teko2-pd", "pd2"}, {"1"}, true, read_word("00") + send("2b 12", "01")},
-        {{"teko2-pd", "pd2"}, {"0"}, false, read_word("00") + send("04 12", "01")},
-        {{"teko2-pse", "teko2", "pse2"}, {"enable"}, true, read_word("00") + send("27 12", "01")},
-        {{"teko2-pse", "teko2", "pse2"}, {"disable"}, false, read_word("00") + send("08 12", "01")},
-        {{"led1"}, {"default", "def", "normal", "norm"}, false, send("00 00", "06")},
-        {{"led1"}, {"gn"}, false, send("81 00", "06")},
-        {{"led2"}, {"rd"}, false, send("82 00", "07")},
-        {{"led2"}, {"or"}, false, send("83 00", "07")},
-        {{"led2"}, {"off"}, false, send("80 00", "07")},
-        {{"psuled"}, {"0x12345"}, false, send("45 23", "82") + Wire{"R 08 60 8", "R 08 0c 1"}},
-        {{"test-extsw"}, {"0x1ff", "255", "-1"}, false, send("ff 00", "8f")},
-        {{"test-10V"}, {"0x1FF"}, false, send("ff 00", "98")},
-        {{"test-msg"}, {"0x0011"}, false, send("11 00", "99")}};
+    } cases[] = {{true,
+                  {"priority", "extpriority", "prio"},
+                  {"normal", "norm", "default", "def"},
+                  input + send("00 34", "03")},
+                 {true, {"priority"}, {"battery-save", "low"}, input + send("01 34", "03")},
+                 {false, {"priority"}, {"low"}, input + send("01 34", "03")},
+                 {true, {"priority"}, {"high"}, input + send("02 34", "03")},
+                 {true, {"w1validity"}, {"normal"}, enable + send("0f 12", "01")},
+                 {false, {"w1validity"}, {"ignore"}, enable + send("20 12", "01")},
+                 {true, {"teko1-pd", "pd1"}, {"enabled", "enable", "on", "1"}, enable + send("2e 12", "01")},
+                 {false, {"pd1"}, {"disabled", "disable", "off", "0"}, enable + send("01 12", "01")},
+                 {true, {"teko1-pse", "teko1", "pse1"}, {"on"}, enable + send("2d 12", "01")},
+                 {false, {"pse1"}, {"off"}, enable + send("02 12", "01")},
+                 {true, {"teko2-pd", "pd2"}, {"1"}, enable + send("2b 12", "01")},
+                 {false, {"pd2"}, {"0"}, enable + send("04 12", "01")},
+                 {true, {"teko2-pse", "teko2", "pse2"}, {"enable"}, enable + send("27 12", "01")},
+                 {false, {"pse2"}, {"disable"}, enable + send("08 12", "01")},
+                 {false, {"led1"}, {"default", "def", "normal", "norm"}, send("00 00", "06")},
+                 {false, {"led1"}, {"gn"}, send("81 00", "06")},
+                 {false, {"led2"}, {"rd"}, send("82 00", "07")},
+                 {false, {"led2"}, {"or"}, send("83 00", "07")},
+                 {false, {"led2"}, {"off"}, send("80 00", "07")},
+                 {false, {"psuled"}, {"0x12345"}, send("45 23", "82") + Wire{"R 08 60 8", "R 08 0c 1"}},
+                 {false, {"test-extsw"}, {"0x1ff", "255", "-1"}, send("ff 00", "8f")},
+                 {false, {"test-10V"}, {"0x1FF"}, send("ff 00", "98")},
+                 {false, {"test-msg"}, {"0x0011"}, send("11 00", "99")},
+                 {false, {"xlr-off", "off"}, {""}, send("47 00", "0d")},
+                 {false, {"test-msg-ack"}, {""}, {"W 08 0a: 00"}},
+                 {false, {"test-i2c-bug1"}, {""}, Wire(400, "W 08 60: 03")},
+                 // The check word: 0x122f xor 0x3403.
+                 {true, {"store"}, {""}, enable + input + send("2c 26", "08")}};
     for (const auto& c : cases) {
-        for (const char* parameter : c.parameters) {
-            for (const char* value : c.values) {
-                sim::Board board;
-                board.scenario.teko_enable = c.bits_set ? 0x122F : 0x1200;
-                board.scenario.input_mode = c.bits_set ? 0x3403 : 0x3400;
-                FakeKernel kernel(board);
-                const ToolRun run = run_tool_words({"--set-mode", parameter, value});
-                EXPECT_EQ(run.status, 0) << parameter << " " << value;
-                EXPECT_EQ(run.err, "") << parameter << " " << value;
-                EXPECT_EQ(kernel.wire, c.wire) << parameter << " " << value;
+        for (const std::string& parameter : c.parameters) {
+            for (const std::string& value : c.values) {
+                SCOPED_TRACE(parameter + " " + value);
+                const Words words = value.empty() ? Words{"--set", parameter} : Words{"--set-mode", parameter, value};
+                const BoardRun run = run_on_board(c.bits_set ? Words{"teko_enable=0x122f", "input_mode=0x3403"}
+                                                             : Words{"teko_enable=0x1200", "input_mode=0x3400"},
+                                                  words);
+                EXPECT_EQ(run.status, 0);
+                EXPECT_EQ(run.err, parameter.find("off") == std::string::npos
+                                       ? ""
+                                       : "info  : disabled XLR input (turn off power, but not PoE)\n");
+                EXPECT_EQ(run.wire, c.wire);
+                EXPECT_EQ(run.violations, Words{});
             }
         }
     }
 }
 
-TEST(SetMode, ParametersWithoutAValue) {
-    sim::Board board;
-    board.scenario.teko_enable = 0x0005;
-    board.scenario.input_mode = 0x0001;
-    board.scenario.status[0] |= 0x40;
-    FakeKernel kernel(board);
-    EXPECT_EQ(run_tool_words({"--set", "store", "--set-mode", "test-msg-ack"}).status, 0);
-    EXPECT_EQ(kernel.wire, read_word("00") + read_word("02") + send("04 00", "08") + Wire{"W 08 0a: 00"});
-    EXPECT_EQ(board.scenario.stored, 4);
-    EXPECT_EQ(board.scenario.status[0] & 0x40, 0);
-    for (const char* word : {"xlr-off", "off"}) {
-        kernel.wire.clear();
-        const ToolRun run = run_tool_words({"--set", word});
-        EXPECT_EQ(run.err, log_line("info", "disabled XLR input (turn off power, but not PoE)"));
-        EXPECT_EQ(kernel.wire, send("47 00", "0d"));
+TEST(SetMode, WrongWordsAndFailedTransactions) {
+    const std::string pio = "W1_PIO            = 01 02 03 04  05 06 07 08 - ";
+    std::vector<Outcome> outcomes = {
+        {{"--set-mode", ""}, {}, 255, "ERROR: missing argument(s) to ''\n", "", 0},
+        {{"--set-mode", "bogus"}, {}, 255, "ERROR: missing argument(s) to 'bogus'\n", "", 0},
+        {{"--set-mode", "led1", "gn", "led2", "rd"}, {}, 255, "", "error : unknown command led2\n", 3},
+        {{"--set", "prio", "nonsense"}, {"nack@1"}, 255, "", "error : I2C write error, start 0e, size 01, cmd 02\n", 1},
+        {{"--set", "pd1", "off"},
+         {"fail@write-enable-word"},
+         255,
+         "",
+         "error : read cmd error, cmd 01, start 0e, result 80\n",
+         6},
+        {{"--set", "store"}, {"nack@1"}, 255, "", "error : I2C write error, start 0e, size 01, cmd 00\n", 1},
+        {{"--set", "store"}, {"nack@4"}, 255, "", "error : I2C write error, start 0e, size 01, cmd 02\n", 4},
+        {{"--set", "led1", "gn"}, {"nack@1"}, 255, "", "error : I2C write error, start 0c, size 02\n", 1},
+        {{"--set", "off"}, {"fail@switch-off"}, 255, "", "error : read cmd error, cmd 0d, start 0e, result 80\n", 3},
+        {{"--set", "test-msg-ack"}, {"nack@1"}, 255, "", "error : I2C write error, start 0a, size 01, value 00\n", 1},
+        {{"--set", "test-i2c-bug1"}, {"nack@3"}, 0, "", "", 3},
+        {{"--set", "psuled", "1"}, {"nack@4"}, 255, "", "error : \n", 4},
+        {{"--set", "psuled", "1"}, {"nack@5"}, 255, "", "error : \n", 5},
+        {{"--set", "psuled", "1"}, {"w1_pio_data=0102030405060708"}, 0, pio + "ok (00)\n", "", 5},
+        {{"--set", "psuled", "1"},
+         {"w1_pio_data=0102030405060708", "w1_pio_status=13"},
+         255,
+         pio + "PIO_WRITE (0d)\n",
+         "error : read cmd error, cmd 82, start 0e, result 80\n",
+         5}};
+    for (const Words& words : {Words{"bogus", "1"}, {"", "1"}, {"led3", "off"}, {"store ", "1"}}) {
+        outcomes.push_back({{"--set", words[0], words[1]}, {}, 255, "", "error : unknown parameter to --set-mode\n", 0});
     }
-    kernel.wire.clear();
-    EXPECT_EQ(run_tool_words({"--set", "test-i2c-bug1"}).status, 0);
-    EXPECT_EQ(kernel.wire, Wire(400, "W 08 60: 03"));
-    kernel.wire.clear();
-    board.scenario.mcu = false;
-    EXPECT_EQ(run_tool_words({"--set", "test-i2c-bug1"}).status, 0);
-    EXPECT_EQ(kernel.wire.size(), 1U);
-}
-
-TEST(SetMode, WrongWordsEndTheRunAndChangeNothing) {
-    const struct {
-        std::vector<std::string> words;
-        std::string out;
-        std::string err;
-        size_t transfers;
-    } cases[] = {
-        {{"--set-mode"}, "ERROR: missing argument(s) to '--set-mode'\n", "", 0},
-        {{"--set"}, "ERROR: missing argument(s) to '--set'\n", "", 0},
-        {{"--set-mode", "led1"}, "ERROR: missing argument(s) to 'led1'\n", "", 0},
-        {{"--set-mode", "bogus"}, "ERROR: missing argument(s) to 'bogus'\n", "", 0},
-        {{"--set-mode", "bogus", "1"}, "", log_line("error", "unknown parameter to --set-mode"), 0},
-        {{"--set-mode", "", "1"}, "", log_line("error", "unknown parameter to --set-mode"), 0},
-        {{"--set-mode", "prio", "LOW"}, "", log_line("error", "invalid parameter to --set-mode priority"), 3},
-        {{"--set-mode", "w1validity", "x"}, "", log_line("error", "invalid parameter to --set-mode w1validity"), 3},
-        {{"--set-mode", "pd1", "yes"}, "", log_line("error", "invalid parameter to --set-mode teko1-pd"), 3},
-        {{"--set-mode", "teko1", ""}, "", log_line("error", "invalid parameter to --set-mode teko1-pse"), 3},
-        {{"--set-mode", "pd2", "2"}, "", log_line("error", "invalid parameter to --set-mode teko2-pd"), 3},
-        {{"--set-mode", "pse2", "x"}, "", log_line("error", "invalid parameter to --set-mode teko2-pse"), 3},
-        {{"--set-mode", "led1", "red"}, "", log_line("error", "invalid parameter to --set-mode led1"), 0},
-        {{"--set-mode", "led2", "0x81"}, "", log_line("error", "invalid parameter to --set-mode led2"), 0},
-        {{"--set-mode", "psuled", "x"}, "", log_line("error", "invalid parameter to --set-mode psuled"), 0},
-        {{"--set-mode", "test-extsw", "1x"}, "", log_line("error", "invalid parameter to --set-mode test-extsw"), 0},
-        {{"--set-mode", "test-10V", "08"}, "", log_line("error", "invalid parameter to --set-mode test-10V"), 0},
-        {{"--set-mode", "test-msg", "-"}, "", log_line("error", "invalid parameter to --set-mode test-msg"), 0},
-        {{"--set-mode", "led1", "gn", "led2", "rd"}, "", log_line("error", "unknown command led2"), 3}};
-    for (const auto& c : cases) {
-        sim::Board board;
-        FakeKernel kernel(board);
-        const ToolRun run = run_tool_words(c.words);
-        EXPECT_EQ(run.status, 255) << testing::PrintToString(c.words);
-        EXPECT_EQ(run.out, c.out) << testing::PrintToString(c.words);
-        EXPECT_EQ(run.err, c.err) << testing::PrintToString(c.words);
-        EXPECT_EQ(kernel.wire.size(), c.transfers) << testing::PrintToString(c.words);
-        EXPECT_EQ(board.scenario.teko_enable, 0);
+    // The parameter, a value that it does not know, its name in the message, transfers.
+    const std::tuple<const char*, const char*, const char*, size_t> values[] = {
+        {"prio", "LOW", "priority", 3},     {"w1validity", "x", "w1validity", 3}, {"pd1", "yes", "teko1-pd", 3},
+        {"teko1", "", "teko1-pse", 3},      {"pd2", "2", "teko2-pd", 3},          {"pse2", "x", "teko2-pse", 3},
+        {"led1", "red", "led1", 0},         {"led2", "0x81", "led2", 0},          {"psuled", "x", "psuled", 0},
+        {"test-extsw", "1x", "test-extsw", 0}, {"test-10V", "08", "test-10V", 0}, {"test-msg", "-", "test-msg", 0}};
+    for (const auto& [parameter, value, name, transfers] : values) {
+        outcomes.push_back({{"--set", parameter, value},
+                            {},
+                            255,
+                            "",
+                            std::string("error : invalid parameter to --set-mode ") + name + "\n",
+                            transfers});
     }
-}
-
-TEST(SetMode, FailedTransactionsEndTheRunWithTheirText) {
-    const struct {
-        std::vector<std::string> words;
-        const char* fault;
-        const char* text;
-        size_t transfers;
-    } cases[] = {{{"--set", "prio", "nonsense"}, "nack@1", "I2C write error, start 0e, size 01, cmd 02", 1},
-                 {{"--set", "pd1", "off"}, "fail@write-enable-word", "read cmd error, cmd 01, start 0e, result 80", 6},
-                 {{"--set", "store"}, "nack@1", "I2C write error, start 0e, size 01, cmd 00", 1},
-                 {{"--set", "store"}, "nack@4", "I2C write error, start 0e, size 01, cmd 02", 4},
-                 {{"--set", "led1", "gn"}, "nack@1", "I2C write error, start 0c, size 02", 1},
-                 {{"--set", "off"}, "fail@switch-off", "read cmd error, cmd 0d, start 0e, result 80", 3},
-                 {{"--set", "test-msg-ack"}, "nack@1", "I2C write error, start 0a, size 01, value 00", 1},
-                 {{"--set", "psuled", "1"}, "nack@4", "", 4},
-                 {{"--set", "psuled", "1"}, "nack@5", "", 5}};
-    for (const auto& c : cases) {
-        sim::Board board;
-        board.add_fault(c.fault);
-        FakeKernel kernel(board);
-        const ToolRun run = run_tool_words(c.words);
-        EXPECT_EQ(run.status, 255) << c.fault;
-        EXPECT_EQ(run.err, log_line("error", c.text));
-        EXPECT_EQ(kernel.wire.size(), c.transfers);
-    }
-}
-
-TEST(SetMode, PsuledPrintsTheAnswerAlsoOfAFailedCommand) {
-    sim::Board board;
-    ASSERT_EQ(sim::set_knob(board.scenario, "w1_pio_data", "0102030405060708"), "");
-    FakeKernel kernel(board);
-    EXPECT_EQ(run_tool_words({"--set", "psuled", "1"}).out, "W1_PIO            = 01 02 03 04  05 06 07 08 - ok (00)\n");
-    board.scenario.w1_pio_status = 13;
-    const ToolRun run = run_tool_words({"--set", "psuled", "1"});
-    EXPECT_EQ(run.status, 255);
-    EXPECT_EQ(run.out, "W1_PIO            = 01 02 03 04  05 06 07 08 - PIO_WRITE (0d)\n");
-    EXPECT_EQ(run.err, log_line("error", "read cmd error, cmd 82, start 0e, result 80"));
+    expect_outcomes(outcomes);
 }
 
 TEST(SetMode, TestMessageWarnings) {
@@ -178,21 +130,19 @@ TEST(SetMode, TestMessageWarnings) {
     const std::string missing = "WARNING: missing destination (not 1 or 2) with --set-mode test-msg ";
     const std::string invalid = "WARNING: invalid destination (not 1 or 2) with --set-mode test-msg ";
     const std::string atypical = "WARNING: atypical destination index (not 0 or 1) with --set-mode test-msg ";
-    const struct {
-        const char* value;
-        std::string err;
-        const char* sent;
-    } cases[] = {{"0x0D", reserved + "(000d)\n", "0d 00"},
-                 {"0x20", missing + "(0020)\n" + atypical + "(0020)\n", "20 00"},
-                 {"3", invalid + "(0003)\n", "03 00"},
-                 {"0xabcd12", "", "12 cd"},
-                 {"-1", reserved + "(ffffffff)\n" + invalid + "(ffffffff)\n" + atypical + "(ffffffff)\n", "ff ff"}};
-    for (const auto& c : cases) {
-        sim::Board board;
-        FakeKernel kernel(board);
-        const ToolRun run = run_tool_words({"--set-mode", "test-msg", c.value});
-        EXPECT_EQ(run.status, 0);
-        EXPECT_EQ(run.err, c.err);
-        EXPECT_EQ(kernel.wire, send(c.sent, "99"));
+    const std::tuple<const char*, std::string, const char*> cases[] = {
+        {"0x05", reserved + "(0005)\n", "05 00"},
+        {"0x0A", reserved + "(000a)\n", "0a 00"},
+        {"0x20", missing + "(0020)\n" + atypical + "(0020)\n", "20 00"},
+        {"0x41", atypical + "(0041)\n", "41 00"},
+        {"0x82", atypical + "(0082)\n", "82 00"},
+        {"3", invalid + "(0003)\n", "03 00"},
+        {"0xabcd12", "", "12 cd"},
+        {"-1", reserved + "(ffffffff)\n" + invalid + "(ffffffff)\n" + atypical + "(ffffffff)\n", "ff ff"}};
+    for (const auto& [value, err, sent] : cases) {
+        const BoardRun run = run_on_board({}, {"--set-mode", "test-msg", value});
+        EXPECT_EQ(run.status, 0) << value;
+        EXPECT_EQ(run.err, err) << value;
+        EXPECT_EQ(run.wire, send(sent, "99")) << value;
     }
 }

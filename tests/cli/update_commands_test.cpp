@@ -1,32 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Resets, settings, erase and read-back from the command line.
-#include <gtest/gtest.h>
-#include <unistd.h>
-
+// Resets, erase and read-back from the command line.
 #include <fstream>
 #include <iterator>
 
-#include "tests/support/tool_run.h"
-
-namespace {
-
-std::string temporary_path() {
-    return testing::TempDir() + "sv_" + std::to_string(getpid()) + "_memory.bin";
-}
-
-std::vector<uint8_t> read_bytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-}  // namespace
+#include "tests/cli/update_fixture.h"
 
 TEST(ResetCommands, LogTheirOutcomeAndPauseBeforeTheNextCommand) {
-    const struct {
-        std::vector<std::string> words;
-        std::vector<std::string> reports;
-        std::vector<uint32_t> sleeps_us;
-    } cases[] = {
+    const std::tuple<Words, Words, std::vector<uint32_t>> cases[] = {
         {{"--reset"}, {"MCU will reset in 5.0s"}, {10'000}},
         {{"--reset-now"}, {"MCU will reset now"}, {10'000}},
         {{"--reset-now-sync"}, {"MCU has been reset (ff)"}, {10'000, 10'000}},
@@ -37,111 +17,106 @@ TEST(ResetCommands, LogTheirOutcomeAndPauseBeforeTheNextCommand) {
         {{"--reset-now-sync", "--reset-now", "--bom-version"},
          {"MCU has been reset (ff)", "MCU will reset now"},
          {10'000, 10'000, 1'000'000, 10'000, 1'000'000}}};
-    for (const auto& c : cases) {
-        sim::Board board;
-        FakeKernel kernel(board);
-        EXPECT_EQ(run_tool_words(c.words).status, 0);
+    for (const auto& [words, reports, sleeps_us] : cases) {
+        const BoardRun run = run_on_board({}, words);
+        EXPECT_EQ(run.status, 0);
         std::vector<SyslogLine> lines;
-        for (const std::string& report : c.reports) {
+        for (const std::string& report : reports) {
             lines.push_back({6, report});
         }
-        EXPECT_EQ(kernel.syslog, lines) << c.words[0];
-        EXPECT_EQ(kernel.sleeps_us, c.sleeps_us) << c.words[0];
-        EXPECT_EQ(board.violations, std::vector<std::string>{});
+        EXPECT_EQ(run.syslog, lines) << joined(words);
+        EXPECT_EQ(run.sleeps_us, sleeps_us) << joined(words);
+        EXPECT_EQ(run.violations, Words{});
     }
 }
 
 TEST(Erase, ErasesWithoutReadingTheIdentity) {
     sim::Board board;
-    board.flash.install(1, std::vector<uint8_t>{1, 2, 3}, 0x0200);
+    board.flash.install(1, Bytes{1, 2, 3}, 0x0200);
     FakeKernel kernel(board);
     EXPECT_EQ(run_tool_words({"--erase"}).out, "erase other region 1\n");
-    EXPECT_EQ(kernel.wire, (std::vector<std::string>{"W 08 a5: 42 43", "R 08 a6 1"}));
+    EXPECT_EQ(kernel.wire, (Wire{"W 08 a5: 42 43", "R 08 a6 1"}));
     EXPECT_EQ(board.flash.checksum(1), 0x1CC1);
-
-    board.scenario.mcu = false;
-    const ToolRun run = run_tool_words({"--erase", "--bom-version"});
-    EXPECT_EQ(run.status, 255);
-    EXPECT_EQ(run.out, "");
-    EXPECT_EQ(run.err, log_line("error", "could not erase other region (1, I2C write error, start a5, size 02)"));
+    board.flash.install(1, Bytes{1, 2, 3}, 0x0200);
+    board.flash.boot(1);
+    EXPECT_EQ(run_tool_words({"--sw-version", "--erase"}).out, "0200\nerase other region 0\n");
+    expect_outcomes({{{"--erase", "--bom-version"},
+                      {"mcu=0"},
+                      255,
+                      "",
+                      "error : could not erase other region (1, I2C write error, start a5, size 02)\n",
+                      1}});
 }
 
-TEST(Read, WritesTheWholeFlash) {
+class Read : public testing::Test {
+protected:
+    ~Read() override {
+        std::remove(path.c_str());
+    }
+
+    Bytes content() const {
+        std::ifstream in(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+
     sim::Board board;
-    FakeKernel kernel(board);
-    const std::string path = temporary_path();
+    FakeKernel kernel{board};
+    // Longer than the flash: nothing of it may be left.
+    std::string path = write_temporary("memory.bin", Bytes(0x42001, 0xAB));
+};
+
+TEST_F(Read, WritesTheWholeFlash) {
+    board.add_fault("fail@read-segment/1#3");
+    kernel.keep_order = true;
     const ToolRun run = run_tool_words({"--read", path});
     EXPECT_EQ(run.status, 0);
-    const std::string head = "reading " + path + "\n* 0.0%\b\b\b\b\b* 0.2%\b\b\b\b\b* 0.4%";
-    EXPECT_EQ(run.out.substr(0, head.size()), head);
-    EXPECT_EQ(run.out.substr(run.out.size() - 20), "* 99.8%\b\b\b\b\b\b done \n");
-    EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '*'), 528);
+    EXPECT_EQ(run.out, "reading " + path + "\n" + progress(std::string(528, '*')));
     EXPECT_EQ(run.err, "");
-    EXPECT_EQ(read_bytes(path), board.flash.memory());
-    EXPECT_EQ(kernel.wire.size(), 25'350U);
+    Bytes expected = board.flash.memory();
+    std::fill_n(expected.begin() + 512 + 64, 32, uint8_t{0x55});  // could not be read
+    EXPECT_EQ(content(), expected);
+    EXPECT_EQ(Wire(kernel.wire.begin() + 6, kernel.wire.begin() + 10),
+              (Wire{"out reading " + path + "\n* 0.0%", "W 08 a0: 00 00 00 00 00 da 81", "R 08 a6 1", "R 08 80 32"}));
+    // Six of the identity; the segment that failed has no response; a write to the terminal per page, and the end.
+    EXPECT_EQ(kernel.wire.size(), 6U + 528U * 16U * 3U - 1U + 528U + 1U);
     EXPECT_EQ(kernel.sleeps_us.size(), 0U);
-    std::remove(path.c_str());
 }
 
-TEST(Read, AnUnknownHardwareIdStillSuppliesThePageSize) {
-    sim::Board board;
-    board.scenario.hwid = 99;
-    board.add_fault("fail@read-segmentx*");
-    FakeKernel kernel(board);
-    const std::string path = temporary_path();
+TEST_F(Read, AnUnknownHardwareIdStillSuppliesThePageSize) {
+    set_up(board, {"hwid=99", "fail@read-segmentx*"});
     EXPECT_EQ(run_tool_words({"--read", path}).status, 0);
-    EXPECT_EQ(read_bytes(path), std::vector<uint8_t>(0x42000, 0x55));
-    std::remove(path.c_str());
+    EXPECT_EQ(content(), Bytes(0x42000, 0x55));
 }
 
-TEST(Read, FailuresLeaveAnEmptyFileAndAReason) {
-    sim::Board board;
-    board.scenario.mcu = false;
-    FakeKernel kernel(board);
-    const std::string path = temporary_path();
-    ToolRun run = run_tool_words({"--read", path, "--bom-version"});
+TEST_F(Read, FailuresLeaveAnEmptyFileAndAReason) {
+    expect_outcomes({{{"--read", path, "--bom-version"},
+                      {"mcu=0"},
+                      255,
+                      "reading " + path + "\n",
+                      "error : could not read data (version info not available)\n",
+                      1},
+                     {{"--read", "/"}, {}, 255, "reading /\ncould not open file\n", "", 0},
+                     {{"--read", ""}, {}, 255, "reading \ncould not open file\n", "", 0},
+                     {{"--read", "/dev/full"},
+                      {},
+                      255,
+                      "reading /dev/full\n" + progress(std::string(528, '*')),
+                      "error : could not write /dev/full (No space left on device)\n",
+                      25'350}});
+    EXPECT_EQ(content(), Bytes{});
+}
+
+TEST_F(Read, NoMemoryForTheFlash) {
+    kernel.largest_block = 0x41FFF;
+    ToolRun run = run_tool_words({"--read", path});
     EXPECT_EQ(run.status, 255);
     EXPECT_EQ(run.out, "reading " + path + "\n");
-    EXPECT_EQ(run.err, log_line("error", "could not read data (version info not available)"));
-    EXPECT_EQ(access(path.c_str(), F_OK), 0);
-    EXPECT_EQ(read_bytes(path).size(), 0U);
-    std::remove(path.c_str());
-
-    kernel.wire.clear();
-    for (const char* place : {"/does/not/exist", "/"}) {
-        run = run_tool_words({"--read", place});
-        EXPECT_EQ(run.status, 255);
-        EXPECT_EQ(run.out, std::string("reading ") + place + "\ncould not open file\n");
-        EXPECT_EQ(run.err, "");
-    }
-    EXPECT_EQ(kernel.wire.size(), 0U);
-
-    board.scenario.mcu = true;
-    run = run_tool_words({"--read", "/dev/full"});
+    EXPECT_EQ(without_times(run.err), "error : out of memory for the read-back\n");
+    const std::string good = write_temporary("good.svu", UpdateFileBytes{}.bytes());
+    run = run_tool_words({"--update", good});
     EXPECT_EQ(run.status, 255);
-    EXPECT_EQ(run.err, log_line("error", "could not write /dev/full (No space left on device)"));
-}
-
-TEST(StatusCommands, EndTheirLine) {
-    sim::Board board;
-    board.scenario.mcu = false;
-    board.scenario.charger = false;
-    FakeKernel kernel(board);
-    const std::string line =
-        "2025-11-16 21:53:20 up 1d 02:03:04  DISP=on  POE=off SVMCU=off RST=--- SW=----/-/---- PWR=----V IN=----- "
-        "OUT=--- CAP=----/----V/---W USB=off TEMP=45.0degC,40.0degC";
-    const ToolRun run = run_tool_words({"--status", "--status-poetest", "--status-poetest-rebooted"});
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out, line + "\n" + line + "\n" + line + " REBOOTED\n");
-    EXPECT_EQ(run.err, "");
-}
-
-TEST(DebugUpdate, LogsThePowerStateAndGoesOn) {
-    sim::Board board;
-    board.scenario.mcu = false;
-    FakeKernel kernel(board);
-    const ToolRun run = run_tool_words({"--debug-update", "--bom-version"});
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out, "-todo-\n");
-    EXPECT_EQ(run.err, log_line("info", "status SVMCU=off, OK=0, DATA=00 00 00"));
+    EXPECT_EQ(without_times(run.err),
+              "info  : update file = error (" + good + ")\nerror : out of memory for the update file\n");
+    EXPECT_EQ(kernel.wire, Wire{});
+    std::remove(good.c_str());
 }

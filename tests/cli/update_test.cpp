@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // --update and --upd from the command line to the flash.
+#include <csignal>
+
 #include "tests/cli/update_fixture.h"
 
 TEST_F(Update, CompleteUpdateOfRegion1AndBackToRegion0) {
@@ -7,11 +9,10 @@ TEST_F(Update, CompleteUpdateOfRegion1AndBackToRegion0) {
     save();
     ToolRun run = run_tool_words({"--update", path});
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out, "erased other region 1\nprogramming, starting at 20000\n" + progress(all_pages('*')) +
-                           " done \nenabled other region 1\n");
-    EXPECT_EQ(run.err, loaded() + log_line("info", kPower) + doing(1, first) +
-                           log_line("info", "disabled current region 0") +
-                           log_line("info", "reset: MCU will reset in 5.0s") + done(1));
+    EXPECT_EQ(run.out, "erased other region 1\nprogramming, starting at 20000\n" + progress(std::string(255, '*')) +
+                           "enabled other region 1\n");
+    EXPECT_EQ(without_times(run.err), loaded() + kPower + doing() + "info  : disabled current region 0\n" +
+                                          "info  : reset: MCU will reset in 5.0s\n" + done() + kOkay);
     EXPECT_EQ(kernel.syslog.size(), 8U);
     EXPECT_EQ(kernel.wire.size(), 8785U);
     EXPECT_EQ(kernel.sleeps_us, std::vector<uint32_t>{10'000});
@@ -27,103 +28,154 @@ TEST_F(Update, CompleteUpdateOfRegion1AndBackToRegion0) {
     kernel.now_us += 1'000'000;
     EXPECT_EQ(run_tool_words({"--sw-version"}).out, "0123\n");
     EXPECT_EQ(board.flash.running(), 0);
-    EXPECT_EQ(board.violations, std::vector<std::string>{});
+    EXPECT_EQ(board.violations, Words{});
 }
 
-TEST_F(Update, OnlyMarkedPagesAreWritten) {
-    file.fill_page(256);
-    file.fill_page(300);
-    save();
-    const ToolRun run = run_tool_words({"--update", path});
-    auto pages = all_pages('.');
-    pages[0].first = '*';
-    pages[44].first = '*';
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out, "erased other region 1\nprogramming, starting at 20000\n" + progress(pages) +
-                           " done \nenabled other region 1\n");
-    EXPECT_EQ(kernel.wire.size(), 8785U - 253U * 34U);
-    expect_programmed(1);
+TEST_F(Update, EachPageIsShownBeforeItIsWritten) {
+    board.add_fault("fail@commit/257");
+    kernel.keep_order = true;
+    EXPECT_EQ(run_tool_words({"--update", path}).status, 0);
+    Words order;  // what is written and slept, and the number of transfers between
+    for (size_t transfers = 0; const std::string& line : kernel.wire) {
+        const bool is_transfer = line[1] == ' ';
+        if (!is_transfer && transfers != 0) {
+            order.push_back(std::to_string(transfers));
+        }
+        transfers = is_transfer ? transfers + 1 : 0;
+        if (!is_transfer) {
+            order.push_back(line);
+        }
+    }
+    const Words expected = {"109", "out erased other region 1\nprogramming, starting at 20000\n* 0.0%",
+                            "34",  "out \b\b\b\b\b* 0.4%",
+                            "34",  "out \b\b\b\b\bx* 0.4%", "sleep 500000",
+                            "34",  "out \b\b\b\b\b. 0.8%", "out \b\b\b\b\b. 1.2%"};
+    ASSERT_GT(order.size(), 260U);
+    EXPECT_EQ(Words(order.begin(), order.begin() + 10), expected);
+}
+
+TEST_F(Update, PagesAreTriedFiveTimesAndUpdatesThreeTimes) {
+    board.add_fault("fail=0x81@commit/257x*");
+    const ToolRun run = run_tool_words({"--update", path, "--bom-version"});
+    EXPECT_EQ(run.status, 255);
+    std::string out;
+    std::string err = loaded();
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        out +=
+            "erased other region 1\nprogramming, starting at 20000\n* 0.0%\b\b\b\b\b* 0.4%"
+            "\b\b\b\b\bx* 0.4%\b\b\b\b\bx* 0.4%\b\b\b\b\bx* 0.4%\b\b\b\b\bx* 0.4%\b\b\b\b\bx* 0.4%\n";
+        err += kPower + doing() +
+               "error : could not write page 101 (read poll error, cmd start a0, size 07, data 01, read size 00, "
+               "error 81)\n";
+    }
+    EXPECT_EQ(run.out, out);
+    EXPECT_EQ(without_times(run.err), err + "error : overall SV MCU update = ERROR\n");
+    EXPECT_EQ(kernel.sleeps_us, std::vector<uint32_t>(15, 500'000));
 }
 
 TEST_F(Update, DecisionWithoutForce) {
-    file.fill_page(0);
-    file.fill_page(256);
-    save();
-    const std::string nothing = log_line("info", "nothing to do (region 0 is already up to date with swid 0123 crc " +
-                                                     hex4(file.region_crc(0)) + ")") +
-                                log_line("info", "overall SV MCU update = okay");
-    const std::vector<uint8_t> image0(file.image.begin(), file.image.begin() + 512);
-    const std::vector<uint8_t> image1(file.image.begin() + 0x20000, file.image.begin() + 0x20200);
+    const std::string nothing = "info  : nothing to do (region 0 is already up to date with swid 0123 crc " + crc(0) +
+                                ")\n" + kOkay;
+    const std::string reboot = "info  : reboot only (other (1) is up to date)\n" + kOkay;
+    const std::string needed = kPower + "error : reboot only needed (other (1) is up to date)\n";
+    const std::string erased = "erased other region 1\n";
+    const std::string programmed = done() + kOkay;
+    const Words upd = {"--upd", path};
+    const Words no_reset = {"--without-force-update", "--update-without-reset", "--update", path};
     const struct {
         const char* what;
-        std::vector<uint8_t> running;
+        Bytes running;
         uint16_t swid;
-        std::vector<uint8_t> other;
+        Bytes other;
         uint16_t other_swid;
-        bool programs;
-        std::string last_lines;
+        Words words;
+        std::string out;  // how it begins
+        std::string err;  // how it ends
+        size_t transfers;
     } cases[] = {
-        {"up to date", image0, 0x0123, {}, 0, false, nothing},
-        {"same id, other content", {1, 2, 3}, 0x0123, {}, 0, true, done(1)},
-        {"same content, other id", image0, 0x0122, {}, 0, true, done(1)},
-        {"no id, other region up to date", image0, 0, image1, 0x0123, false,
-         log_line("info", "reboot only (other (1) is up to date)") + log_line("info", "overall SV MCU update = okay")},
-        {"no id, other region with another id", image0, 0, image1, 0x0124, true, done(1)},
-        {"no id, other region with other content", image0, 0, {1}, 0x0123, true, done(1)},
-        {"no id, nothing in the other region", image0, 0, {}, 0, true, done(1)}};
+        {"up to date", program(0), 0x0123, {}, 0, upd, "", nothing, kBeforeErase},
+        {"same id, other content", {1, 2, 3}, 0x0123, {}, 0, upd, erased, programmed, kBeforeErase + 76},
+        {"same content, other id", program(0), 0x0122, {}, 0, upd, erased, programmed, kBeforeErase + 76},
+        {"no id, other region up to date", program(0), 0, program(1), 0x0123, upd, "", reboot, kBeforeErase + 2},
+        {"the same without reset", program(0), 0, program(1), 0x0123, no_reset, "reset needed\nreset needed\n",
+         needed + needed + "error : overall SV MCU update = ERROR\n", 3 * kBeforeErase},
+        {"no id, other region with another id", program(0), 0, program(1), 0x0124, upd, erased, programmed, 183},
+        {"no id, other region with other content", program(0), 0, {1}, 0x0123, upd, erased, programmed, 183},
+        {"no id, nothing in the other region", program(0), 0, {}, 0, upd, erased, programmed, 183}};
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
         sim::Board fresh;
         fresh.flash.install(1, c.other, c.other_swid);
         fresh.flash.install(0, c.running, c.swid);
         FakeKernel own(fresh);
-        const ToolRun run = run_tool_words({"--upd", path});
-        EXPECT_EQ(run.status, 0) << c.what;
-        EXPECT_EQ(run.out.empty(), !c.programs) << c.what;
-        ASSERT_GE(run.err.size(), c.last_lines.size());
-        EXPECT_EQ(run.err.substr(run.err.size() - c.last_lines.size()), c.last_lines) << c.what;
-        if (c.last_lines == nothing) {
-            EXPECT_EQ(own.wire.size(), 107U);  // identity, flash status and power; nothing that changes the MCU
-        }
+        const ToolRun run = run_tool_words(c.words);
+        EXPECT_EQ(run.status, c.err.find("ERROR") == std::string::npos ? 0 : 255);
+        EXPECT_EQ(run.out.substr(0, c.out.size()), c.out);
+        EXPECT_EQ(run.out.empty(), c.out.empty());
+        const std::string err = without_times(run.err);
+        EXPECT_EQ(err.substr(err.size() - std::min(err.size(), c.err.size())), c.err);
+        EXPECT_EQ(own.wire.size(), c.transfers);
     }
 }
 
 TEST_F(Update, SettingsShapeTheEndOfTheUpdate) {
-    file.fill_page(256);
-    save();
-    const std::string head = loaded() + log_line("info", kPower) + doing(1, first);
-    const std::string disabled = log_line("info", "disabled current region 0");
-    const std::string report =
-        log_line("info", "update done in region 1 with swid 0123 crc " + hex4(file.region_crc(1)));
-    const struct {
-        std::vector<std::string> words;
-        std::string tail;
-        size_t transfers;  // behind the last page
-    } cases[] = {
+    const std::string disabled = "info  : disabled current region 0\n";
+    const std::tuple<Words, std::string, size_t> cases[] = {
+        // The settings; the log after "doing update"; transfers after the last page.
         {{"--update-without-reset"},
-         disabled + log_line("info", "reset: needed") + report +
-             log_line("info", "overall SV MCU update = reset-needed"),
+         disabled + "info  : reset: needed\n" + done() + "info  : overall SV MCU update = reset-needed\n",
          4},
-        {{"--update-without-disable"},
-         log_line("info", "reset: MCU will reset in 5.0s") + report + log_line("info", "overall SV MCU update = okay"),
-         4},
+        {{"--update-without-disable"}, "info  : reset: MCU will reset in 5.0s\n" + done() + kOkay, 4},
         {{"--update-without-reset", "--update-with-reset", "--reset-delay", "1.5"},
-         disabled + log_line("info", "reset: MCU will reset in 1.5s") + report +
-             log_line("info", "overall SV MCU update = okay"),
+         disabled + "info  : reset: MCU will reset in 1.5s\n" + done() + kOkay,
          6}};
-    for (const auto& c : cases) {
-        sim::Board fresh;
-        FakeKernel own(fresh);
-        std::vector<std::string> words = c.words;
+    for (const auto& [settings, tail, transfers] : cases) {
+        Words words = settings;
         words.insert(words.end(), {"--update", path, "--force-update"});
-        const ToolRun run = run_tool_words(words);
+        const BoardRun run = run_on_board({}, words);
         EXPECT_EQ(run.status, 0);
-        EXPECT_EQ(run.err, head + c.tail) << c.words[0];
-        EXPECT_EQ(own.wire.size(), 107U + 2U + 34U + c.transfers) << c.words[0];
-        // More words follow: a pause behind the update.
-        EXPECT_EQ(own.sleeps_us.back(), 1'000'000U);
+        EXPECT_EQ(run.err, loaded() + kPower + doing() + tail) << settings[0];
+        EXPECT_EQ(run.wire.size(), kBeforeErase + 2 + 2 * kPageTransfers + transfers) << settings[0];
+        // More words follow: a pause after the update.
+        EXPECT_EQ(run.sleeps_us.back(), 1'000'000U);
     }
     // --upd resets at once whatever the words before it said, and the settings stay.
-    const ToolRun run = run_tool_words({"--update-without-reset", "--force-update", "--upd", path, "--reset"});
+    const BoardRun run = run_on_board({}, {"--reset-now-sync", "--update-without-reset", "--upd", path, "--reset"});
     EXPECT_NE(run.err.find("reset: MCU will reset now\n"), std::string::npos);
-    EXPECT_NE(run.err.rfind("info  : MCU will reset now\n"), std::string::npos);
+    EXPECT_EQ(run.err.substr(run.err.size() - 28), "info  : MCU will reset now\n");
+}
+
+TEST_F(Update, HangUpsAreIgnoredFromTheEraseToTheVerdict) {
+    struct sigaction before {};
+    const struct sigaction ends_the_run {};  // the default, also where the test itself runs under nohup
+    sigaction(SIGHUP, &ends_the_run, &before);
+    const auto is_ignored = [] {
+        struct sigaction action {};
+        sigaction(SIGHUP, nullptr, &action);
+        return action.sa_handler == SIG_IGN;
+    };
+    std::vector<uint64_t> ignored;
+    board.on_transfer = [&](const sim::Transfer& transfer) {
+        if (is_ignored()) {
+            ignored.push_back(transfer.number);
+        }
+    };
+    EXPECT_EQ(run_tool_words({"--update", path, "--probe"}).status, 0);
+    // Erase, two pages, enable, disable and reset; then the probe.
+    ASSERT_EQ(kernel.wire.size(), kBeforeErase + 76 + 1);
+    EXPECT_EQ(ignored.size(), 76U);
+    EXPECT_EQ(ignored.front(), kBeforeErase + 1);
+    EXPECT_FALSE(is_ignored());
+    sigaction(SIGHUP, &before, nullptr);
+}
+
+TEST_F(Update, ReadUpdateNeverFailsTheRun) {
+    // A loaded file leaves the older text standing.
+    expect_outcomes({{{"--read-update", "/nowhere", "--read-update", path, "--bom-version"},
+                      {},
+                      0,
+                      "reading file = error (/nowhere)\nmessage = could not open file\nreading file = okay (" + path +
+                          ")\nmessage = could not open file\n-todo-\n",
+                      "info  : update file swid 0123 crc " + crc(0) + " " + crc(1) + "\n",
+                      0}});
 }

@@ -5,99 +5,95 @@
 
 namespace {
 
-class Reset : public DeviceTest {
-protected:
-    ToolRun reset() {
-        return capture([&] { return reset_mcu(device) ? 1 : 0; });
-    }
+/// The request for a delayed reset; the delay and its complement.
+std::string delayed(const std::string& delay, const std::string& complement) {
+    return "W 08 80: " + delay +
+           " 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f 10 11 12 13 14 15 16 17 18 19 1a 1b 1c 1d 1e 1f 20 21 22 " +
+           complement + " ff 42 48";
+}
 
-    size_t count(const std::string& line) const {
-        return static_cast<size_t>(std::count(kernel.wire.begin(), kernel.wire.end(), line));
-    }
-};
+const std::string kRequest = delayed("32", "cd");
 
-const std::string kPattern =
-    " 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f 10 11 12 13 14 15 16 17 18 19 1a 1b 1c 1d 1e 1f 20 21 22";
+/// Unanswered tries, 100 ms and a dot after each; the first dot follows what was printed before.
+Wire unanswered(const std::string& frame, int tries, const std::string& before = "") {
+    Wire wire;
+    for (int i = 1; i <= tries; ++i) {
+        wire.insert(wire.end(),
+                    {frame, "sleep 100000", "out " + (i == 1 ? before : "") + ".(" + std::to_string(100 * i) + ")"});
+    }
+    return wire;
+}
+
+Wire operator+(Wire a, const Wire& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
 
 }  // namespace
 
-TEST_F(Reset, AcceptedRequestIsAllThereIs) {
+TEST(Reset, TransfersPausesAndDots) {
+    const Wire poll = {"R 08 a6 1"};
+    const Wire settle = {"sleep 10000"};
+    const Wire reset_now = {"W 08 a5: 42 47", "sleep 10000"};
+    const Wire reachable = {"W 08 a5: 42"};
+    const Wire line_end = {"out \n"};
     const struct {
-        uint8_t delay;
-        std::string frame;
-        const char* text;
-    } cases[] = {{50, "W 08 80: 32" + kPattern + " cd ff 42 48", "MCU will reset in 5.0s"},
-                 {0, "W 08 80: 00" + kPattern + " ff ff 42 48", "MCU will reset now"},
-                 {255, "W 08 80: ff" + kPattern + " 00 ff 42 48", "MCU will reset in 25.5s"},
-                 {1, "W 08 80: 01" + kPattern + " fe ff 42 48", "MCU will reset in 0.1s"}};
+        Words situation;
+        uint8_t delay;  // tenths of a second
+        bool sync;
+        const char* report;
+        Wire wire;
+    } cases[] = {
+        {{}, 50, false, "MCU will reset in 5.0s", settle + Wire{kRequest} + poll},
+        {{}, 0, false, "MCU will reset now", settle + Wire{delayed("00", "ff")} + poll},
+        {{}, 255, false, "MCU will reset in 25.5s", settle + Wire{delayed("ff", "00")} + poll},
+        {{}, 1, false, "MCU will reset in 0.1s", settle + Wire{delayed("01", "fe")} + poll},
+        {{"nack@1x2"},
+         50,
+         false,
+         "MCU will reset in 5.0s",
+         settle + unanswered(kRequest, 2) + Wire{kRequest} + poll + line_end},
+        // A refusal is not repeated.
+        {{"fail=0x80@reset-delayed"},
+         50,
+         false,
+         "MCU has been reset (80)",
+         settle + Wire{kRequest} + poll + reachable + reset_now},
+        {{}, 255, true, "MCU has been reset (ff)", settle + reachable + reset_now},
+        {{"nack@1x2"},
+         255,
+         true,
+         "MCU has been reset (ff)",
+         settle + unanswered("W 08 a5: 42", 2) + reachable + reset_now + line_end},
+        {{"mcu=0"},
+         50,
+         false,
+         "MCU could not be reached within 4.0s - but it may has been reset (00)",
+         settle + unanswered(kRequest, 30) + unanswered("W 08 a5: 42", 10, "\n") + reset_now + line_end}};
     for (const auto& c : cases) {
-        sim::Board fresh;
-        FakeKernel own(fresh);
+        SCOPED_TRACE(joined(c.situation) + c.report);
+        sim::Board board;
+        set_up(board, c.situation);
+        FakeKernel kernel(board);
+        kernel.keep_order = true;
+        I2cBus bus;
+        open_bus(bus, "0");
+        McuDevice device(&bus);
         device.reset_delay = c.delay;
-        device.hwid = 3;
+        device.reset_now_sync = c.sync ? 1 : 0;
         device.page_size = 0x200;
-        EXPECT_EQ(reset().out, "");
-        EXPECT_EQ(device.last_error, c.text);
-        EXPECT_EQ(own.wire, (Wire{c.frame, "R 08 a6 1"}));
-        EXPECT_EQ(own.sleeps_us, std::vector<uint32_t>{10'000});
-        EXPECT_EQ(device.hwid, 0);
-        EXPECT_EQ(device.page_size, 0);
-        EXPECT_EQ(fresh.violations, std::vector<std::string>{});
+        EXPECT_EQ(capture([&] { return reset_mcu(device) ? 1 : 0; }).status, 1);
+        EXPECT_EQ(std::string(device.last_error.c_str()), c.report);
+        EXPECT_EQ(kernel.wire, c.wire);
+        EXPECT_EQ(device.page_size, 0);  // what was known of the MCU
+        EXPECT_EQ(board.violations, Words{});
     }
 }
 
-TEST_F(Reset, RefusedRequestIsNotRepeated) {
-    board.add_fault("fail=0x80@reset-delayed");
-    EXPECT_EQ(reset().out, "");
-    EXPECT_EQ(device.last_error, "MCU has been reset (80)");
-    EXPECT_EQ(kernel.wire.size(), 4U);
-    EXPECT_EQ(kernel.wire[2], "W 08 a5: 42");
-    EXPECT_EQ(kernel.wire[3], "W 08 a5: 42 47");
-    EXPECT_EQ(kernel.sleeps_us, (std::vector<uint32_t>{10'000, 10'000}));
-}
-
-TEST_F(Reset, SynchronousResetAsksNoQuestions) {
-    device.reset_now_sync = 1;
-    device.reset_delay = 255;
-    EXPECT_EQ(reset().out, "");
-    EXPECT_EQ(device.last_error, "MCU has been reset (ff)");
-    EXPECT_EQ(kernel.wire, (Wire{"W 08 a5: 42", "W 08 a5: 42 47"}));
-}
-
-TEST_F(Reset, UnansweredRequestIsRepeatedForThreeSeconds) {
-    board.scenario.mcu = false;
-    const ToolRun run = reset();
-    std::string dots;
-    for (int ms = 100; ms <= 3000; ms += 100) {
-        dots += ".(" + std::to_string(ms) + ")";
-    }
-    dots += "\n";
-    for (int ms = 100; ms <= 1000; ms += 100) {
-        dots += ".(" + std::to_string(ms) + ")";
-    }
-    EXPECT_EQ(run.out, dots + "\n");
-    EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(device.last_error, "MCU could not be reached within 4.0s - but it may has been reset (00)");
-    EXPECT_EQ(count("W 08 80: 32" + kPattern + " cd ff 42 48"), 30U);
-    EXPECT_EQ(count("W 08 a5: 42"), 10U);
-    EXPECT_EQ(count("W 08 a5: 42 47"), 1U);
-    EXPECT_EQ(kernel.slept_us, 10'000U + 3'000'000U + 1'000'000U + 10'000U);
-}
-
-TEST_F(Reset, RequestThatNeverFinishesIsMadeFourTimes) {
-    board.add_fault("hang@reset-delayedx*");
-    EXPECT_EQ(reset().out, ".(5101).(10202).(15303).(20404)\n");
-    EXPECT_EQ(device.last_error, "MCU has been reset (00)");
-}
-
-TEST_F(Reset, LateAnswerEndsTheLine) {
-    board.add_fault("nack@1x2");
-    EXPECT_EQ(reset().out, ".(100).(200)\n");
-    EXPECT_EQ(device.last_error, "MCU will reset in 5.0s");
-    board.add_fault("nack@5x2");
-    device.reset_now_sync = 1;
-    EXPECT_EQ(reset().out, ".(100).(200)\n");
-    EXPECT_EQ(device.last_error, "MCU has been reset (ff)");
+TEST(Reset, RequestThatNeverFinishesIsMadeFourTimes) {
+    const BoardRun run = run_on_board({"hang@reset-delayedx*"}, {"--reset"});
+    EXPECT_EQ(run.out, ".(5101).(10202).(15303).(20404)\n");
+    EXPECT_EQ(run.err, "info  : MCU has been reset (00)\n");
 }
 
 TEST(ElapsedMs, CountsAcrossSeconds) {

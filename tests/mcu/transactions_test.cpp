@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "mcu/transactions.h"
 
-#include "mcu/charger.h"
 #include "tests/support/device_test.h"
 
 namespace {
@@ -10,23 +9,10 @@ class Transactions : public DeviceTest {};
 
 }  // namespace
 
-TEST_F(Transactions, DefaultsOfTheDevice) {
-    EXPECT_EQ(device.address, 8);
-    EXPECT_EQ(device.hwid, 0);
-    EXPECT_EQ(device.last_error, "");
-    EXPECT_EQ(device.force_update, 1);
-    EXPECT_EQ(device.update_without_reset, 0);
-    EXPECT_EQ(device.update_without_disable, 0);
-    EXPECT_EQ(device.reset_delay, 50);
-    EXPECT_EQ(device.reset_now_sync, 0);
-    EXPECT_EQ(device.reset_marker, 17);
-    EXPECT_EQ(device.file_image, nullptr);
-}
-
 TEST_F(Transactions, LastErrorIsCutAt127CharactersAndMayQuoteItself) {
     device.last_error = std::string(200, 'a');
     EXPECT_FALSE(fail(device, "why (%s)", device.last_error.c_str()));
-    EXPECT_EQ(device.last_error, "why (" + std::string(122, 'a'));
+    EXPECT_EQ(last_error(), "why (" + std::string(122, 'a'));
 }
 
 TEST_F(Transactions, FramesOnTheWire) {
@@ -40,10 +26,7 @@ TEST_F(Transactions, FramesOnTheWire) {
         " 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00";
     const std::string pattern =
         " 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f 10 11 12 13 14 15 16 17 18 19 1a 1b 1c 1d 1e 1f 20 21 22";
-    const struct {
-        std::function<bool()> send;
-        std::string expected;
-    } cases[] = {
+    const std::pair<std::function<bool()>, std::string> cases[] = {
         {[&] { return run_frame_command(device, BareFrame(FrameCommand::kReadVersion)); }, "W 08 a6: 00"},
         {[&] { return run_frame_command(device, BareFrame(FrameCommand::kReadFlashStatus)); }, "W 08 a6: 01"},
         {[&] { return run_frame_command(device, BareFrame(FrameCommand::kReadVersion2)); }, "W 08 a6: 05"},
@@ -56,31 +39,27 @@ TEST_F(Transactions, FramesOnTheWire) {
         {[&] { return run_frame_command(device, disable_frame()); }, "W 08 a5: 42 46"},
         {[&] { return run_frame_command(device, delayed_reset_frame(50)); }, "W 08 80: 32" + pattern + " cd ff 42 48"},
         {[&] { return run_frame_command(device, read_segment_frame(0x20F, 15)); }, "W 08 a0: 0f 02 0f 00 00 da 81"}};
-    for (const auto& c : cases) {
+    for (const auto& [send, expected] : cases) {
         kernel.wire.clear();
-        c.send();
-        EXPECT_EQ(kernel.wire, (Wire{c.expected, "R 08 a6 1"}));
+        send();
+        EXPECT_EQ(kernel.wire, (Wire{expected, "R 08 a6 1"}));
     }
-    const KeyFrame reset_now = reset_now_frame();
-    EXPECT_EQ(std::string(reset_now.bytes, reset_now.bytes + 2), "\x42\x47");
 }
 
 TEST_F(Transactions, FrameCommandReportsEveryFailure) {
+    const std::string poll_error = "read poll error, cmd start a6, size 01, data 00, read size 20, error ";
     const struct {
         const char* fault;
-        const char* text;
+        std::string text;
         uint8_t status;
         uint64_t slept_ms;
         size_t transfers;
-    } cases[] = {
-        {"nack@1", "I2C write error, start a6, size 01", 0x00, 0, 1},
-        {"fail=0x81@read-version", "read poll error, cmd start a6, size 01, data 00, read size 20, error 81", 0x81, 0,
-         3},
-        {"fail=0xbf@read-version", "read poll error, cmd start a6, size 01, data 00, read size 20, error bf", 0xBF, 0,
-         3},
-        {"hang@read-version", "read poll error, cmd start a6, size 01, data 00, read size 20, error 00", 0, 5001, 5002},
-        {"nack@2x*", "read poll error, cmd start a6, size 01, data 00, read size 20, error 00", 0, 5001, 5002},
-        {"nack@3", "read poll error, cmd start a6, size 01, data 00, read size 20, error 00", 0x00, 0, 3}};
+    } cases[] = {{"nack@1", "I2C write error, start a6, size 01", 0x00, 0, 1},
+                 {"fail=0x81@read-version", poll_error + "81", 0x81, 0, 3},
+                 {"fail=0xbf@read-version", poll_error + "bf", 0xBF, 0, 3},
+                 {"hang@read-version", poll_error + "00", 0, 5001, 5002},
+                 {"nack@2x*", poll_error + "00", 0, 5001, 5002},
+                 {"nack@3", poll_error + "00", 0x00, 0, 3}};
     for (const auto& c : cases) {
         sim::Board faulty;
         faulty.add_fault(c.fault);
@@ -89,7 +68,7 @@ TEST_F(Transactions, FrameCommandReportsEveryFailure) {
         uint8_t response[32] = {0x99};
         uint8_t status = 0x77;
         EXPECT_FALSE(run_frame_command(device, 0xA6, frame.bytes, 1, response, 32, &status)) << c.fault;
-        EXPECT_EQ(device.last_error, c.text) << c.fault;
+        EXPECT_EQ(last_error(), c.text) << c.fault;
         EXPECT_EQ(status, c.status) << c.fault;
         EXPECT_EQ(own.slept_us, c.slept_ms * 1000) << c.fault;
         EXPECT_EQ(own.wire.size(), c.transfers) << c.fault;
@@ -97,97 +76,37 @@ TEST_F(Transactions, FrameCommandReportsEveryFailure) {
     }
 }
 
-TEST_F(Transactions, PollsUpTo5001TimesWithAMillisecondAfterEachUnfinishedRead) {
-    const struct {
-        uint32_t polls;
-        bool ok;
-        size_t sleeps;
-    } cases[] = {{1, true, 0}, {2, true, 1}, {5000, true, 4999}, {5001, true, 5000}, {5002, false, 5001}};
-    for (const auto& c : cases) {
-        sim::Board slow;
-        slow.scenario.polls = c.polls;
-        FakeKernel own(slow);
-        EXPECT_EQ(run_frame_command(device, BareFrame(FrameCommand::kReadVersion)), c.ok) << c.polls;
-        EXPECT_EQ(own.sleeps_us, std::vector<uint32_t>(c.sleeps, 1000)) << c.polls;
-        own.sleeps_us.clear();
-        EXPECT_EQ(reset_diagnostics(device), c.ok) << c.polls;
-        EXPECT_EQ(own.sleeps_us, std::vector<uint32_t>(c.sleeps, 1000)) << c.polls;
-    }
-}
-
-TEST_F(Transactions, RegisterCommandsOnTheWire) {
-    uint16_t result = 0;
-    board.scenario.powerrail_raw = 0x1234;
-    EXPECT_TRUE(run_register_command(device, RegisterCommand::kReadPowerrail, &result));
-    EXPECT_EQ(result, 0x1234);
-    EXPECT_TRUE(run_register_command_with_param(device, 0x0105, RegisterCommand::kReadTeko1Page, nullptr));
-    EXPECT_EQ(kernel.wire,
-              (Wire{"W 08 0e: 80", "R 08 0e 1", "R 08 0c 2", "W 08 0c: 05 01", "W 08 0e: 91", "R 08 0e 1"}));
-}
-
 TEST_F(Transactions, RegisterCommandReportsEveryFailure) {
-    const struct {
-        const char* fault;
-        const char* text;
-        uint16_t result;
-        size_t transfers;
-    } cases[] = {{"nack@1", "I2C write error, start 0c, size 02", 0x7777, 1},
-                 {"nack@2", "I2C write error, start 0e, size 01, cmd 80", 0x7777, 2},
-                 {"fail@read-powerrail", "read cmd error, cmd 80, start 0e, result 80", 0, 3},
-                 {"hang@read-powerrail", "read cmd error, cmd 80, start 0e, result 00", 0, 5003},
-                 {"nack@4", "I2C read error, cmd 80, start 0c, size 02", 0, 4}};
-    for (const auto& c : cases) {
+    const std::tuple<const char*, const char*, uint16_t, size_t> cases[] = {
+        // The fault; the text, the result and the number of transfers that it leaves.
+        {"nack@1", "I2C write error, start 0c, size 02", 0x7777, 1},
+        {"nack@2", "I2C write error, start 0e, size 01, cmd 80", 0x7777, 2},
+        {"fail@read-powerrail", "read cmd error, cmd 80, start 0e, result 80", 0, 3},
+        {"hang@read-powerrail", "read cmd error, cmd 80, start 0e, result 00", 0, 5003},
+        {"nack@4", "I2C read error, cmd 80, start 0c, size 02", 0, 4}};
+    for (const auto& [fault, text, left, transfers] : cases) {
         sim::Board faulty;
-        faulty.add_fault(c.fault);
+        faulty.add_fault(fault);
         FakeKernel own(faulty);
         uint16_t result = 0x7777;
-        EXPECT_FALSE(run_register_command_with_param(device, 1, RegisterCommand::kReadPowerrail, &result)) << c.fault;
-        EXPECT_EQ(device.last_error, c.text);
-        EXPECT_EQ(result, c.result) << c.fault;
-        EXPECT_EQ(own.wire.size(), c.transfers) << c.fault;
+        EXPECT_FALSE(run_register_command_with_param(device, 1, RegisterCommand::kReadPowerrail, &result)) << fault;
+        EXPECT_EQ(last_error(), text);
+        EXPECT_EQ(result, left) << fault;
+        EXPECT_EQ(own.wire.size(), transfers) << fault;
     }
 }
 
-TEST_F(Transactions, SingleRegisters) {
-    uint8_t block[21] = {};
-    EXPECT_TRUE(write_reset_marker(device));
-    EXPECT_TRUE(probe_mcu(device));
-    EXPECT_TRUE(read_status_block(device, block));
-    EXPECT_EQ(block[15], 0x11);
-    EXPECT_EQ(block[20], 1);
-    EXPECT_EQ(kernel.wire, (Wire{"W 08 0f: 11", "R 08 0f 1", "R 08 00 20"}));
-
-    board.scenario.mcu = false;
-    device.last_error = "older";
-    EXPECT_FALSE(probe_mcu(device));
-    EXPECT_EQ(device.last_error, "older");
-    EXPECT_FALSE(write_reset_marker(device));
-    EXPECT_EQ(device.last_error, "I2C write error, start 0f, size 01, value 11");
-    EXPECT_FALSE(read_status_block(device, block));
-    EXPECT_EQ(device.last_error, "I2C read error, start 00, size 14");
-    EXPECT_EQ(block[20], 0);
-}
-
-TEST_F(Transactions, ChargerWordsComeFromTheirOwnAddressInOrder) {
-    board.scenario.cap_status = 0x0102;
-    board.scenario.cap_vin = 0x0304;
-    board.scenario.cap_iin = 0x0506;
-    board.scenario.cap_vcap = 0x0708;
-    board.scenario.cap_ichg = 0x090A;
-    device.address = 0x44;
-    CapRegisters words;
-    EXPECT_TRUE(read_charger_registers(bus, words));
-    EXPECT_EQ(kernel.wire, (Wire{"R 09 1b 2", "R 09 25 2", "R 09 28 2", "R 09 26 2", "R 09 29 2"}));
-    EXPECT_EQ(words.cap_status, 0x0102);
-    EXPECT_EQ(words.cap_vin, 0x0304);
-    EXPECT_EQ(words.cap_iin, 0x0506);
-    EXPECT_EQ(words.cap_vcap, 0x0708);
-    EXPECT_EQ(words.cap_ichg, 0x090A);
-
-    board.add_fault("nack@8");
-    EXPECT_FALSE(read_charger_registers(bus, words));
-    EXPECT_EQ(words.cap_vin, 0x0304);
-    EXPECT_EQ(words.cap_iin, 0);
-    EXPECT_EQ(words.cap_ichg, 0);
-    EXPECT_EQ(device.last_error, "");
+TEST_F(Transactions, PollsUpTo5001TimesWithAMillisecondAfterEachUnfinishedRead) {
+    const std::tuple<uint32_t, bool, size_t> cases[] = {
+        {1, true, 0}, {2, true, 1}, {5000, true, 4999}, {5001, true, 5000}, {5002, false, 5001}};
+    for (const auto& [polls, ok, sleeps] : cases) {
+        sim::Board slow;
+        slow.scenario.polls = polls;
+        FakeKernel own(slow);
+        EXPECT_EQ(run_frame_command(device, BareFrame(FrameCommand::kReadVersion)), ok) << polls;
+        EXPECT_EQ(own.sleeps_us, std::vector<uint32_t>(sleeps, 1000)) << polls;
+        own.sleeps_us.clear();
+        EXPECT_EQ(reset_diagnostics(device), ok) << polls;
+        EXPECT_EQ(own.sleeps_us, std::vector<uint32_t>(sleeps, 1000)) << polls;
+    }
 }

@@ -1,26 +1,56 @@
 // SPDX-License-Identifier: MIT
-// A device on the simulated board, for tests below the command line.
+// Fixtures and checks on the simulated board.
 #pragma once
 
 #include <gtest/gtest.h>
-
-#include <ostream>
 
 #include "mcu/mcu_device.h"
 #include "tests/support/fake_kernel.h"
 #include "tests/support/tool_run.h"
 
+using Bytes = std::vector<uint8_t>;
 using Wire = std::vector<std::string>;
 
-/// For the messages of failed tests.
-inline void PrintTo(const ErrorText& text, std::ostream* out) {
-    *out << '"' << text.c_str() << '"';
+/// Hides the template in gtest's printer of containers.
+inline std::string joined(const Words& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += "'" + word + "' ";
+    }
+    return text;
 }
 
+/// A command line, the situation of the board, and what must come of them.
+struct Outcome {
+    Words words;
+    Words situation;
+    int status;
+    std::string out;
+    std::string err;  ///< without the times of the log
+    size_t transfers;
+};
+
+inline void expect_outcomes(const std::vector<Outcome>& outcomes) {
+    for (const Outcome& expected : outcomes) {
+        SCOPED_TRACE(joined(expected.words) + "on " + joined(expected.situation));
+        const BoardRun run = run_on_board(expected.situation, expected.words);
+        EXPECT_EQ(run.status, expected.status);
+        EXPECT_EQ(run.out, expected.out);
+        EXPECT_EQ(run.err, expected.err);
+        EXPECT_EQ(run.wire.size(), expected.transfers);
+        EXPECT_EQ(run.violations, Words{});
+    }
+}
+
+/// A device on a board, for tests below the command line.
 class DeviceTest : public testing::Test {
 protected:
     DeviceTest() {
         open_bus(bus, "0");
+    }
+
+    std::string last_error() const {
+        return device.last_error.c_str();
     }
 
     sim::Board board;

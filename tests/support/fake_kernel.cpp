@@ -133,6 +133,10 @@ FakeKernel::~FakeKernel() {
     kernel = older_;
 }
 
+FakeKernel* FakeKernel::current() {
+    return kernel;
+}
+
 // The linker sends the tool's calls here (--wrap).
 extern "C" {
 
@@ -182,6 +186,9 @@ int __wrap_usleep(useconds_t us) {
     }
     if (kernel->keep_wire) {
         kernel->sleeps_us.push_back(us);
+    }
+    if (kernel->keep_order) {
+        kernel->wire.push_back("sleep " + std::to_string(us));
     }
     kernel->slept_us += us;
     kernel->now_us += us;

@@ -20,7 +20,7 @@ struct SyslogLine {
     bool operator==(const SyslogLine&) const = default;
 };
 
-/// In force while it lives; the youngest counts.
+/// Active for its lifetime; the newest wins.
 class FakeKernel {
 public:
     explicit FakeKernel(sim::Board& board);
@@ -28,12 +28,15 @@ public:
     FakeKernel(const FakeKernel&) = delete;
     FakeKernel& operator=(const FakeKernel&) = delete;
 
+    static FakeKernel* current();
+
     std::map<int, sim::Board*> buses;          ///< /dev/i2c-N and what is behind it; board N = 0 at first
     std::map<std::string, std::string> files;  ///< exact contents in place of the scenario's
     std::vector<SyslogLine> syslog;
     std::vector<std::string> openlog_identities;
     std::vector<uint32_t> sleeps_us;
     bool keep_wire = true;          ///< false: neither wire nor sleeps_us are kept, for long runs
+    bool keep_order = false;        ///< true: wire also has "sleep 10000" (us) and "out TEXT", a write to stdout
     std::vector<std::string> wire;  ///< every ioctl on the bus: "W 08 a5: 42 43" or "R 08 80 32"
     uint64_t bit_ns = 0;            ///< what a bit on the bus takes: 2,500 at 400 kHz
     uint64_t bus_ns = 0;            ///< what is left below a microsecond
@@ -43,7 +46,6 @@ public:
     bool export_works = true;
     size_t largest_block = SIZE_MAX;          ///< no memory is left for anything larger
     uint64_t now_us = 1'763'330'000'000'000;  ///< 2025-11-16 21:53:20 UTC
-
     uint64_t slept_us = 0;
 
 private:

@@ -6,38 +6,56 @@
 
 #include "cli/commands.h"
 
+namespace {
+
+constexpr size_t kBufferSize = 65536;  // as the tool's own for a pipe
+
+ssize_t write_text(void* cookie, const char* bytes, size_t count) {
+    static_cast<std::string*>(cookie)->append(bytes, count);
+    return static_cast<ssize_t>(count);
+}
+
+ssize_t write_output(void* cookie, const char* bytes, size_t count) {
+    FakeKernel* kernel = FakeKernel::current();
+    if (kernel != nullptr && kernel->keep_order) {
+        kernel->wire.push_back("out " + std::string(bytes, count));
+    }
+    return write_text(cookie, bytes, count);
+}
+
+}  // namespace
+
+void OutputCapture::replace(std::FILE*& standard, Stream& stream, bool is_output) {
+    stream.file = fopencookie(&stream.text, "w", {nullptr, is_output ? write_output : write_text, nullptr, nullptr});
+    stream.buffer.resize(kBufferSize);
+    std::setvbuf(stream.file, stream.buffer.data(), _IOFBF, kBufferSize);
+    stream.replaced = standard;
+    standard = stream.file;
+}
+
 OutputCapture::OutputCapture() {
-    out_.file = open_memstream(&out_.bytes, &out_.size);
-    out_.replaced = stdout;
-    stdout = out_.file;
-    err_.file = open_memstream(&err_.bytes, &err_.size);
-    err_.replaced = stderr;
-    stderr = err_.file;
+    replace(stdout, out_, true);
+    replace(stderr, err_, false);
 }
 
 OutputCapture::~OutputCapture() {
     stdout = out_.replaced;
     stderr = err_.replaced;
-    for (Stream* stream : {&out_, &err_}) {
-        std::fclose(stream->file);
-        std::free(stream->bytes);
-    }
-}
-
-std::string OutputCapture::text(Stream& stream) {
-    std::fflush(stream.file);
-    return {stream.bytes, stream.size};
+    std::fclose(out_.file);
+    std::fclose(err_.file);
 }
 
 std::string OutputCapture::out() {
-    return text(out_);
+    std::fflush(out_.file);
+    return out_.text;
 }
 
 std::string OutputCapture::err() {
-    return text(err_);
+    std::fflush(err_.file);
+    return err_.text;
 }
 
-ToolRun run_tool_words(std::vector<std::string> words) {
+ToolRun run_tool_words(Words words) {
     words.insert(words.begin(), "sv_updater");
     std::vector<char*> argv;
     for (std::string& word : words) {
@@ -47,8 +65,37 @@ ToolRun run_tool_words(std::vector<std::string> words) {
     return capture([&] { return run_tool(static_cast<int>(words.size()), argv.data()); });
 }
 
-std::string log_line(const std::string& level, const std::string& text) {
-    std::string padded = level;
-    padded.resize(6, ' ');
-    return "[21:53:20] " + padded + ": " + text + "\n";
+std::string without_times(const std::string& log) {
+    std::string text;
+    for (size_t at = 0; at < log.size();) {
+        const size_t end = std::min(log.find('\n', at), log.size() - 1) + 1;
+        at += log[at] == '[' ? sizeof "[21:53:20]" : 0;
+        text += log.substr(at, end - at);
+        at = end;
+    }
+    return text;
+}
+
+void set_up(sim::Board& board, const Words& situation) {
+    for (const std::string& word : situation) {
+        const size_t equals = word.find('=');
+        if (word.find('@') != std::string::npos) {
+            board.add_fault(word);
+        } else if (word.rfind("marker=", 0) == 0) {
+            board.mcu.set_marker(static_cast<uint8_t>(std::stoul(word.substr(equals + 1), nullptr, 0)));
+        } else if (equals == std::string::npos ||
+                   !sim::set_knob(board.scenario, word.substr(0, equals), word.substr(equals + 1)).empty()) {
+            std::fprintf(stderr, "no such situation: %s\n", word.c_str());
+            std::abort();
+        }
+    }
+}
+
+BoardRun run_on_board(const Words& situation, const Words& words) {
+    sim::Board board;
+    FakeKernel kernel(board);
+    set_up(board, situation);
+    ToolRun run = run_tool_words(words);
+    run.err = without_times(run.err);
+    return {std::move(run), kernel.wire, kernel.sleeps_us, kernel.syslog, board.violations};
 }

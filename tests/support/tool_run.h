@@ -7,21 +7,13 @@
 
 #include "tests/support/fake_kernel.h"
 
+using Words = std::vector<std::string>;
+
 struct ToolRun {
-    int status;
+    int status = -1;
     std::string out;
     std::string err;
 };
-
-/// What the tool's own code prints while `body` runs.
-template <typename Body>
-ToolRun capture(Body body);
-
-/// Runs "sv_updater WORDS…". REQUIRES: a FakeKernel lives.
-ToolRun run_tool_words(std::vector<std::string> words);
-
-/// The text of a log line of the tool on standard error at the fake kernel's first second, with its line end.
-std::string log_line(const std::string& level, const std::string& text);
 
 /// Swaps standard output and standard error for memory while it lives.
 class OutputCapture {
@@ -36,21 +28,42 @@ public:
 
 private:
     struct Stream {
-        char* bytes = nullptr;
-        size_t size = 0;
+        std::string text;
+        std::vector<char> buffer;
         std::FILE* file = nullptr;
         std::FILE* replaced = nullptr;
     };
 
-    static std::string text(Stream& stream);
+    static void replace(std::FILE*& standard, Stream& stream, bool is_output);
 
     Stream out_;
     Stream err_;
 };
 
+/// What the tool's own code prints while `body` runs. The body returns the status.
 template <typename Body>
 ToolRun capture(Body body) {
     OutputCapture streams;
     const int status = body();
     return {status, streams.out(), streams.err()};
 }
+
+/// Runs "sv_updater WORDS…". REQUIRES: a FakeKernel lives.
+ToolRun run_tool_words(Words words);
+
+/// The log on standard error without its times: "info  : text\n".
+std::string without_times(const std::string& log);
+
+/// Puts a board into a situation: knobs ("hwid=4", and "marker=0x05") and faults ("fail@erase"), as sv_board takes
+/// them. Aborts the program on a mistake.
+void set_up(sim::Board& board, const Words& situation);
+
+/// A run of the tool on a new board, and all it did. The log in `err` has no times.
+struct BoardRun : ToolRun {
+    Words wire;
+    std::vector<uint32_t> sleeps_us;
+    std::vector<SyslogLine> syslog;
+    Words violations;
+};
+
+BoardRun run_on_board(const Words& situation, const Words& words);

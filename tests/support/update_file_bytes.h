@@ -7,9 +7,10 @@
 #include <string>
 #include <vector>
 
-/// CRC-16/MODBUS byte by byte, as textbooks write it: the tool's own code takes eight bytes at once.
+/// CRC-16/MODBUS byte by byte: the tool's own folds in eight at once.
 uint16_t textbook_crc16(std::span<const uint8_t> bytes);
 
+/// The parts of an update file. As it stands it is a good one without a page.
 struct UpdateFileBytes {
     std::string prefix;
     std::vector<uint8_t> image = std::vector<uint8_t>(0x42000, 0xFF);
@@ -29,14 +30,15 @@ struct UpdateFileBytes {
     /// Checksum of these 255 pages.
     uint16_t region_crc(int region) const;
 
-    /// Fills the first 255 pages of both regions with a pattern and marks them.
-    void fill_all_pages();
-
-    /// Fills one page with a pattern and marks it.
+    /// Fills a page with a pattern of its own and marks it.
     void fill_page(uint16_t page);
+    void fill_pages(std::initializer_list<uint16_t> pages);
+
+    /// The 255 pages of both regions that can be programmed.
+    void fill_all_pages();
 
     std::vector<uint8_t> bytes() const;
 };
 
 /// Writes the bytes to a new file in the test's temporary folder and returns its path.
-std::string write_temporary(const std::string& name, const std::vector<uint8_t>& bytes);
+std::string write_temporary(const std::string& name, std::span<const uint8_t> bytes);

@@ -5,34 +5,29 @@
 
 namespace {
 
-class UpdateProcedure : public DeviceTest {
-protected:
-    UpdateProcedure() {
-        device.hwid = 3;
-        device.region_size = device.file_region_size = 0x20000;
-        device.page_size = device.file_page_size = 0x200;
-        device.memory_size = device.file_memory_size = 0x42000;
-        // Up to date, so that nothing is sent in the end.
-        device.force_update = 0;
-    }
-};
+class UpdateProcedure : public DeviceTest {};
 
 }  // namespace
 
 TEST_F(UpdateProcedure, FileAndMcuMustAgreeOnTheGeometry) {
+    device.hwid = 3;
+    device.region_size = device.file_region_size = 0x20000;
+    device.page_size = device.file_page_size = 0x200;
+    device.memory_size = device.file_memory_size = 0x42000;
+    device.force_update = 0;  // it is up to date, so nothing is sent
     EXPECT_TRUE(run_update(device));
-    const struct {
-        void (*differ)(McuDevice& device);
-        const char* text;
-    } steps[] = {// From the last check to the first: each goes before those above it.
-                 {[](McuDevice& d) { d.file_memory_size = 0x42001; }, "invalid memory size (read vs. update file)"},
-                 {[](McuDevice& d) { d.file_page_size = 0x100; }, "invalid page size (read vs. update file)"},
-                 {[](McuDevice& d) { d.region_size = 0x10000; }, "invalid region size (read vs. update file)"},
-                 {[](McuDevice& d) { d.hwid = 0; }, "version info not available (not read yet)"}};
-    for (const auto& step : steps) {
-        step.differ(device);
-        EXPECT_FALSE(run_update(device));
-        EXPECT_EQ(device.last_error, step.text);
-    }
+    // From the last check to the first: each goes before those above it.
+    device.file_memory_size = 0x42001;
+    EXPECT_FALSE(run_update(device));
+    EXPECT_EQ(last_error(), "invalid memory size (read vs. update file)");
+    device.file_page_size = 0x100;
+    EXPECT_FALSE(run_update(device));
+    EXPECT_EQ(last_error(), "invalid page size (read vs. update file)");
+    device.region_size = 0x10000;
+    EXPECT_FALSE(run_update(device));
+    EXPECT_EQ(last_error(), "invalid region size (read vs. update file)");
+    device.hwid = 0;
+    EXPECT_FALSE(run_update(device));
+    EXPECT_EQ(last_error(), "version info not available (not read yet)");
     EXPECT_EQ(kernel.wire, Wire{});
 }

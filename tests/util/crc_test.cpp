@@ -3,14 +3,18 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
-
 #include "tests/support/update_file_bytes.h"
 
+namespace {
+
+constexpr uint8_t kDigits[] = {'1', '2', '3', '4', '5', '6', '7', '8', '9'};
+
+}  // namespace
+
 TEST(Crc16, KnownValues) {
-    const uint8_t digits[] = {'1', '2', '3', '4', '5', '6', '7', '8', '9'};
-    EXPECT_EQ(crc16_buffer(0xFFFF, digits, sizeof digits), 0x4B37);  // the check value of CRC-16/MODBUS
-    EXPECT_EQ(crc16_buffer(0x1234, digits, 0), 0x1234);
+    EXPECT_EQ(crc16_buffer(0xFFFF, kDigits, sizeof kDigits), 0x4B37);  // the check value of CRC-16/MODBUS
+    EXPECT_EQ(textbook_crc16(kDigits), 0x4B37);
+    EXPECT_EQ(crc16_buffer(0x1234, kDigits, 0), 0x1234);
     const std::vector<uint8_t> erased(0x1FE00, 0xFF);
     EXPECT_EQ(crc16_buffer(0xFFFF, erased.data(), erased.size()), 0x1CC1);
 }
@@ -18,7 +22,6 @@ TEST(Crc16, KnownValues) {
 TEST(Crc16, TablesAgreeWithTheTextbookAtEveryLengthAndSplit) {
     std::vector<uint8_t> bytes;
     for (int i = 0; i < 40; ++i) {
-        EXPECT_EQ(crc16_buffer(0xFFFF, bytes.data(), bytes.size()), textbook_crc16(bytes)) << bytes.size();
         for (size_t split = 0; split <= bytes.size(); ++split) {
             const uint16_t first = crc16_buffer(0xFFFF, bytes.data(), split);
             EXPECT_EQ(crc16_buffer(first, bytes.data() + split, bytes.size() - split), textbook_crc16(bytes));
@@ -27,18 +30,9 @@ TEST(Crc16, TablesAgreeWithTheTextbookAtEveryLengthAndSplit) {
     }
 }
 
-TEST(Crc16, ByteStepsMakeTheSameChecksum) {
-    uint16_t crc = 0xFFFF;
-    for (const char c : {'1', '2', '3', '4', '5', '6', '7', '8', '9'}) {
-        crc = crc16_update(crc, static_cast<uint8_t>(c));
-    }
-    EXPECT_EQ(crc, 0x4B37);
-}
-
 TEST(Crc8OneWire, KnownValues) {
     const uint8_t message[] = {0x12, 0x34, 0x56, 0x70};
     EXPECT_EQ(crc8_1wire(0xFF, message, 4), 0xB1);
     EXPECT_EQ(crc8_1wire(0x5A, message, 0), 0x5A);
-    const uint8_t digits[] = {'1', '2', '3', '4', '5', '6', '7', '8', '9'};
-    EXPECT_EQ(crc8_1wire(0x00, digits, sizeof digits), 0xA1);  // the check value of CRC-8/MAXIM
+    EXPECT_EQ(crc8_1wire(0x00, kDigits, sizeof kDigits), 0xA1);  // the check value of CRC-8/MAXIM
 }
