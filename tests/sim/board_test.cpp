@@ -37,9 +37,9 @@ const Refused kRefused[] = {{"a segment is missing", 257, 15, commit_of(257)},
                             {"segment above the regions", 0, 0, segment_of(512, 0)},
                             {"segment 16", 0, 0, segment_of(257, 16)},
                             {"wrong key", 0, 0, {0xA5, 0x43, 0x43}},
-                            {"read with the write key", 0, 0, {0xA0, 0, 0, 0, 0, 0, 0x42, 0x81}},
-                            {"read above the flash", 0, 0, {0xA0, 0x10, 0x02, 0, 0, 0, 0xDA, 0x81}},
-                            {"read of segment 16", 0, 0, {0xA0, 0, 0, 16, 0, 0, 0xDA, 0x81}},
+                            {"read with the write key", 0, 0, changed(read_of(0, 0), 6, 0x42)},
+                            {"read above the flash", 0, 0, read_of(528, 0)},
+                            {"read of segment 16", 0, 0, read_of(0, 16)},
                             {"short enable", 0, 0, {0xA0, 0x23, 0x24, 0, 0xC1, 0x1C, 0x42, 0x45}},
                             {"one byte too many", 0, 0, {0xA5, 0x42, 0x43, 0x00}},
                             {"unknown frame command", 0, 0, {0xA6, 0x02}},
@@ -86,8 +86,8 @@ TEST(Board, AResetOnTheBoardsClockStartsTheEnabledRegionAfterASilence) {
         board.now_us = due_us == 0 ? 0 : due_us - 1;
         EXPECT_TRUE(due_us == 0 || read_bytes(board, 0x0F, 1) == Bytes{0x11});
         board.now_us = due_us;
-        EXPECT_EQ(read_bytes(board, 0x0F, 1), std::nullopt);
-        board.now_us = due_us + 6'999;
+        EXPECT_TRUE(status_is_read || read_bytes(board, 0x0F, 1) == std::nullopt);
+        board.now_us = due_us + 6'999;  // the silence begins when the reset is due, not when the host next looks
         EXPECT_EQ(read_bytes(board, 0x0F, 1), std::nullopt);
         board.now_us = due_us + 7'000;
         EXPECT_EQ(read_bytes(board, 0x0F, 1), Bytes{0x00});

@@ -73,7 +73,8 @@ TEST(Fault, CommandsEndAsTheFaultSays) {
         {"restart@segment/256#9", "80  c0w "}, {"cut@commit/256", "00w c0w "},    {"cut@segment/256#9", "80  c0w "},
         {"tear=0@commit/256", "00  c0w "},     {"tear=1@commit/256", "001 c0w "}, {"slow=2@commit/256", "00w c0w "},
         {"slow=1@commit/256", "c0w c0w "},     {"fail@commitx2", "80  80  "},     {"fail@any-command#18", "80  c0w "},
-        {"lost@any-change#18", "--w c0w "},    {"hang@any-frame#35", "c0w 00  "}};
+        {"lost@any-change#18", "--w c0w "},    {"hang@any-frame#35", "c0w 00  "}, {"tear=512@commit/256", "00w c0w "},
+        {"slow=10000@commit/256", "00w c0w "}};
     for (const auto& [fault, outcome] : cases) {
         EXPECT_EQ(two_pages(fault), outcome) << fault;
     }

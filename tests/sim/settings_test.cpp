@@ -136,8 +136,8 @@ std::string problem_of(const std::string& text) {
 
 TEST(Operator, AMistakeInAFaultOrAKnobIsExplained) {
     const std::pair<std::vector<const char*>, const char*> cases[] = {
-        {{"", "nack", "nack@", "nack@-1", "nack@1 ", "nack@1x", "nack@1x2+5ms", "nack@1+5s", "nack@1#", "nack@erase/",
-          "nack@0", "nack@1#0", "NACK@1", "nack@1x0", "nack@1/3", "nack@commit/65792", "fail=@erase",
+        {{"", "nack", "nack@", "nack@-1", "nack@1 ", "nack@1x", "nack@1x2+5ms", "nack@1+5s", "nack@1+ms", "nack@1#",
+          "nack@erase/", "nack@0", "nack@1#0", "NACK@1", "nack@1x0", "nack@1/3", "nack@commit/65792", "fail=@erase",
           "fail=0x100@erase"},
          "not a fault; expected KIND[=VALUE]@WHERE[#N][xCOUNT|+TIMEms]"},
         {{"nak@1"}, "no such kind of fault: nak"},

@@ -53,6 +53,10 @@ inline Bytes commit_of(uint16_t page, uint8_t crc_low = 0x70) {
     return {0xA0, static_cast<uint8_t>(page), static_cast<uint8_t>(page >> 8), 0, crc_low, 0xFD, 0x42, 0x41};
 }
 
+inline Bytes read_of(uint16_t page, uint8_t segment) {
+    return {0xA0, static_cast<uint8_t>(page), static_cast<uint8_t>(page >> 8), segment, 0, 0, 0xDA, 0x81};
+}
+
 /// Enables the other region with software id 0x2423; an erased region has the checksum 0x1CC1.
 inline Bytes enable_of(uint16_t checksum) {
     return long_frame(0x23, {static_cast<uint8_t>(checksum), static_cast<uint8_t>(checksum >> 8), 0x42, 0x45});
