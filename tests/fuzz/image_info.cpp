@@ -13,7 +13,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FakeKernel kernel(board);
     kernel.files["file"] = std::string(file.begin(), file.end());
     McuDevice device(nullptr);
-    capture([&] { return load_update_file(device, "file") ? 0 : 1; });
+    load_update_file(device, "file");  // Result ignored: the reason says it
     const std::string refusal = device.last_error.c_str();
 
     std::string error;
