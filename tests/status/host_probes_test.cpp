@@ -2,6 +2,8 @@
 // What the host itself knows: odd files, and what becomes of them in the reports.
 #include "status/host_probes.h"
 
+#include <cmath>
+
 #include "tests/support/device_test.h"
 #include "util/host_files.h"
 
