@@ -85,7 +85,7 @@ TEST(Fault, CommandsEndAsTheFaultSays) {
 std::string erase_or_disable(const std::string& fault) {
     Board board;
     board.scenario.boot_ms = 0;
-    board.flash.install(1, Bytes(0x1FE00, 0x5A), 2);
+    board.flash.install(1, Bytes(0x20000, 0x5A), 2);
     board.add_fault(fault);
     std::vector<uint8_t> memory = board.flash.memory();
     std::string text = status_of(run_frame(board, fault.ends_with("disable") ? kDisable : kErase)) + " ";

@@ -110,6 +110,7 @@ TEST_F(StateFile, AMistakeIsExplained) {
         {good + "colour=red\n", "no such knob: colour"},
         {with("hwid=0x0003", "hwid=0x1003x"), "hwid=0x1003x: not a number from 0 to 65535"},
         {with("running=0", "running=2"), "running is missing or invalid"},
+        {with("marker=0", "marker=0x"), "marker is missing or invalid"},
         {with("reset.due_us=0", "reset.due_us=-1"), "reset.due_us is missing or invalid"},
         {with("region0.checksum=0x", "region0.checksum=0x1"), "region0.checksum is missing or invalid"},
         {good.substr(0, good.find("region1.enabled")), "region1.enabled is missing or invalid"}};
