@@ -87,8 +87,8 @@ TEST(CommandLine, WordsAndTheirOutcome) {
          "-todo-\n",
          "info  : status SVMCU=off, OK=0, DATA=00 00 00\n",
          1}};
-    for (const char* word : {"--bus", "--addr", "--reset-delay", "--read", "--update", "--upd", "--read-update",
-                             "--set-mode", "--set"}) {
+    for (const char* word :
+         {"--bus", "--addr", "--reset-delay", "--read", "--update", "--upd", "--read-update", "--set-mode", "--set"}) {
         outcomes.push_back({{word}, {}, 255, missing(word), "", 0});
     }
     for (const char* word : {"", "-", "-H", "--helpme", "--VERSION", "--versio", "--version ", "--version=1", "\xff",

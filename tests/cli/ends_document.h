@@ -3,15 +3,12 @@
 #pragma once
 
 #include <fnmatch.h>
-#include <gtest/gtest.h>
 
 #include <fstream>
 #include <map>
 #include <sstream>
-#include <string>
-#include <vector>
 
-using Words = std::vector<std::string>;
+#include "tests/support/device_test.h"
 
 /// A row of the document. Of several texts in a cell, each must be seen in a run.
 struct Row {
@@ -23,14 +20,25 @@ struct Row {
     std::string advice;
     std::map<std::string, bool> seen;
     int runs = 0;
+
+    /// Whether the line is the text, whose "…" stands for anything. Marks the text as seen.
+    bool shows(const std::string& text, const std::string& line) {
+        std::string pattern = text;
+        for (size_t at = 0; (at = pattern.find("…", at)) != std::string::npos;) {
+            pattern.replace(at, std::string("…").size(), "*");
+        }
+        const bool found = fnmatch(pattern.c_str(), line.c_str(), 0) == 0;
+        seen[text] = seen[text] || found;
+        return found;
+    }
 };
 
+/// What a cell holds between back quotes.
 inline Words texts_of(const std::string& cell) {
     Words texts;
-    for (size_t at = cell.find('`'); at != std::string::npos; at = cell.find('`', at + 1)) {
-        const size_t end = cell.find('`', at + 1);
-        texts.push_back(cell.substr(at + 1, end - at - 1));
-        at = end;
+    std::istringstream in(cell);
+    for (std::string text; std::getline(in, text, '`') && std::getline(in, text, '`');) {
+        texts.push_back(text);
     }
     return texts;
 }
@@ -45,9 +53,8 @@ inline std::map<std::string, Row> read_document() {
         Words cells;
         std::istringstream in(line.substr(2));
         for (std::string cell; std::getline(in, cell, '|');) {
-            const size_t first = cell.find_first_not_of(' ');
-            cells.push_back(first == std::string::npos ? ""
-                                                       : cell.substr(first, cell.find_last_not_of(' ') - first + 1));
+            const size_t first = std::min(cell.find_first_not_of(' '), cell.size());
+            cells.push_back(cell.substr(first, cell.find_last_not_of(' ') + 1 - first));
         }
         EXPECT_EQ(cells.size(), 8U) << line;
         cells.resize(8);
@@ -55,15 +62,4 @@ inline std::map<std::string, Row> read_document() {
         EXPECT_TRUE(rows.emplace(cells[0], row).second) << cells[0] << " twice";
     }
     return rows;
-}
-
-/// Whether the line is the text, whose "…" stands for anything. Marks the text as seen.
-inline bool shows(Row& row, const std::string& text, const std::string& line) {
-    std::string pattern = text;
-    for (size_t at = 0; (at = pattern.find("…", at)) != std::string::npos;) {
-        pattern.replace(at, std::string("…").size(), "*");
-    }
-    const bool found = fnmatch(pattern.c_str(), line.c_str(), 0) == 0;
-    row.seen[text] = row.seen[text] || found;
-    return found;
 }

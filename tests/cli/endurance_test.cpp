@@ -21,11 +21,7 @@ long open_descriptors() {
 }  // namespace
 
 TEST_F(Update, ManyInOneProcessKeepNeitherMemoryNorDescriptors) {
-    for (const uint16_t page : {uint16_t{0}, uint16_t{7}, uint16_t{256}, uint16_t{263}}) {
-        file.fill_page(page);
-    }
-    save();
-    std::vector<std::string> wires[2];
+    Wire wires[2];
     size_t bytes = 0;
     long descriptors = 0;
     for (int i = 0; i < kUpdates; ++i) {
@@ -42,7 +38,7 @@ TEST_F(Update, ManyInOneProcessKeepNeitherMemoryNorDescriptors) {
         }
         ASSERT_EQ(own.wire, wires[i % 2]) << "update " << i;
     }
-    EXPECT_EQ(board.violations, std::vector<std::string>{});
+    EXPECT_EQ(board.violations, Words{});
     EXPECT_EQ(open_descriptors(), descriptors);
     EXPECT_LE(mallinfo2().uordblks, bytes + kSlackBytes);
 }

@@ -27,37 +27,35 @@ TEST(SetMode, EveryParameterAndAliasOnTheWire) {
         Words parameters;
         Words values;
         Wire wire;
-    } cases[] = {{true,
-                  {"priority", "extpriority", "prio"},
-                  {"normal", "norm", "default", "def"},
-                  input + send("00 34", "03")},
-                 {true, {"priority"}, {"battery-save", "low"}, input + send("01 34", "03")},
-                 {false, {"priority"}, {"low"}, input + send("01 34", "03")},
-                 {true, {"priority"}, {"high"}, input + send("02 34", "03")},
-                 {true, {"w1validity"}, {"normal"}, enable + send("0f 12", "01")},
-                 {false, {"w1validity"}, {"ignore"}, enable + send("20 12", "01")},
-                 {true, {"teko1-pd", "pd1"}, {"enabled", "enable", "on", "1"}, enable + send("2e 12", "01")},
-                 {false, {"pd1"}, {"disabled", "disable", "off", "0"}, enable + send("01 12", "01")},
-                 {true, {"teko1-pse", "teko1", "pse1"}, {"on"}, enable + send("2d 12", "01")},
-                 {false, {"pse1"}, {"off"}, enable + send("02 12", "01")},
-                 {true, {"teko2-pd", "pd2"}, {"1"}, enable + send("2b 12", "01")},
-                 {false, {"pd2"}, {"0"}, enable + send("04 12", "01")},
-                 {true, {"teko2-pse", "teko2", "pse2"}, {"enable"}, enable + send("27 12", "01")},
-                 {false, {"pse2"}, {"disable"}, enable + send("08 12", "01")},
-                 {false, {"led1"}, {"default", "def", "normal", "norm"}, send("00 00", "06")},
-                 {false, {"led1"}, {"gn"}, send("81 00", "06")},
-                 {false, {"led2"}, {"rd"}, send("82 00", "07")},
-                 {false, {"led2"}, {"or"}, send("83 00", "07")},
-                 {false, {"led2"}, {"off"}, send("80 00", "07")},
-                 {false, {"psuled"}, {"0x12345"}, send("45 23", "82") + Wire{"R 08 60 8", "R 08 0c 1"}},
-                 {false, {"test-extsw"}, {"0x1ff", "255", "-1"}, send("ff 00", "8f")},
-                 {false, {"test-10V"}, {"0x1FF"}, send("ff 00", "98")},
-                 {false, {"test-msg"}, {"0x0011"}, send("11 00", "99")},
-                 {false, {"xlr-off", "off"}, {""}, send("47 00", "0d")},
-                 {false, {"test-msg-ack"}, {""}, {"W 08 0a: 00"}},
-                 {false, {"test-i2c-bug1"}, {""}, Wire(400, "W 08 60: 03")},
-                 // The check word: 0x122f xor 0x3403.
-                 {true, {"store"}, {""}, enable + input + send("2c 26", "08")}};
+    } cases[] = {
+        {true, {"priority", "extpriority", "prio"}, {"normal", "norm", "default", "def"}, input + send("00 34", "03")},
+        {true, {"priority"}, {"battery-save", "low"}, input + send("01 34", "03")},
+        {false, {"priority"}, {"low"}, input + send("01 34", "03")},
+        {true, {"priority"}, {"high"}, input + send("02 34", "03")},
+        {true, {"w1validity"}, {"normal"}, enable + send("0f 12", "01")},
+        {false, {"w1validity"}, {"ignore"}, enable + send("20 12", "01")},
+        {true, {"teko1-pd", "pd1"}, {"enabled", "enable", "on", "1"}, enable + send("2e 12", "01")},
+        {false, {"pd1"}, {"disabled", "disable", "off", "0"}, enable + send("01 12", "01")},
+        {true, {"teko1-pse", "teko1", "pse1"}, {"on"}, enable + send("2d 12", "01")},
+        {false, {"pse1"}, {"off"}, enable + send("02 12", "01")},
+        {true, {"teko2-pd", "pd2"}, {"1"}, enable + send("2b 12", "01")},
+        {false, {"pd2"}, {"0"}, enable + send("04 12", "01")},
+        {true, {"teko2-pse", "teko2", "pse2"}, {"enable"}, enable + send("27 12", "01")},
+        {false, {"pse2"}, {"disable"}, enable + send("08 12", "01")},
+        {false, {"led1"}, {"default", "def", "normal", "norm"}, send("00 00", "06")},
+        {false, {"led1"}, {"gn"}, send("81 00", "06")},
+        {false, {"led2"}, {"rd"}, send("82 00", "07")},
+        {false, {"led2"}, {"or"}, send("83 00", "07")},
+        {false, {"led2"}, {"off"}, send("80 00", "07")},
+        {false, {"psuled"}, {"0x12345"}, send("45 23", "82") + Wire{"R 08 60 8", "R 08 0c 1"}},
+        {false, {"test-extsw"}, {"0x1ff", "255", "-1"}, send("ff 00", "8f")},
+        {false, {"test-10V"}, {"0x1FF"}, send("ff 00", "98")},
+        {false, {"test-msg"}, {"0x0011"}, send("11 00", "99")},
+        {false, {"xlr-off", "off"}, {""}, send("47 00", "0d")},
+        {false, {"test-msg-ack"}, {""}, {"W 08 0a: 00"}},
+        {false, {"test-i2c-bug1"}, {""}, Wire(400, "W 08 60: 03")},
+        // The check word: 0x122f xor 0x3403.
+        {true, {"store"}, {""}, enable + input + send("2c 26", "08")}};
     for (const auto& c : cases) {
         for (const std::string& parameter : c.parameters) {
             for (const std::string& value : c.values) {
@@ -106,14 +104,17 @@ TEST(SetMode, WrongWordsAndFailedTransactions) {
          "error : read cmd error, cmd 82, start 0e, result 80\n",
          5}};
     for (const Words& words : {Words{"bogus", "1"}, {"", "1"}, {"led3", "off"}, {"store ", "1"}}) {
-        outcomes.push_back({{"--set", words[0], words[1]}, {}, 255, "", "error : unknown parameter to --set-mode\n", 0});
+        outcomes.push_back(
+            {{"--set", words[0], words[1]}, {}, 255, "", "error : unknown parameter to --set-mode\n", 0});
     }
     // The parameter, a value that it does not know, its name in the message, transfers.
     const std::tuple<const char*, const char*, const char*, size_t> values[] = {
-        {"prio", "LOW", "priority", 3},     {"w1validity", "x", "w1validity", 3}, {"pd1", "yes", "teko1-pd", 3},
-        {"teko1", "", "teko1-pse", 3},      {"pd2", "2", "teko2-pd", 3},          {"pse2", "x", "teko2-pse", 3},
-        {"led1", "red", "led1", 0},         {"led2", "0x81", "led2", 0},          {"psuled", "x", "psuled", 0},
-        {"test-extsw", "1x", "test-extsw", 0}, {"test-10V", "08", "test-10V", 0}, {"test-msg", "-", "test-msg", 0}};
+        {"prio", "LOW", "priority", 3},    {"w1validity", "x", "w1validity", 3},
+        {"pd1", "yes", "teko1-pd", 3},     {"teko1", "", "teko1-pse", 3},
+        {"pd2", "2", "teko2-pd", 3},       {"pse2", "x", "teko2-pse", 3},
+        {"led1", "red", "led1", 0},        {"led2", "0x81", "led2", 0},
+        {"psuled", "x", "psuled", 0},      {"test-extsw", "1x", "test-extsw", 0},
+        {"test-10V", "08", "test-10V", 0}, {"test-msg", "-", "test-msg", 0}};
     for (const auto& [parameter, value, name, transfers] : values) {
         outcomes.push_back({{"--set", parameter, value},
                             {},

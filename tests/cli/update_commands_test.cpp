@@ -77,8 +77,8 @@ TEST_F(Read, WritesTheWholeFlash) {
     EXPECT_EQ(content(), expected);
     EXPECT_EQ(Wire(kernel.wire.begin() + 6, kernel.wire.begin() + 10),
               (Wire{"out reading " + path + "\n* 0.0%", "W 08 a0: 00 00 00 00 00 da 81", "R 08 a6 1", "R 08 80 32"}));
-    // Six of the identity; the segment that failed has no response; a write to the terminal per page, and the end.
-    EXPECT_EQ(kernel.wire.size(), 6U + 528U * 16U * 3U - 1U + 528U + 1U);
+    // Six of the identity, three for each segment, failed or not; a write to the terminal per page, and the end.
+    EXPECT_EQ(kernel.wire.size(), 6U + 528U * 16U * 3U + 528U + 1U);
     EXPECT_EQ(kernel.sleeps_us.size(), 0U);
 }
 
@@ -112,6 +112,7 @@ TEST_F(Read, NoMemoryForTheFlash) {
     EXPECT_EQ(run.status, 255);
     EXPECT_EQ(run.out, "reading " + path + "\n");
     EXPECT_EQ(without_times(run.err), "error : out of memory for the read-back\n");
+    EXPECT_EQ(content().size(), 0x42001U);
     const std::string good = write_temporary("good.svu", UpdateFileBytes{}.bytes());
     run = run_tool_words({"--update", good});
     EXPECT_EQ(run.status, 255);

@@ -45,8 +45,8 @@ TEST_F(Decoders, ChargerMeasurements) {
          "CAP_PIN           =    0.00  W (0.00 W)\nCAP_VCAP          =    3.779 V (0a00)\n"
          "CAP_ICHG          =   -4.0  mA (fff6)\n"},
         {{.cap_vin = 0xFFFF, .cap_iin = 0x7FFF, .cap_vcap = 0xFFFF, .cap_ichg = 0x7FFF},
-         "CAP_VIN           =  144.832 V (ffff)\nCAP_IIN           = -21832.1  mA (7fff)\n"
-         "CAP_PIN           = -3161.99  W (-4523.59 W)\nCAP_VCAP          =   96.730 V (ffff)\n"
+         "CAP_VIN           =  144.832 V (ffff)\nCAP_IIN           = -21832.3  mA (7fff)\n"
+         "CAP_PIN           = -3162.02  W (-4523.63 W)\nCAP_VCAP          =   96.730 V (ffff)\n"
          "CAP_ICHG          = 12995.4  mA (7fff)\n"}};
     for (const auto& [words, lines] : cases) {
         const std::string out = printed(words);
@@ -71,8 +71,9 @@ TEST_F(Decoders, InputStatusLines) {
         {15, 0x05, "\nreset             = occurred (05)\n"},
         {1, 0x02, "\next               = validated\nInput_status      = ok\n"},
         {1, 0x04, "\next               = unknown-or-invalid\nInput_status      = error\n"},
-        {2, 0x00, "\nTEKO_idx          = 0 (ext)\nTEKO1_IMP         =  0 Ohm ( 0 max)\nTEKO2_IMP         =  0 Ohm ( 0 "
-                  "max)\n"},
+        {2, 0x00,
+         "\nTEKO_idx          = 0 (ext)\nTEKO1_IMP         =  0 Ohm ( 0 max)\nTEKO2_IMP         =  0 Ohm ( 0 "
+         "max)\n"},
         {2, 0x01, "\nTEKO_idx          = 1 (downstream)\n"},
         {2, 0x02, "\nTEKO_idx          = 2 (downstream)\n"},
         {2, 0x03, "\nTEKO_idx          = 3 (unknown)\n"},
@@ -102,23 +103,68 @@ TEST(Names, OneWireStatusCodes) {
 }
 
 TEST(Names, StatesCountFromOne) {
-    const char* pd[] = {"unknown", "init", "sense_veth", "wait_rdet", "set_rdet", "wait_for_signature",
-                        "wait_for_sig_falling", "wait_for_sig_halfbit", "read_signature", "wait_sig_bittime",
-                        "wait_for_imp_meas", "impedance_meas", "wait_for_imp_remeas", "wait_for_nevent",
-                        "nevent_startbits", "nevent_wait_half_bittime", "nevent_readbit", "nevent_wait_bittime",
-                        "nevent_stopbits", "nevent_finished", "power_ack_debug", "power_accepted", "wait_for_power",
-                        "wait_psw_delay", "wait_psw_stabilize", "sequence_finished", "low_power_finished", "unknown"};
+    const char* pd[] = {"unknown",
+                        "init",
+                        "sense_veth",
+                        "wait_rdet",
+                        "set_rdet",
+                        "wait_for_signature",
+                        "wait_for_sig_falling",
+                        "wait_for_sig_halfbit",
+                        "read_signature",
+                        "wait_sig_bittime",
+                        "wait_for_imp_meas",
+                        "impedance_meas",
+                        "wait_for_imp_remeas",
+                        "wait_for_nevent",
+                        "nevent_startbits",
+                        "nevent_wait_half_bittime",
+                        "nevent_readbit",
+                        "nevent_wait_bittime",
+                        "nevent_stopbits",
+                        "nevent_finished",
+                        "power_ack_debug",
+                        "power_accepted",
+                        "wait_for_power",
+                        "wait_psw_delay",
+                        "wait_psw_stabilize",
+                        "sequence_finished",
+                        "low_power_finished",
+                        "unknown"};
     for (uint8_t state = 0; state < std::size(pd); ++state) {
         EXPECT_STREQ(pd_state_name(state), pd[state]);
     }
-    const char* pse[] = {"unknown", "restart_delay", "init", "check_precondition", "check_vquiet", "enable_10v",
-                         "wait_settling_time_10v", "meas_rdet", "trigger_end_of_det", "wait_for_send_sig", "send_sig",
-                         "sig_wait_bit_time", "wait_for_imp_meas", "wait_abort_time", "trigger_for_imp_meas",
-                         "delay_for_imp_meas", "imp_meas", "check_if_short_is_released", "calculate_nevent_frame",
-                         "wait_for_imp_remeas", "wait_recover_time", "nevent_sync_to_startbit",
-                         "nevent_wait_startbit_time", "nevent_send_bit", "nevent_wait_bit_time",
-                         "nevent_send_stopbits", "nevent_power_nak", "nevent_finished", "wait_for_enable_powersw",
-                         "enable_powersw", "unknown"};
+    const char* pse[] = {"unknown",
+                         "restart_delay",
+                         "init",
+                         "check_precondition",
+                         "check_vquiet",
+                         "enable_10v",
+                         "wait_settling_time_10v",
+                         "meas_rdet",
+                         "trigger_end_of_det",
+                         "wait_for_send_sig",
+                         "send_sig",
+                         "sig_wait_bit_time",
+                         "wait_for_imp_meas",
+                         "wait_abort_time",
+                         "trigger_for_imp_meas",
+                         "delay_for_imp_meas",
+                         "imp_meas",
+                         "check_if_short_is_released",
+                         "calculate_nevent_frame",
+                         "wait_for_imp_remeas",
+                         "wait_recover_time",
+                         "nevent_sync_to_startbit",
+                         "nevent_wait_startbit_time",
+                         "nevent_send_bit",
+                         "nevent_wait_bit_time",
+                         "nevent_send_stopbits",
+                         "nevent_power_nak",
+                         "nevent_finished",
+                         "wait_for_enable_powersw",
+                         "enable_powersw",
+                         "unknown"};
     for (uint8_t state = 0; state < std::size(pse); ++state) {
         EXPECT_STREQ(pse_state_name(state), pse[state]);
     }

@@ -41,8 +41,7 @@ TEST_F(Transfers, SplitLongOnesIntoChunksAtTheSameRegister) {
     EXPECT_TRUE(i2c_read(bus, 8, 0x40, 600, bytes.data()));
     // 257: the register and 256 bytes.
     EXPECT_EQ(chunks, (Wire{"W 257 64 255", "W 257 64 255", "W 2 64 50", "R 256 64 3", "R 256 64 4", "R 88 64 5"}));
-    EXPECT_EQ((Bytes{bytes[0], bytes[255], bytes[256], bytes[511], bytes[512], bytes[599]}),
-              (Bytes{3, 3, 4, 4, 5, 5}));
+    EXPECT_EQ((Bytes{bytes[0], bytes[255], bytes[256], bytes[511], bytes[512], bytes[599]}), (Bytes{3, 3, 4, 4, 5, 5}));
 }
 
 TEST_F(Transfers, StopAtTheFirstChunkThatFails) {

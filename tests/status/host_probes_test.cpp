@@ -39,10 +39,16 @@ TEST_F(HostProbes, Uptime) {
 }
 
 TEST_F(HostProbes, Temperatures) {
-    const std::tuple<const char*, float, bool> cases[] = {
-        {"42.5\n", 42.5F, true},  {"42.5", 42.0F, true}, {"7", 7.0F, true},     {"-3.5\n", -3.5F, true},
-        {"1234567890", 12345678.0F, true}, {"-0x1p9\n", -512.0F, true}, {"x42\n", 0.0F, false}, {"nan\n", NAN, true},
-        {"", 0.0F, false},        {"\n", 0.0F, false}};
+    const std::tuple<const char*, float, bool> cases[] = {{"42.5\n", 42.5F, true},
+                                                          {"42.5", 42.0F, true},
+                                                          {"7", 7.0F, true},
+                                                          {"-3.5\n", -3.5F, true},
+                                                          {"1234567890", 12345678.0F, true},
+                                                          {"-0x1p9\n", -512.0F, true},
+                                                          {"x42\n", 0.0F, false},
+                                                          {"nan\n", NAN, true},
+                                                          {"", 0.0F, false},
+                                                          {"\n", 0.0F, false}};
     for (const auto& [file, value, ok] : cases) {
         kernel.files["/dev/temp_nic"] = "20.0\n";
         kernel.files["/dev/temp_disp"] = file;
@@ -60,11 +66,8 @@ TEST_F(HostProbes, PoeIsLowActiveAndExportsTheLineOnce) {
         bool ok;
         bool present;
         const char* written;
-    } cases[] = {{true, "0", true, true, ""},
-                 {true, "1", true, false, ""},
-                 {true, "x", true, false, ""},
-                 {false, "0", true, true, "414"},
-                 {false, "none", false, true, "414"}};
+    } cases[] = {{true, "0", true, true, ""},  {true, "1", true, false, ""},    {true, "x", true, false, ""},
+                 {true, "00", true, true, ""}, {false, "0", true, true, "414"}, {false, "none", false, true, "414"}};
     for (const auto& c : cases) {
         board.scenario.gpio_exported = c.exported;
         board.scenario.poe = c.value;

@@ -11,8 +11,7 @@ TEST(CableReport, ShowsTheLinesThatHaveSomethingToShow) {
     const std::string teko1 = kTeko + "1 = valid=0400 6662  0, cable=";
     const std::pair<Words, Words> cases[] = {
         // The situation; how its lines begin.
-        {{"teko1_cable_sum=4096", "teko1_cable_count=4"},
-         {teko1 + "10.55 01000  4, hpwr=0, temp= 45.1  40.1 -41.1\n"}},
+        {{"teko1_cable_sum=4096", "teko1_cable_count=4"}, {teko1 + "10.55 01000  4, hpwr=0, temp= 45.1  40.1 -41.1\n"}},
         {{}, {teko1 + "-2.40 00000  0, hpwr=0", kTeko + "2 = valid=0000 6326  0"}},
         // 10 is nothing.
         {{"teko1_cable_sum=10", "teko2_imp_valid_count=10"}, {kTeko + "1", kTeko + "2"}},
@@ -50,8 +49,8 @@ TEST(CableReport, FailedReadsLeaveZerosAndAreFollowedByTheReset) {
     const std::string zeros = " = valid=0000 6326  0, cable=-2.40 00000  0, hpwr=0, temp= 45.0  40.0 ";
     const std::tuple<const char*, const char*, size_t> cases[] = {
         {"nack@1", "SVMCU ERROR: I2C read error, start 00, size 14\n", 3},
-        {"fail@read-powerrail",
-         "SVMCU ERROR: while getting diagnostics: read cmd error, cmd 80, start 0e, result 80\n", 5}};
+        {"fail@read-powerrail", "SVMCU ERROR: while getting diagnostics: read cmd error, cmd 80, start 0e, result 80\n",
+         5}};
     for (const auto& [fault, err, transfers] : cases) {
         const BoardRun run = run_on_board({fault}, {"--status-cable"});
         EXPECT_EQ(run.status, 0);
@@ -71,8 +70,8 @@ TEST(PseAdcReport, OneLineOfRawWordsAndThenTheReset) {
         counting += digits;
     }
     const Words situation = {"teko1_pages=" + counting, "teko1_cable_sum=4099", "teko1_cable_count=4",
-                             "teko1_hpwr=0x1f", "teko1_cable_aux=0xee", "temperature_raw=1000", "temp_nic=45.02",
-                             "temp_disp=40.03"};
+                             "teko1_hpwr=0x1f",         "teko1_cable_aux=0xee", "temperature_raw=1000",
+                             "temp_nic=45.02",          "temp_disp=40.03"};
     BoardRun run = run_on_board(situation, {"--status-pse-adc"});
     std::string expected = "2025-11-16 21:53:20 ";
     for (unsigned byte = 32; byte < 152; byte += 2) {

@@ -3,17 +3,18 @@
 #include "tests/support/device_test.h"
 
 TEST(StatusLine, HealthyBoardInOneLine) {
-    const BoardRun run = run_on_board({"marker=0x11", "status=9a0211000000000000000000000000000c3f0f3f", "temp_nic=45.02",
-                                  "temp_disp=40.03", "temperature_raw=1231", "cap_status=0x0020", "cap_vin=0x2000",
-                                  "cap_iin=0x0100", "cap_vcap=0x1000", "cap_ichg=0x0010"},
-                                 {"--status"});
+    const BoardRun run = run_on_board({"marker=0x11", "status=9a0211000000000000000000000000000c3f0f3f",
+                                       "temp_nic=45.02", "temp_disp=40.03", "temperature_raw=1231", "cap_status=0x0020",
+                                       "cap_vin=0x2000", "cap_iin=0x0100", "cap_vcap=0x1000", "cap_ichg=0x0010"},
+                                      {"--status"});
     // Temperatures of the host are rounded up; (1666 - 190) * 32.6397 * 2.048 / 4095 = 24.09.
     EXPECT_EQ(run.out,
               "2025-11-16 21:53:20 up 1d 02:03:04  DISP=on  POE=off SVMCU=on  RST=no  SW=0100/0/a962 PWR=24.1V "
               "IN=Ln1/1 OUT=1+2 CAP=full/06.0V/0.2W USB=off TEMP=45.1degC,40.1degC,25.1degC\n");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.wire.size(), 115U);
-    EXPECT_EQ(Wire(run.wire.begin(), run.wire.begin() + 4), (Wire{"R 50 00 1", "R 08 0f 1", "R 08 00 20", "W 08 a6: 00"}));
+    EXPECT_EQ(Wire(run.wire.begin(), run.wire.begin() + 4),
+              (Wire{"R 50 00 1", "R 08 0f 1", "R 08 00 20", "W 08 a6: 00"}));
     EXPECT_EQ(Wire(run.wire.end() - 6, run.wire.end()),
               (Wire{"R 09 1b 2", "R 09 25 2", "R 09 28 2", "R 09 26 2", "R 09 29 2", "R 10 00 1"}));
     EXPECT_EQ(run.sleeps_us.size(), 0U);
@@ -50,8 +51,7 @@ TEST(StatusLine, Fields) {
         {{"status=8b00ff"}, " IN=Ln2/15 OUT=Ln1 CAP"},
         {{"status=9000"}, " IN=off   OUT=Ln2 CAP"},
         {{"status=0200"}, " IN=Ln1/0 OUT=no  CAP"},
-        {{"status=00ab"},
-         " IO=NOT_supported 00 ab 00 00 00 00 00 00 00 00 00 00 00 00 00 11 00 00 00 00 01 CAP"},
+        {{"status=00ab"}, " IO=NOT_supported 00 ab 00 00 00 00 00 00 00 00 00 00 00 00 00 11 00 00 00 00 01 CAP"},
         {{"status=65"}, " IO=NOT_supported 65 00 00 00 00 00 00 00 00 00 00 00 00 00 00 11 00 00 00 00 01 CAP"}};
     for (const auto& [situation, text] : cases) {
         Words words = {"marker=0x11"};
@@ -81,7 +81,7 @@ TEST(StatusLine, ResetShowsOnceAndTheMarkerIsWrittenBack) {
 TEST(StatusLine, EachCommandEndsItsLine) {
     const std::string line =
         "2025-11-16 21:53:20 up 1d 02:03:04  DISP=on  POE=off SVMCU=off RST=--- SW=----/-/---- PWR=----V IN=----- "
-        "OUT=--- CAP=full/04.5V/2.1W USB=off TEMP=45.0degC,40.0degC";
+        "OUT=--- CAP=full/04.5V/0.7W USB=off TEMP=45.0degC,40.0degC";
     expect_outcomes({{{"--addr", "0x33", "--status", "--status-poetest", "--status-poetest-rebooted"},
                       {},
                       0,
@@ -99,10 +99,10 @@ TEST(StatusLine, PowerStateInTheLog) {
         {"8000", "IN=off, OUT=no", "80 00"},    {"0500", "IO=NOT_supported", "05 00"}};
     const std::string zeros(374, '0');
     for (const auto& [status, state, data] : cases) {
-        const BoardRun run = run_on_board({std::string("status=") + status + "250000000000000000000000000c3f0000",
-                                      "ext_raw=1000", "teko1_pages=a1a2a3a4a5" + zeros,
-                                      "teko2_pages=b1b2b3b4b5" + zeros},
-                                     {"--debug-update"});
+        const BoardRun run =
+            run_on_board({std::string("status=") + status + "25000000000000000000000000000c3f0000", "ext_raw=1000",
+                          "teko1_pages=a1a2a3a4a5" + zeros, "teko2_pages=b1b2b3b4b5" + zeros},
+                         {"--debug-update"});
         const std::string text = std::string("status SVMCU=on, OK=1 1, ") + state + values + data + pages;
         EXPECT_EQ(run.err, "info  : " + text + "\n");
         EXPECT_EQ(run.syslog, (std::vector<SyslogLine>{{6, text}}));
