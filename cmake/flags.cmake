@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# How everything is compiled.
+# Compiler and linker options of all programs.
 
 add_library(sv_flags INTERFACE)
 target_include_directories(sv_flags INTERFACE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR})
@@ -16,15 +16,15 @@ target_compile_options(
             -fdata-sections)
 target_link_options(sv_flags INTERFACE -Wl,--gc-sections)
 
-# Intermediate results no wider than their type: a 32-bit x86 needs SSE2 for it.
+# Intermediate results must be no wider than their type: a 32-bit x86 needs SSE2 for that.
 include(CheckCXXSourceCompiles)
 check_cxx_source_compiles("#include <cfloat>\nstatic_assert(FLT_EVAL_METHOD == 0); int main() {}" SV_PLAIN_FLOATS)
 if(NOT SV_PLAIN_FLOATS)
   target_compile_options(sv_flags INTERFACE -msse2 -mfpmath=sse)
 endif()
 
-# Files and dates beyond 2 GiB and 2038. The headers then rename the calls (open64, __clock_gettime64) on 32-bit
-# processors alone; on the others nothing may change, least of all what a preloaded library finds to replace.
+# Files beyond 2 GiB and dates beyond 2038. The headers then rename calls (open64, __clock_gettime64), so only 32-bit
+# processors get these definitions: elsewhere a preloaded library must find the plain names.
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   target_compile_definitions(sv_flags INTERFACE _FILE_OFFSET_BITS=64 $<$<BOOL:${SV_TIME64}>:_TIME_BITS=64>)
 endif()
@@ -44,7 +44,7 @@ if(SV_COVERAGE)
 endif()
 
 if(SV_STATIC)
-  # Not every C library has what lets a static program run at any address.
+  # Not every C library supports static programs that run at any address.
   set(CMAKE_REQUIRED_LINK_OPTIONS -static-pie)
   check_cxx_source_compiles("int main() {}" SV_HAS_STATIC_PIE)
   unset(CMAKE_REQUIRED_LINK_OPTIONS)
@@ -53,7 +53,7 @@ endif()
 include(cmake/hardening.cmake)
 
 if(SV_STATIC AND SV_HARDENING AND SV_HAS_STATIC_PIE)
-  set(CMAKE_CXX_LINK_OPTIONS_PIE -static-pie) # in place of -pie, which would undo it
+  set(CMAKE_CXX_LINK_OPTIONS_PIE -static-pie) # instead of -pie, which would override it
 elseif(SV_STATIC)
   set(CMAKE_CXX_LINK_OPTIONS_PIE -no-pie)
   target_link_options(sv_flags INTERFACE -static)
@@ -66,16 +66,14 @@ function(sv_library name)
   target_link_libraries(${name} PUBLIC sv_flags ${arg_LINK})
 endfunction()
 
-# What stands around the tool in a test is not what is tested: it need not have the tool's level of optimisation.
+# Compiles test code faster than it would run fastest: it need not have the tool's optimisation level.
 function(sv_quick target)
-  if(SV_QUICK_TESTS)
-    target_compile_options(${target} PRIVATE -O1)
-  endif()
+  target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O1>)
 endfunction()
 
-# Sends the program's calls into the kernel to tests/support/fake_kernel.cpp.
+# Replaces the program's system calls by those of tests/support/fake_kernel.cpp.
 function(sv_fake_kernel program)
-  # The second line: what the headers make of some of them, with 64-bit time or file offsets, or fortified.
+  # The second line: the names that headers give to some calls with 64-bit time or file offsets, or when fortified.
   foreach(
     call
     open ioctl usleep clock_gettime time openlog syslog fopen access malloc

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# Arm of 64 bits
+# 64-bit Arm
 set(SV_TRIPLE aarch64-linux-gnu)
 set(SV_QEMU aarch64)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)

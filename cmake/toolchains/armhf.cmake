@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# Arm of 32 bits with floating-point registers
+# 32-bit Arm with floating-point registers
 set(SV_TRIPLE arm-linux-gnueabihf)
 set(SV_QEMU arm)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)

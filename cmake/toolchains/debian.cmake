@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
-# Debian's cross compilers, and qemu to run what they build. Included by the file of the processor, which sets
-# SV_TRIPLE (of the compiler), SV_QEMU (the emulator's processor) and CMAKE_SYSTEM_PROCESSOR. SV_CLANG takes clang for
-# it, with the same libraries.
+# Debian's cross compilers, and qemu to run their programs. The file of each processor sets SV_TRIPLE (of the
+# compiler), SV_QEMU (the emulator's processor) and CMAKE_SYSTEM_PROCESSOR, and includes this file. SV_CLANG uses clang
+# with the same libraries.
 set(CMAKE_SYSTEM_NAME Linux)
 
 option(SV_CLANG "Cross-compile with clang" OFF)

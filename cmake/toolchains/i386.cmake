@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# x86 of 32 bits
+# 32-bit x86
 set(SV_TRIPLE i686-linux-gnu)
 set(SV_QEMU i386)
 set(CMAKE_SYSTEM_PROCESSOR i686)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# RISC-V of 64 bits
+# 64-bit RISC-V
 set(SV_TRIPLE riscv64-linux-gnu)
 set(SV_QEMU riscv64)
 set(CMAKE_SYSTEM_PROCESSOR riscv64)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# IBM Z: big-endian, so that no byte order is taken for granted
+# IBM Z: big-endian, to find code that assumes a byte order
 set(SV_TRIPLE s390x-linux-gnu)
 set(SV_QEMU s390x)
 set(CMAKE_SYSTEM_PROCESSOR s390x)
