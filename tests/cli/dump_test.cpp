@@ -1,71 +1,27 @@
 // SPDX-License-Identifier: MIT
 // The dump of a fully populated board, single lines of others, and boards that stop answering half-way.
+#include <sstream>
+
 #include "tests/support/device_test.h"
 
 namespace {
 
 /// Every kind of value that the dump can show: open and invalid impedances, first, last and unknown states, all six
 /// kinds of pins, right and wrong check values, a sum without a count, high power, what is below zero.
-const Words kPopulated = {"marker=0x11",
-                          "status=5a0612000001020304050100000000000cffc83f",
-                          "ext_raw=192",
-                          "w1_rom_status=3",
-                          "teko1_voltage_raw=0x0800",
-                          "teko1_current_raw=0x0400",
-                          "teko1_imp=0x403f",
-                          "teko2_voltage_raw=0x0010",
-                          "teko2_current_raw=0x00a0",
-                          "teko2_imp=0xc83e",
-                          "pse_states=0x1e1d",
-                          "pd_states=0x1b1a",
-                          "powerrail_raw=0x06d6",
-                          "vcc_raw=0x0400",
-                          "temperature_raw=950",
-                          "temperature_cal=2560",
-                          "vspare1_raw=0x0100",
-                          "vspare2_raw=0x0fff",
-                          "teko_enable=0x122a",
-                          "input_mode=0x3401",
-                          "teko1_pages=a0000000a4" + std::string(374, '0'),
-                          "teko1_imp_valid_raw=0x0400",
-                          "teko1_imp_invalid_raw=190",
-                          "teko1_cable_sum=4096",
-                          "teko1_cable_count=4",
-                          "teko1_pd_com_fail=1",
-                          "teko1_pse_com_fail=2",
-                          "teko1_oc_shtd=3",
-                          "teko1_oc_alert=4",
-                          "teko1_uc_shtd=255",
-                          "teko1_imp_valid_count=99",
-                          "teko1_imp_low=7",
-                          "teko1_imp_high=250",
-                          "teko1_pse_state_max=0",
-                          "teko1_pd_state_max=0",
-                          "killpower_count=5",
-                          "teko1_sense_raw=0x0900",
-                          "teko1_hpwr=1",
-                          "teko1_ps_flags=0xcd",
-                          "teko2_imp_valid_raw=0x0fff",
-                          "teko2_imp_invalid_raw=0",
-                          "teko2_cable_sum=70000",
-                          "teko2_cable_count=0",
-                          "teko2_pse_state_max=27",
-                          "teko2_pd_state_max=5",
-                          "undervoltage_count=6",
-                          "teko2_sense_raw=0",
-                          "teko2_hpwr=0",
-                          "teko2_ps_flags=0xab",
-                          "nevents=12345671000000000000000000000000deadbeef",
-                          "ports=0f3cf0f0f0f00ff0ff0000ff0055aaaa5500",
-                          "w1_eeprom_status=6",
-                          "poe=0",
-                          "cap_status=0x0041",
-                          "cap_vin=0x2000",
-                          "cap_iin=0x0100",
-                          "cap_vcap=0x1000",
-                          "cap_ichg=0x0010",
-                          "temp_nic=45.02",
-                          "temp_disp=40.03"};
+const char kPopulated[] =
+    "marker=0x11 status=5a0612000001020304050100000000000cffc83f ext_raw=192 w1_rom_status=3 "
+    "teko1_voltage_raw=0x0800 teko1_current_raw=0x0400 teko1_imp=0x403f teko2_voltage_raw=0x0010 "
+    "teko2_current_raw=0x00a0 teko2_imp=0xc83e pse_states=0x1e1d pd_states=0x1b1a powerrail_raw=0x06d6 "
+    "vcc_raw=0x0400 temperature_raw=950 temperature_cal=2560 vspare1_raw=0x0100 vspare2_raw=0x0fff "
+    "teko_enable=0x122a input_mode=0x3401 teko1_imp_valid_raw=0x0400 teko1_imp_invalid_raw=190 "
+    "teko1_cable_sum=4096 teko1_cable_count=4 teko1_pd_com_fail=1 teko1_pse_com_fail=2 teko1_oc_shtd=3 "
+    "teko1_oc_alert=4 teko1_uc_shtd=255 teko1_imp_valid_count=99 teko1_imp_low=7 teko1_imp_high=250 "
+    "teko1_pse_state_max=0 teko1_pd_state_max=0 killpower_count=5 teko1_sense_raw=0x0900 teko1_hpwr=1 "
+    "teko1_ps_flags=0xcd teko2_imp_valid_raw=0x0fff teko2_imp_invalid_raw=0 teko2_cable_sum=70000 "
+    "teko2_cable_count=0 teko2_pse_state_max=27 teko2_pd_state_max=5 undervoltage_count=6 teko2_sense_raw=0 "
+    "teko2_hpwr=0 teko2_ps_flags=0xab nevents=12345671000000000000000000000000deadbeef "
+    "ports=0f3cf0f0f0f00ff0ff0000ff0055aaaa5500 w1_eeprom_status=6 poe=0 cap_status=0x0041 cap_vin=0x2000 "
+    "cap_iin=0x0100 cap_vcap=0x1000 cap_ichg=0x0010 temp_nic=45.02 temp_disp=40.03";
 
 const char kInputs[] =
     "status            = 5a 06 12\n"
@@ -152,8 +108,133 @@ const char kCharger[] =
     "CAP_VCAP          =    6.046 V (1000)\n"
     "CAP_ICHG          =    6.3  mA (0010)\n";
 
+// 1-Wire CRC-8, started at 0xFF: of 01 to 07 it is 09, of 08 to 1e ea.
+const char kEeprom[] = "w1_eeprom=010203040506070908090a0b0c0d0e0f101112131415161718191a1b1c1d1eea";
+const char kWrongAt7[] = "w1_eeprom=010203040506070808090a0b0c0d0e0f101112131415161718191a1b1c1d1eea";
+const char kWrongAt31[] = "w1_eeprom=010203040506070908090a0b0c0d0e0f101112131415161718191a1b1c1d1eeb";
+
+const std::pair<Words, const char*> kSingleLines[] = {
+    {{"teko_enable=0x0005"}, "TEKO_ENABLE       = 5 PD1=disabled PD2=disabled (05 00)\n"},
+    {{"teko_enable=0x00f0", "input_mode=0x00f2"},
+     "TEKO_ENABLE       = 0 (f0 f2)\nInput_mode        = ff2 ignore-wrong-1wire high-priority\n"},
+    {{"teko_enable=0x00d0", "input_mode=3"}, "Input_mode        = d03 unknown-priority\n"},
+    {{}, "Input_mode        = 0 normal-priority\n"},
+    {{"temperature_raw=1159"}, "Temperature       =  4.5 degC (0487 0a00)\n"},
+    {{"temperature_raw=54", "temperature_cal=2571"}, "Temperature       = -312.0 degC (0036 0a0b)\n"},
+    {{"teko1_voltage_raw=0x0266", "teko1_current_raw=0x0ac1"}, "TEKO1_POWER       =  16.8 W\n"},
+    {{"teko1_voltage_raw=0x154f"}, "TEKO1_VOLTAGE     = 85.94 V (154f)\n"},
+    {{"teko1_imp_valid_raw=0x2395"}, "9319"},
+    {{"powerrail_raw=0x0fff"}, "powerrail         = 63.74 V (0fff)\n"},
+    {{"powerrail_raw=192", "vcc_raw=192"}, "powerrail         =  0.03 V (00c0)\nVcc               =  0.01 V (00c0)\n"},
+    {{"vspare2_raw=192"}, "Vspare2_B3        =  0.03 V (00c0)\n"},
+    {{"ext_raw=0x0fff"}, "ext               = 63.74 V (0fff)\n"},
+    {{"teko1_imp=0x0907"}, "TEKO1_IMP_0_1     =  7 Ohm\nTEKO1_IMP_1_2     =  9 Ohm\n"},
+    {{"teko2_voltage_raw=192"}, "TEKO2_VOLTAGE     =  0.03 V (00c0)\n"},
+    {{"teko1_sense_raw=192", "teko1_hpwr=2"}, ", sense= 0.03 V (00c0), hpwr=2\n"},
+    // 1024.75 on average, taken for 1024
+    {{"teko1_hpwr=0", "teko1_cable_sum=4099", "teko1_cable_count=4"}, ", cable=10.55 01003  4, "},
+    {{"pse_states=0x0302", "pd_states=0x0504"}, "TEKO2_FSM         = PSE= 3 (check_precondition), PSEmax="},
+    {{"pse_states=0x0302", "pd_states=0x0504"}, ", PD= 4 (set_rdet), PDmax="},
+    {{"teko2_pd_com_fail=1", "teko2_pse_com_fail=2", "teko2_oc_shtd=3", "teko2_oc_alert=4"},
+     "TEKO2_PD_COM_FAIL = 1 times\nTEKO2_PSE_COM_FAIL= 2 times\nTEKO2_OC_SHTD     = 3 times\n"
+     "TEKO2_OC_ALERT    = 4 times\n"},
+    {{kEeprom},
+     "01 02 03 04  05 06 07 09  08 09 0a 0b  0c 0d 0e 0f  10 11 12 13  14 15 16 17  18 19 1a 1b  1c 1d 1e ea - ok "
+     "(00)\n"},
+    {{kWrongAt7}, " 1c 1d 1e ea - DATA_CRC (80)\n"},
+    {{kWrongAt31}, " 1c 1d 1e eb - DATA_CRC (80)\n"},
+    // What came before the third chunk stays, and no checksum is looked at.
+    {{kWrongAt7, "w1_eeprom_status=6", "w1_eeprom_fails_at=16"},
+     "05 06 07 08  08 09 0a 0b  0c 0d 0e 0f  11 11 11 11  11 11 11 11  11 11 11 11  11 11 11 11 - NOT_PRESENT"},
+    {{"nack@2", "charger=0"}, "CAP ERROR: I2C write error, start 0f, size 01, value 11\n"},
+    {{"fail@read-rom"}, "W1_ROM            = 81 81 9f 40  44 f0 0f 0f - ok (00)\n"}};
+
+const std::string kPoeAndCharger = std::string(kSeparator) + kPoe + kSeparator + kCharger;
+const std::string kDiagnosticsError = "SVMCU ERROR: while getting diagnostics: ";
+const struct {
+    Words situation;
+    std::string out;
+    std::string err;
+    size_t transfers;  // of --dump
+    size_t more;       // of --dumps: presences, probe, identity and charger
+    const char* line;  // what --dumps shows of it in its last line
+} kHalfWay[] = {
+    {{},
+     std::string(kInputs) + kDiagnostics + kPoeAndCharger,
+     "",
+     90,
+     17,
+     " PWR=25.5V IN=Ln1/2 OUT=1+2 CAP=notF/06.0V/0.2W USB=off TEMP=45.1degC,40.1degC,-55.4degC\n"},
+    {{"nack@102"}, std::string(kInputs) + kDiagnostics + kPoeAndCharger, "", 90, 13, " CAP=----/----V/---W USB=off"},
+    {{"mcu=0"},
+     kPoeAndCharger,
+     "SVMCU ERROR: I2C read error, start 00, size 14\n",
+     6,
+     8,
+     " SVMCU=off RST=--- SW=----/-/---- PWR=----V IN=PoE   OUT=--- CAP=notF/06.0V/0.2W"},
+    {{"nack@1"},
+     kPoeAndCharger,
+     "SVMCU ERROR: I2C read error, start 00, size 14\n",
+     6,
+     17,
+     " SVMCU=on  RST=--- SW=0100/0/a962 PWR=----V IN=----- OUT=--- CAP=notF/06.0V/0.2W"},
+    {{"fail@read-pse-states"},
+     kInputs + kPoeAndCharger,
+     kDiagnosticsError + "read cmd error, cmd 8e, start 0e, result 80\n",
+     1 + 26 + 2 + 5,
+     17,
+     " RST=no  SW=0100/0/a962 PWR=----V IN=Ln1/2 OUT=1+2 CAP=notF/06.0V/0.2W USB=off TEMP=45.1degC,40.1degC\n"},
+    {{"fail@read-ports"},
+     kInputs + kPoeAndCharger,
+     kDiagnosticsError + "read cmd error, cmd 89, start 0e, result 80\n",
+     1 + 72 + 2 + 5,
+     17,
+     " PWR=----V "},
+    {{"nack@53"},
+     kInputs + kPoeAndCharger,
+     kDiagnosticsError + "I2C write error, start 0c, size 02\n",
+     53 + 2 + 5,
+     17,
+     " PWR=----V IN=Ln1/2 OUT=1+2 "},
+    {{"nack@56"}, kInputs + kPoeAndCharger, kDiagnosticsError + "\n", 56 + 2 + 5, 17, " PWR=----V "},  // a page
+    {{"nack@77"},
+     kInputs + kPoeAndCharger,  // the ROM's bytes, and the failed ROM command's text
+     kDiagnosticsError + "read cmd error, cmd 0b, start 0e, result 80\n",
+     77 + 2 + 5,
+     17,
+     " PWR=----V "},
+    {{"nack@83"},
+     kInputs + kPoeAndCharger,  // the EEPROM's status, and the failed ROM command's text
+     kDiagnosticsError + "read cmd error, cmd 0a, start 0e, result 80\n",
+     83 + 2 + 5,
+     17,
+     " PWR=----V "},
+    {{"fail=0x81@reset-diagnostics"},
+     std::string(kInputs) + kDiagnostics + kPoeAndCharger,
+     "SVMCU ERROR: failed to reset diagnostics: read cmd error, cmd 8d, start 0e, result 81\n",
+     90,
+     17,
+     " PWR=25.5V "},
+    {{"charger=0", "poe=none"},
+     std::string(kInputs) + kDiagnostics + kSeparator + kSeparator,
+     "POE ERROR: could not read PoE GPIO\nCAP ERROR: could not read PoE GPIO\n",
+     86,
+     13,
+     " POE=--- "},
+    {{"charger=0"},
+     std::string(kInputs) + kDiagnostics + kSeparator + kPoe + kSeparator,
+     "CAP ERROR: read cmd error, cmd 0a, start 0e, result 80\n",
+     86,
+     13,
+     " CAP=----/----V/---W USB=off"},
+};
+
 Words populated(const Words& more) {
-    Words all = kPopulated;
+    Words all = {"teko1_pages=a0000000a4" + std::string(374, '0')};
+    std::istringstream in(kPopulated);
+    for (std::string word; in >> word;) {
+        all.push_back(word);
+    }
     all.insert(all.end(), more.begin(), more.end());
     return all;
 }
@@ -162,7 +243,7 @@ Words populated(const Words& more) {
 
 TEST(Dump, FullyPopulatedBoard) {
     sim::Board board;
-    set_up(board, kPopulated);
+    set_up(board, populated({}));
     FakeKernel kernel(board);
     const ToolRun run = run_tool_words({"--dump"});
     EXPECT_EQ(run.status, 0);
@@ -200,125 +281,14 @@ TEST(Dump, EveryTransferInOrder) {
 }
 
 TEST(Dump, SingleLines) {
-    // 1-Wire CRC-8, started at 0xFF: of 01 to 07 it is 09, of 08 to 1e ea.
-    const std::string eeprom =
-        "w1_eeprom=0102030405060709"
-        "08090a0b0c0d0e0f101112131415161718191a1b1c1d1eea";
-    std::string wrong_at_7 = eeprom;
-    wrong_at_7[10 + 15] = '8';
-    std::string wrong_at_31 = eeprom;
-    wrong_at_31[10 + 63] = 'b';
-    const std::pair<Words, const char*> cases[] = {
-        {{"teko_enable=0x0005"}, "TEKO_ENABLE       = 5 PD1=disabled PD2=disabled (05 00)\n"},
-        {{"teko_enable=0x00f0", "input_mode=0x00f2"},
-         "TEKO_ENABLE       = 0 (f0 f2)\nInput_mode        = ff2 ignore-wrong-1wire high-priority\n"},
-        {{"teko_enable=0x00d0", "input_mode=3"}, "Input_mode        = d03 unknown-priority\n"},
-        {{}, "Input_mode        = 0 normal-priority\n"},
-        {{"temperature_raw=1159"}, "Temperature       =  4.5 degC (0487 0a00)\n"},
-        {{"temperature_raw=54", "temperature_cal=2571"}, "Temperature       = -312.0 degC (0036 0a0b)\n"},
-        {{"teko1_voltage_raw=0x0266", "teko1_current_raw=0x0ac1"}, "TEKO1_POWER       =  16.8 W\n"},
-        {{"teko1_voltage_raw=0x154f"}, "TEKO1_VOLTAGE     = 85.94 V (154f)\n"},
-        {{"teko1_imp_valid_raw=0x2395"}, "9319"},
-        {{"powerrail_raw=0x0fff"}, "powerrail         = 63.74 V (0fff)\n"},
-        {{"powerrail_raw=192", "vcc_raw=192"},
-         "powerrail         =  0.03 V (00c0)\nVcc               =  0.01 V (00c0)\n"},
-        {{"vspare2_raw=192"}, "Vspare2_B3        =  0.03 V (00c0)\n"},
-        {{"ext_raw=0x0fff"}, "ext               = 63.74 V (0fff)\n"},
-        {{"teko1_imp=0x0907"}, "TEKO1_IMP_0_1     =  7 Ohm\nTEKO1_IMP_1_2     =  9 Ohm\n"},
-        {{"teko2_voltage_raw=192"}, "TEKO2_VOLTAGE     =  0.03 V (00c0)\n"},
-        {{"teko1_sense_raw=192", "teko1_hpwr=2"}, ", sense= 0.03 V (00c0), hpwr=2\n"},
-        // 1024.75 on average, taken for 1024
-        {{"teko1_hpwr=0", "teko1_cable_sum=4099", "teko1_cable_count=4"}, ", cable=10.55 01003  4, "},
-        {{"pse_states=0x0302", "pd_states=0x0504"}, "TEKO2_FSM         = PSE= 3 (check_precondition), PSEmax="},
-        {{"pse_states=0x0302", "pd_states=0x0504"}, ", PD= 4 (set_rdet), PDmax="},
-        {{"teko2_pd_com_fail=1", "teko2_pse_com_fail=2", "teko2_oc_shtd=3", "teko2_oc_alert=4"},
-         "TEKO2_PD_COM_FAIL = 1 times\nTEKO2_PSE_COM_FAIL= 2 times\nTEKO2_OC_SHTD     = 3 times\n"
-         "TEKO2_OC_ALERT    = 4 times\n"},
-        {{eeprom},
-         "01 02 03 04  05 06 07 09  08 09 0a 0b  0c 0d 0e 0f  10 11 12 13  14 15 16 17  18 19 1a 1b  1c 1d 1e ea - ok "
-         "(00)\n"},
-        {{wrong_at_7}, " 1c 1d 1e ea - DATA_CRC (80)\n"},
-        {{wrong_at_31}, " 1c 1d 1e eb - DATA_CRC (80)\n"},
-        // What came before the third chunk stays, and no checksum is looked at.
-        {{wrong_at_7, "w1_eeprom_status=6", "w1_eeprom_fails_at=16"},
-         "05 06 07 08  08 09 0a 0b  0c 0d 0e 0f  11 11 11 11  11 11 11 11  11 11 11 11  11 11 11 11 - NOT_PRESENT"},
-        {{"nack@2", "charger=0"}, "CAP ERROR: I2C write error, start 0f, size 01, value 11\n"},
-        {{"fail@read-rom"}, "W1_ROM            = 81 81 9f 40  44 f0 0f 0f - ok (00)\n"}};
-    for (const auto& [situation, line] : cases) {
+    for (const auto& [situation, line] : kSingleLines) {
         const BoardRun run = run_on_board(situation, {"--dump"});
         EXPECT_NE((run.out + run.err).find(line), std::string::npos) << joined(situation) << line << run.out << run.err;
     }
 }
 
 TEST(Dump, GoesOnWithWhatCanBeRead) {
-    const std::string poe_and_charger = std::string(kSeparator) + kPoe + kSeparator + kCharger;
-    const std::string diagnostics_error = "SVMCU ERROR: while getting diagnostics: ";
-    const struct {
-        Words situation;
-        std::string out;
-        std::string err;
-        size_t transfers;  // of --dump
-        const char* line;  // what --dumps shows of it in its last line
-    } cases[] = {
-        {{},
-         std::string(kInputs) + kDiagnostics + poe_and_charger,
-         "",
-         90,
-         " PWR=25.5V IN=Ln1/2 OUT=1+2 CAP=notF/06.0V/0.2W USB=off TEMP=45.1degC,40.1degC,-55.4degC\n"},
-        {{"nack@102"}, std::string(kInputs) + kDiagnostics + poe_and_charger, "", 90, " CAP=----/----V/---W USB=off"},
-        {{"mcu=0"},
-         poe_and_charger,
-         "SVMCU ERROR: I2C read error, start 00, size 14\n",
-         6,
-         " SVMCU=off RST=--- SW=----/-/---- PWR=----V IN=PoE   OUT=--- CAP=notF/06.0V/0.2W"},
-        {{"nack@1"},
-         poe_and_charger,
-         "SVMCU ERROR: I2C read error, start 00, size 14\n",
-         6,
-         " SVMCU=on  RST=--- SW=0100/0/a962 PWR=----V IN=----- OUT=--- CAP=notF/06.0V/0.2W"},
-        {{"fail@read-pse-states"},
-         kInputs + poe_and_charger,
-         diagnostics_error + "read cmd error, cmd 8e, start 0e, result 80\n",
-         1 + 26 + 2 + 5,
-         " RST=no  SW=0100/0/a962 PWR=----V IN=Ln1/2 OUT=1+2 CAP=notF/06.0V/0.2W USB=off TEMP=45.1degC,40.1degC\n"},
-        {{"fail@read-ports"},
-         kInputs + poe_and_charger,
-         diagnostics_error + "read cmd error, cmd 89, start 0e, result 80\n",
-         1 + 72 + 2 + 5,
-         " PWR=----V "},
-        {{"nack@53"},
-         kInputs + poe_and_charger,
-         diagnostics_error + "I2C write error, start 0c, size 02\n",
-         53 + 2 + 5,
-         " PWR=----V IN=Ln1/2 OUT=1+2 "},
-        {{"nack@56"}, kInputs + poe_and_charger, diagnostics_error + "\n", 56 + 2 + 5, " PWR=----V "},  // a page
-        {{"nack@77"},
-         kInputs + poe_and_charger,  // the ROM's bytes, and the failed ROM command's text
-         diagnostics_error + "read cmd error, cmd 0b, start 0e, result 80\n",
-         77 + 2 + 5,
-         " PWR=----V "},
-        {{"nack@83"},
-         kInputs + poe_and_charger,  // the EEPROM's status, and the failed ROM command's text
-         diagnostics_error + "read cmd error, cmd 0a, start 0e, result 80\n",
-         83 + 2 + 5,
-         " PWR=----V "},
-        {{"fail=0x81@reset-diagnostics"},
-         std::string(kInputs) + kDiagnostics + poe_and_charger,
-         "SVMCU ERROR: failed to reset diagnostics: read cmd error, cmd 8d, start 0e, result 81\n",
-         90,
-         " PWR=25.5V "},
-        {{"charger=0", "poe=none"},
-         std::string(kInputs) + kDiagnostics + kSeparator + kSeparator,
-         "POE ERROR: could not read PoE GPIO\nCAP ERROR: could not read PoE GPIO\n",
-         86,
-         " POE=--- "},
-        {{"charger=0"},
-         std::string(kInputs) + kDiagnostics + kSeparator + kPoe + kSeparator,
-         "CAP ERROR: read cmd error, cmd 0a, start 0e, result 80\n",
-         86,
-         " CAP=----/----V/---W USB=off"},
-    };
-    for (const auto& c : cases) {
+    for (const auto& c : kHalfWay) {
         SCOPED_TRACE(joined(c.situation));
         const BoardRun dump = run_on_board(populated(c.situation), {"--dump"});
         EXPECT_EQ(dump.status, 0);
@@ -329,11 +299,7 @@ TEST(Dump, GoesOnWithWhatCanBeRead) {
         EXPECT_EQ(dumps.err, c.err);
         EXPECT_EQ(dumps.out.substr(0, c.out.size()), c.out);
         EXPECT_NE(dumps.out.find(c.line, c.out.size()), std::string::npos) << dumps.out.substr(c.out.size());
-        // Presences, the probe, the identity and the charger; the record and the status block come from the dump.
-        const size_t more = c.situation == Words{"mcu=0"} ? 8
-                            : c.situation == Words{}      ? 17
-                                                          : dumps.wire.size() - c.transfers;
-        EXPECT_EQ(dumps.wire.size(), c.transfers + more);
+        EXPECT_EQ(dumps.wire.size(), c.transfers + c.more);
     }
 }
 

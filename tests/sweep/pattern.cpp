@@ -33,6 +33,7 @@ Axis find_axis(const std::string& name, const Counts& counts, uint64_t left) {
     return axes.at(name);
 }
 
+// NOLINTNEXTLINE(misc-no-recursion): as deep as the pattern has braces
 void expand_from(const std::string& done, const std::string& pattern, const Counts& counts, uint64_t left,
                  std::vector<std::string>& texts) {
     const size_t open = pattern.find('{');
