@@ -41,6 +41,9 @@ class Measure:
         """Variables that load the bus into a program. Settings are those of preload.c, without their prefix."""
         return {"LD_PRELOAD": self.bus} | {f"SV_BENCH_{name.upper()}": str(value) for name, value in settings.items()}
 
+    def errors(self):
+        return self.load("err").decode(errors="replace")[-400:]
+
     def call(self, words, variables, out="out", **options):
         with open(self.path(out), "wb") as out, open(self.path("err"), "wb") as err:
             options |= {"env": {"PATH": "/usr/bin:/bin", "LC_ALL": "C"} | variables, "stdin": subprocess.DEVNULL}
@@ -49,7 +52,7 @@ class Measure:
     def checked(self, words, variables):
         status = self.call(words, variables).returncode
         if status != 0:
-            raise Failed(f"{' '.join(words)} exited with status {status}: {self.load('err').decode(errors='replace')[-400:]}")
+            raise Failed(f"{' '.join(words)}: exit status {status}\n{self.errors()}")
 
     def traced(self, program, words):
         """What a run leaves: transfers, system log, both outputs, board and file."""
@@ -69,7 +72,7 @@ class Measure:
     def launched(self, words, variables):
         """(wall time in microseconds, peak memory in KiB) of one run, with standard output on /dev/null."""
         reader, writer = os.pipe()
-        # Through env, so that the launcher itself stays without the bus.
+        # Through env, so that the shell runs without the bus; the launcher is static and loads nothing.
         assignments = [f"{name}={value}" for name, value in variables.items()]
         keep = f'exec 3>&{writer}; exec "$@"'
         command = ["/bin/sh", "-c", keep, "sh", "/usr/bin/env", *assignments, self.launcher, *words]
@@ -80,7 +83,7 @@ class Measure:
         finally:
             os.close(reader)
         if len(report) != 3 or int(report[0]) != 0:
-            raise Failed(f"{' '.join(words)}: {self.load('err').decode(errors='replace')[-400:]}")
+            raise Failed(f"{' '.join(words)}: {self.errors()}")
         return float(report[1]), int(report[2])
 
     def check_bus(self):
