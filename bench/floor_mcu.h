@@ -29,25 +29,24 @@ static void give_up(void) {
     exit(255);
 }
 
-static void transfer(struct i2c_msg* messages, uint32_t count) {
-    struct i2c_rdwr_ioctl_data request = {messages, count};
+static inline void read_mcu(uint8_t reg, uint8_t* data, uint16_t count) {
+    struct i2c_msg messages[] = {{kMcuAddress, 0, 1, &reg}, {kMcuAddress, I2C_M_RD, count, data}};
+    struct i2c_rdwr_ioctl_data request = {messages, 2};
     if (ioctl(bus, I2C_RDWR, &request) < 0) {
         give_up();
     }
 }
 
-static void read_mcu(uint8_t reg, uint8_t* data, uint16_t count) {
-    struct i2c_msg messages[] = {{kMcuAddress, 0, 1, &reg}, {kMcuAddress, I2C_M_RD, count, data}};
-    transfer(messages, 2);
-}
-
 /// `bytes` begins with the register.
-static void write_mcu(uint8_t* bytes, uint16_t count) {
+static inline void write_mcu(uint8_t* bytes, uint16_t count) {
     struct i2c_msg message = {kMcuAddress, 0, count, bytes};
-    transfer(&message, 1);
+    struct i2c_rdwr_ioctl_data request = {&message, 1};
+    if (ioctl(bus, I2C_RDWR, &request) < 0) {
+        give_up();
+    }
 }
 
-static void poll(uint8_t reg) {
+static inline void poll(uint8_t reg) {
     for (int i = 0; i < 5001; ++i) {
         uint8_t status = 0;
         read_mcu(reg, &status, 1);
@@ -62,16 +61,19 @@ static void poll(uint8_t reg) {
     give_up();
 }
 
-/// The byte of a register in a frame, whose first byte is its first register.
-static uint8_t* at(uint8_t* frame, uint8_t reg) {
-    return frame + 1 + reg - frame[0];
+/// A frame with room for a register byte before the first register.
+typedef uint8_t Frame[1 + kFrameSize];
+
+static inline uint8_t* at(uint8_t* frame, uint8_t reg) {
+    return frame + 1 + reg - kFrameRegister;
 }
 
-/// Sends a frame from its first register up to the command.
-static void run_frame(uint8_t* frame, uint8_t command) {
-    uint8_t* last = at(frame, kFrameCommandRegister);
-    *last = command;
-    write_mcu(frame, (uint16_t)(last + 1 - frame));
+/// Sends a frame from register `first` up to the command. Overwrites the byte before `first`.
+static inline void run_frame(uint8_t* frame, uint8_t first, uint8_t command) {
+    uint8_t* start = at(frame, first) - 1;
+    *start = first;
+    *at(frame, kFrameCommandRegister) = command;
+    write_mcu(start, (uint16_t)(kFrameCommandRegister - first + 2));
     poll(kFrameCommandRegister);
 }
 
@@ -89,8 +91,8 @@ static void run_command_with_parameter(uint8_t code, uint16_t parameter) {
 }
 
 static void read_block(uint8_t command, uint8_t* block, uint16_t count) {
-    uint8_t frame[2] = {kFrameCommandRegister};
-    run_frame(frame, command);
+    Frame frame;
+    run_frame(frame, kFrameCommandRegister, command);
     read_mcu(kFrameRegister, block, count);
 }
 
@@ -154,53 +156,53 @@ static struct Diagnostics read_diagnostics(void) {
 }
 
 static void write_page(uint16_t page, const uint8_t* data) {
-    uint8_t frame[1 + kFrameSize] = {kFrameRegister};
+    Frame frame = {0};
     put16(at(frame, kPageRegister), page);
     *at(frame, kKeyRegister) = kWriteKey;
     for (uint8_t segment = 0; segment < kSegments; ++segment) {
-        memcpy(frame + 1, data + segment * kSegmentSize, kSegmentSize);
+        memcpy(at(frame, kFrameRegister), data + segment * kSegmentSize, kSegmentSize);
         *at(frame, kSegmentRegister) = segment;
-        run_frame(frame, kWriteSegment);
+        run_frame(frame, kFrameRegister, kWriteSegment);
     }
-    uint8_t commit[8] = {kPageRegister};
-    put16(at(commit, kPageRegister), page);
-    put16(at(commit, kChecksumRegister), crc16(0xFFFF, data, kPageSize));
-    *at(commit, kKeyRegister) = kWriteKey;
-    run_frame(commit, kCommitPage);
+    *at(frame, kSegmentRegister) = 0;
+    put16(at(frame, kChecksumRegister), crc16(0xFFFF, data, kPageSize));
+    run_frame(frame, kPageRegister, kCommitPage);
 }
 
 static void read_page(uint16_t page, uint8_t* data) {
-    uint8_t frame[8] = {kPageRegister};
+    Frame frame = {0};
     put16(at(frame, kPageRegister), page);
     *at(frame, kKeyRegister) = kReadKey;
     for (uint8_t segment = 0; segment < kSegments; ++segment) {
         *at(frame, kSegmentRegister) = segment;
-        run_frame(frame, kReadSegment);
+        run_frame(frame, kPageRegister, kReadSegment);
         read_mcu(kFrameRegister, data + segment * kSegmentSize, kSegmentSize);
     }
 }
 
 static void run_key_frame(uint8_t command) {
-    uint8_t frame[3] = {kKeyRegister, kWriteKey};
-    run_frame(frame, command);
+    Frame frame;
+    *at(frame, kKeyRegister) = kWriteKey;
+    run_frame(frame, kKeyRegister, command);
 }
 
 static void enable_other(uint16_t swid, uint16_t checksum) {
-    uint8_t frame[1 + kFrameSize] = {kFrameRegister};
+    Frame frame = {0};
     put16(at(frame, kFrameRegister), swid);
     put16(at(frame, kChecksumRegister), checksum);
     *at(frame, kKeyRegister) = kWriteKey;
-    run_frame(frame, kEnableOther);
+    run_frame(frame, kFrameRegister, kEnableOther);
 }
 
 static void reset_delayed(uint8_t delay) {
-    uint8_t frame[1 + kFrameSize] = {kFrameRegister, delay};
+    Frame frame;
+    *at(frame, kFrameRegister) = delay;
     for (uint8_t i = 1; i <= 34; ++i) {
-        frame[1 + i] = i;
+        *at(frame, (uint8_t)(kFrameRegister + i)) = i;
     }
     put16(at(frame, kChecksumRegister), (uint16_t)(0xFF00 | (uint8_t)~delay));
     *at(frame, kKeyRegister) = kWriteKey;
-    run_frame(frame, kResetDelayed);
+    run_frame(frame, kFrameRegister, kResetDelayed);
 }
 
 #endif
