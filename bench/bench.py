@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""Measures sv_updater beside the floor and a Python script, and prints one table. scripts/bench calls it.
+"""Measures sv_updater, the floor and a Python script, and prints one table.
 
-bench.py BUILD_FOLDER SOURCE_FOLDER [--growth]
+bench.py BUILD_FOLDER SOURCE_FOLDER
 """
 
 import os
@@ -11,21 +11,23 @@ import subprocess
 import sys
 import tempfile
 
-import growth
 from measure import Failed, Measure
 
 UPDATE = ["--update", "new.svu"]
 READ_BACK = ["--read", "back"]
+START = ["--bom-version"]
 JOBS = {"update": UPDATE, "read-back": READ_BACK}
 WALL_ROUNDS = 31
 START_ROUNDS = 101
 PEAK_ROUNDS = 11
 BUS_ROUNDS = 3
 I2CTRANSFER = ["/usr/sbin/i2ctransfer", "-V"]
+# Of commands of the tool. The first status or dump after a reset of the MCU also writes its reset marker.
+TRANSFERS = {"--status": 116, "--status --status": 231, "--dump": 106, "--dump --dump": 211, "--version": 9, "--probe": 1}
 
 
 class Table:
-    """Bounds on counts decide about the exit status; times are only shown."""
+    """Collects rows. Only rows that are no times decide on the exit status."""
 
     def __init__(self):
         self.rows = [("what", "tool", "floor", "Python", "ratio", "limit", "held")]
@@ -48,6 +50,9 @@ class Table:
     def most(self, what, tool, limit, floor=""):
         self.row(what, tool, floor, "", "", f"{limit:,}", tool <= limit)
 
+    def exact(self, what, expected, *counts):
+        self.row(what, *counts, *[""] * (3 - len(counts)), "", f"{expected:,}", set(counts) == {expected})
+
     def print(self):
         widths = [max(len(row[column]) for row in self.rows) for column in range(len(self.rows[0]))]
         for row in self.rows:
@@ -66,44 +71,40 @@ def pack(build, source):
             return file.read()
 
 
-def check_same(job, others, names):
-    for name, other in others.items():
-        if name != "tool":
-            for part in names:
-                if other[part] != others["tool"][part]:
-                    raise Failed(f"{job}: {name} differs from the tool in its {part}")
-
-
 def check_all_alike(measure, update_file):
     """The programs are comparable only if they do the same."""
     measure.check_bus()
-    everything = ["transfers", "system log", "output", "log", "flash", "file"]
-    for job, words in {**JOBS, "status": ["--status"]}.items():
-        runs = {program: measure.traced(program, words) for program in ("tool", "floor")}
-        check_same(job, runs, everything)
-        if words[0] != "--status":
-            runs["Python"] = measure.traced("Python", words)
-            check_same(job, runs, ["transfers", "flash", "file"])
+    for job, words in JOBS.items():
+        runs = {program: measure.traced(program, words) for program in measure.programs}
+        tool = runs["tool"]
+        for program, run in runs.items():
+            for part in ["transfers", "flash", "file"] if program == "Python" else tool:
+                if run[part] != tool[part]:
+                    raise Failed(f"{job}: {program} differs from the tool in its {part}")
         if words == UPDATE:
             start = update_file.index(b"SVxMega\n") + 8 + 0x20000
-            if runs["tool"]["flash"][0x20000:0x3FE00] != update_file[start : start + 0x1FE00]:
+            if tool["flash"][0x20000:0x3FE00] != update_file[start : start + 0x1FE00]:
                 raise Failed("the update file is not in the flash")
-        elif words == READ_BACK and runs["tool"]["file"] != runs["tool"]["flash"][:0x42000]:
+        elif tool["file"] != tool["flash"][:0x42000]:
             raise Failed("the file of the read-back is not the flash")
 
 
+def add_transfers(table, measure):
+    for (job, words), expected in zip(JOBS.items(), (8785, 25350)):
+        table.exact(f"{job}: transfers", expected, *(measure.transfers(name, words) for name in measure.programs))
+    for words, expected in TRANSFERS.items():
+        table.exact(f"{words}: transfers", expected, measure.transfers("tool", words.split()))
+
+
 def add_work(table, measure):
-    """Instructions and system calls of the two long commands."""
+    """Instructions and system calls."""
     for job, words in JOBS.items():
         counts = [measure.bus_instructions(program, words) for program in measure.programs]
         table.ratio(f"{job}: instructions", *counts, 1.3)
         calls = [measure.system_calls(words_of, measure.bus_environment()) for words_of in commands(measure, words)]
         table.excess(f"{job}: system calls", *calls, 60)
-    pair = [measure.bus_instructions(program, ["--status"]) for program in ("tool", "floor")]
-    table.row("status: instructions", *pair, "", f"{pair[0] / pair[1]:.2f}")
-    for job, words in {"status": ["--status"], "start": ["--bom-version"]}.items():
-        calls = [measure.system_calls(command, measure.bus_environment()) for command in commands(measure, words)[:2]]
-        table.excess(f"{job}: system calls", *calls, "", 60)
+    calls = [measure.system_calls(command, measure.bus_environment()) for command in commands(measure, START)[:2]]
+    table.excess("start: system calls", *calls, "", 60)
 
 
 def commands(measure, words):
@@ -111,7 +112,7 @@ def commands(measure, words):
 
 
 def add_walls(table, measure):
-    """Smallest of many runs in rotation, pauses skipped."""
+    """Wall times without bus and pauses: the smallest of many runs in rotation."""
     times = {(job, program): [] for job in JOBS for program in measure.programs}
     for turn in range(WALL_ROUNDS):
         for job, program in times:
@@ -123,18 +124,18 @@ def add_walls(table, measure):
 
 
 def add_own_times(table, measure):
-    """What is left of the wall time when the bus's share is taken off, at 400 kHz."""
+    """Wall times less bus time, on a bus that takes its time."""
     own = {(job, program): [] for job in JOBS for program in measure.programs}
     bus_ms = {}
     for turn in range(BUS_ROUNDS):
         for job, program in own:
             if program != "Python" or turn == 0:
-                wall, bus_ms[job], _ = measure.own_ms(program, JOBS[job], khz=400)
-                own[job, program].append(wall - bus_ms[job])
+                own_ms, bus_ms[job] = measure.own_ms(program, JOBS[job])
+                own[job, program].append(own_ms)
     for job in JOBS:
         best = [min(own[job, program]) for program in measure.programs]
         share = 100 * best[0] / bus_ms[job]
-        what = f"{job}: own ms beside {bus_ms[job] / 1e3:.3f} s of bus"
+        what = f"{job}: own ms over {bus_ms[job] / 1e3:.3f} s of bus"
         table.row(what, *(f"{ms:.1f}" for ms in best), f"{share:.2f} %", "0.40 %", share <= 0.4, time=True)
 
 
@@ -149,21 +150,18 @@ def add_peaks(table, measure):
 
 
 def add_starts(table, measure):
-    """Without the bus: what the loader does for it would be counted."""
+    """Without the bus: callgrind would count the loader's work for it."""
     tool = measure.programs["tool"]
-    floor = measure.instructions(measure.programs["floor"] + ["--bom-version"], {})
-    table.most("start (--bom-version): instructions", measure.instructions(tool + ["--bom-version"], {}), 200000, floor)
-    table.most("start (-h): instructions", measure.instructions(tool + ["-h"], {}, expected=255), 200000)
-    starts = {"tool": (tool + ["--bom-version"], 0), "help": (tool + ["-h"], 255), "other": (I2CTRANSFER, 0)}
+    floor = measure.instructions(measure.programs["floor"] + START, {})
+    table.most("start: instructions", measure.instructions(tool + START, {}), 200000, floor)
+    starts = {"tool": tool + START, "other": I2CTRANSFER}
     times = {name: [] for name in starts}
     for _ in range(START_ROUNDS):
-        for name, (words, status) in starts.items():
-            times[name].append(measure.launched(words, {}, status)[0] / 1e3)
-    other = min(times["other"])
-    for name, words in {"tool": "--bom-version", "help": "-h"}.items():
-        mine = min(times[name])
-        what = f"start ({words}): ms; i2ctransfer -V takes {other:.3f}"
-        table.row(what, f"{mine:.3f}", "", "", f"{mine / other:.2f}", "1.10", mine / other <= 1.1, time=True)
+        for name, words in starts.items():
+            times[name].append(measure.launched(words, {})[0] / 1e3)
+    mine, other = min(times["tool"]), min(times["other"])
+    what = f"start: ms; i2ctransfer -V takes {other:.3f}"
+    table.row(what, f"{mine:.3f}", "", "", f"{mine / other:.2f}", "1.10", mine / other <= 1.1, time=True)
 
 
 def add_size(table, measure):
@@ -178,10 +176,8 @@ def main():
     measure = Measure(build, source, update_file)
     try:
         check_all_alike(measure, update_file)
-        if sys.argv[3:] == ["--growth"]:
-            growth.print_all(measure)
-            return 0
         table = Table()
+        add_transfers(table, measure)
         add_work(table, measure)
         add_walls(table, measure)
         add_own_times(table, measure)

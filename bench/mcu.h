@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: MIT
-// The MCU and its neighbours as the bus sees them: just enough of them to be updated, read back and asked for their
-// status. Its first firmware and its measurements are those of a new sv_board.
+// The board as the bus sees it: the MCU as far as an update and a read-back need it. Everything else that is read is 0,
+// so that a status or a dump makes all its transfers, too.
 #ifndef SV_BENCH_MCU_H
 #define SV_BENCH_MCU_H
 
-#include <linux/i2c.h>
-#include <stdint.h>
-
-enum { kMemorySize = 0x42000 };
+#include "bench/wire.h"
 
 struct Mcu {
     uint8_t flash[kMemorySize];
@@ -17,15 +14,15 @@ struct Mcu {
         uint16_t enabled;
     } region[2];
     uint16_t running;
-    uint16_t reset_delay;  ///< tenths of a second; 0xFFFF: no reset has been asked for
+    uint16_t reset_delay;  ///< in 0.1 s; 0xFFFF: no reset is pending
 };
 
 extern struct Mcu sv_mcu;
 
-/// A new board. `polls`: the status read at which a command is finished.
-void sv_mcu_init(int polls);
+/// Makes a new board. Its commands are finished at the first status read.
+void sv_mcu_init(void);
 
-/// One transfer. Returns 0, or -1 when a device did not acknowledge.
+/// Runs one transfer. Returns 0, or -1 when a device did not acknowledge.
 int sv_mcu_transfer(const struct i2c_msg* messages, uint32_t count);
 
 #endif

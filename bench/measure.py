@@ -1,8 +1,8 @@
 # SPDX-License-Identifier: MIT
-"""Runs one program on the bus inside its own process, and measures it from one side or another."""
+"""Runs one program with the bus inside its process, and measures it."""
 
-import contextlib
 import os
+import pathlib
 import re
 import subprocess
 import tempfile
@@ -13,7 +13,7 @@ class Failed(Exception):
 
 
 class Measure:
-    """A scratch folder with an update file and the host's files, and the programs that are measured in it."""
+    """The programs to measure, and a scratch folder with an update file to run them in."""
 
     def __init__(self, build, source, update_file):
         self.launcher = os.path.join(build, "bin", "sv_bench_run")
@@ -24,62 +24,55 @@ class Measure:
         }
         self.scratch = tempfile.TemporaryDirectory()
         self.folder = self.scratch.name
-        # Under a name without the blanks and colons at which the loader would split it.
+        # The loader splits LD_PRELOAD at blanks and colons, which the path of the build folder may contain.
         self.bus = "./sv_bench_bus.so"
         os.symlink(os.path.join(build, "lib", "sv_bench_bus.so"), self.path(self.bus))
-        self.save("new.svu", update_file)
-        self.save("host/dev/temp_nic", b"45.0\n")
-        self.save("host/dev/temp_disp", b"40.0\n")
-        self.save("host/sys/class/gpio/gpio414/value", b"1\n")
+        with open(self.path("new.svu"), "wb") as file:
+            file.write(update_file)
 
     def path(self, name):
         return os.path.join(self.folder, name)
-
-    def save(self, name, content):
-        os.makedirs(os.path.dirname(self.path(name)), exist_ok=True)
-        with open(self.path(name), "wb") as file:
-            file.write(content)
 
     def load(self, name):
         with open(self.path(name), "rb") as file:
             return file.read()
 
-    def bus_environment(self, **knobs):
-        """The variables that put the bus into a program; knobs are those of preload.c, without their prefix."""
-        variables = {"LD_PRELOAD": self.bus, "SV_BENCH_HOST": self.path("host")}
-        return variables | {f"SV_BENCH_{name.upper()}": str(value) for name, value in knobs.items()}
+    def bus_environment(self, **settings):
+        """Variables that load the bus into a program. Settings are those of preload.c, without their prefix."""
+        return {"LD_PRELOAD": self.bus} | {f"SV_BENCH_{name.upper()}": str(value) for name, value in settings.items()}
+
+    def errors(self):
+        return self.load("err").decode(errors="replace")[-400:]
 
     def call(self, words, variables, out="out", **options):
         with open(self.path(out), "wb") as out, open(self.path("err"), "wb") as err:
             options |= {"env": {"PATH": "/usr/bin:/bin", "LC_ALL": "C"} | variables, "stdin": subprocess.DEVNULL}
             return subprocess.run(words, cwd=self.folder, stdout=out, stderr=err, **options)
 
-    def checked(self, words, variables, expected=0):
+    def checked(self, words, variables):
         status = self.call(words, variables).returncode
-        if status != expected:
-            raise Failed(f"{' '.join(words)} ended with {status}: {self.load('err').decode(errors='replace')[-400:]}")
+        if status != 0:
+            raise Failed(f"{' '.join(words)}: exit status {status}\n{self.errors()}")
 
     def traced(self, program, words):
-        """What a run leaves: transfers, lines to the system log, both outputs, board."""
-        for left_over in ("board", "back"):
-            with contextlib.suppress(FileNotFoundError):
-                os.remove(self.path(left_over))
+        """What a run leaves: transfers, system log, both outputs, board and file."""
+        pathlib.Path(self.path("back")).unlink(missing_ok=True)
         self.checked(self.programs[program] + words, self.bus_environment(state="board", trace="trace"))
         lines = self.load("trace").decode().splitlines()
         return {
             "transfers": [line for line in lines if not line.startswith("<")],
             "system log": [line for line in lines if line.startswith("<")],
-            # Without the time of day, and the host's uptime of the status line
-            "output": re.sub(rb"^\S+ \S+ up \S+ \S+", b"", self.load("out")),
+            "output": self.load("out"),
+            # Without the time of day
             "log": re.sub(rb"(?m)^\[[0-9:]*\] ", b"", self.load("err")),
             "flash": self.load("board"),
             "file": self.load("back") if "--read" in words else b"",
         }
 
-    def launched(self, words, variables, expected=0):
-        """(microseconds, KiB of peak memory) of one run. The output goes nowhere: no file system is measured."""
+    def launched(self, words, variables):
+        """(wall time in microseconds, peak memory in KiB) of one run, with standard output on /dev/null."""
         reader, writer = os.pipe()
-        # Through env, so that the launcher itself stays without the bus.
+        # Through env, so that the shell runs without the bus; the launcher is static and loads nothing.
         assignments = [f"{name}={value}" for name, value in variables.items()]
         keep = f'exec 3>&{writer}; exec "$@"'
         command = ["/bin/sh", "-c", keep, "sh", "/usr/bin/env", *assignments, self.launcher, *words]
@@ -89,40 +82,40 @@ class Measure:
             report = os.read(reader, 100).split()
         finally:
             os.close(reader)
-        if len(report) != 3 or int(report[0]) != expected:
-            raise Failed(f"{' '.join(words)}: {self.load('err').decode(errors='replace')[-400:]}")
+        if len(report) != 3 or int(report[0]) != 0:
+            raise Failed(f"{' '.join(words)}: {self.errors()}")
         return float(report[1]), int(report[2])
 
     def check_bus(self):
-        """Without the library a program would find the machine's own bus 0, and whatever is on it."""
+        """Without the library a program would reach the machine's own bus 0, and whatever is on it."""
         self.checked(self.programs["tool"] + ["--bom-version"], self.bus_environment(summary="summary"))
         if not os.path.exists(self.path("summary")):
             raise Failed("the bus was not loaded into the program")
 
-    def wall_us(self, program, words, **knobs):
-        return self.launched(self.programs[program] + words, self.bus_environment(**knobs))[0]
+    def wall_us(self, program, words, **settings):
+        return self.launched(self.programs[program] + words, self.bus_environment(**settings))[0]
 
     def peak_kib(self, program, words):
         return self.launched(self.programs[program] + words, self.bus_environment())[1]
 
-    def own_ms(self, program, words, khz, polls=1):
-        """(wall time, time of the bus, pauses that were asked for) in ms, on a bus that takes its time."""
-        wall = self.wall_us(program, words, khz=khz, polls=polls, summary="summary")
-        _, bus_ns, pauses_ns = map(int, self.load("summary").split())
-        return wall / 1e3, bus_ns / 1e6, pauses_ns / 1e6
+    def own_ms(self, program, words):
+        """(wall time less bus time, bus time), both in ms, on a bus that takes its time."""
+        wall_us = self.wall_us(program, words, real_time=1, summary="summary")
+        bus_ms = int(self.load("summary").split()[1]) / 1e6
+        return wall_us / 1e3 - bus_ms, bus_ms
 
-    def transfers(self, program, words, **knobs):
-        self.checked(self.programs[program] + words, self.bus_environment(summary="summary", **knobs))
+    def transfers(self, program, words):
+        self.checked(self.programs[program] + words, self.bus_environment(summary="summary"))
         return int(self.load("summary").split()[0])
 
-    def instructions(self, words, variables, expected=0):
-        """In user space, the bus left out."""
+    def instructions(self, words, variables):
+        """Instructions in user space, without those of the bus."""
         tool = ["/usr/bin/valgrind", "--tool=callgrind", "--callgrind-out-file=" + self.path("counts")]
-        self.checked(tool + words, variables, expected)
+        self.checked(tool + words, variables)
         return count_instructions(self.load("counts").decode(), "sv_bench_bus.so")
 
-    def bus_instructions(self, program, words, **knobs):
-        return self.instructions(self.programs[program] + words, self.bus_environment(**knobs))
+    def bus_instructions(self, program, words):
+        return self.instructions(self.programs[program] + words, self.bus_environment())
 
     def system_calls(self, words, variables):
         settings = [f"--env={name}={value}" for name, value in variables.items()]
@@ -132,7 +125,7 @@ class Measure:
 
 
 def count_instructions(profile, left_out):
-    """Sum over a callgrind profile, but for the objects whose path ends with `left_out`."""
+    """Sum over a callgrind profile without the objects whose path ends with `left_out`."""
     names = {}
     total = 0
     counted = True
@@ -148,7 +141,7 @@ def count_instructions(profile, left_out):
         elif line.startswith("calls="):
             called = True
         elif line[:1] in "0123456789+-*" and line:
-            # The line behind "calls=" is the cost of the callee, which stands elsewhere once more.
+            # The line after "calls=" is the cost of the callee, which has lines of its own.
             if counted and not called:
                 total += int(line.split()[1])
             called = False

@@ -1,20 +1,15 @@
 // SPDX-License-Identifier: MIT
-// Preloaded into a program that is measured: answers I2C_RDWR on /dev/i2c-0 inside the process. Pauses take no time
-// unless the bus takes its real time. Nothing that happens here is in callgrind's counts: measure.py leaves this
-// object out, and around the calls from here into the C library the counting is off.
+// Preloaded into a measured program: answers I2C_RDWR on /dev/i2c-0 inside the process. Bus and pauses take no time
+// unless SV_BENCH_REAL_TIME is set. Callgrind's counts leave this library out: measure.py skips this object, and
+// collection is off during its calls into the C library.
 //
-//   SV_BENCH_POLLS=N       a command is finished at its Nth status read (1)
-//   SV_BENCH_KHZ=N         the bus runs at 100, 400 or 1000 kHz and takes its time, and so do pauses
-//   SV_BENCH_STATE=FILE    the board lives on in this file
-//   SV_BENCH_TRACE=FILE    receives every transfer and every line to the system log
-//   SV_BENCH_SUMMARY=FILE  receives "transfers bus_ns pauses_ns"; without SV_BENCH_KHZ the bus is one of 400 kHz
-//   SV_BENCH_HOST=FOLDER   stands before the paths of the host's temperatures and GPIO
+//   SV_BENCH_REAL_TIME=1   transfers take their time on a bus of 400 kHz, pauses take theirs
+//   SV_BENCH_STATE=FILE    receives the board at the end
+//   SV_BENCH_TRACE=FILE    receives every transfer and every line of the system log
+//   SV_BENCH_SUMMARY=FILE  receives "transfers bus_ns", at 400 kHz
 #define _GNU_SOURCE
-#include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
-#include <linux/i2c-dev.h>
-#include <linux/i2c.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -27,28 +22,21 @@
 
 #include "bench/mcu.h"
 
-enum { kNoBus = -1, kPathSize = 512 };
-
-/// The least times, in ns, that the bus's mode allows around the bits of a transfer.
-struct Speed {
-    uint32_t khz;
-    uint64_t frame_ns;    // start hold, stop set-up, and the idle time behind the stop
-    uint64_t restart_ns;  // set-up and hold of a repeated start
+// Of fast mode: 400 kHz, and the minimum times around the bits of a transfer.
+enum {
+    kByteNs = 9 * 2500,  // eight bits and the acknowledge
+    kFrameNs = 2500,     // start hold, stop set-up, and the idle time after the stop
+    kRestartNs = 1200,   // set-up and hold of a repeated start
 };
 
-static const struct Speed kSpeeds[] = {{400, 2500, 1200}, {100, 12700, 8700}, {1000, 1020, 520}};
+enum { kNoBus = -1 };
 
-static const struct Speed* speed = kSpeeds;
 static int real_time;
 static int bus = kNoBus;
 static uint64_t transfers;
 static uint64_t bus_ns;
-static uint64_t pauses_ns;
-static uint64_t late_ns;  // how much too late the last transfer ended
+static uint64_t late_ns;  // by which earlier transfers ended too late
 static FILE* trace;
-static const char* host;
-static FILE* (*next_fopen)(const char*, const char*);
-static int (*next_access)(const char*, int);
 
 static uint64_t now_ns(void) {
     struct timespec now;
@@ -56,49 +44,17 @@ static uint64_t now_ns(void) {
     return (uint64_t)now.tv_sec * 1000000000U + (uint64_t)now.tv_nsec;
 }
 
-static void give_up(const char* reason) {
-    fprintf(stderr, "bench: %s\n", reason);
-    _exit(99);
-}
-
-static void select_speed(uint32_t khz) {
-    for (size_t i = 0; i < sizeof kSpeeds / sizeof *kSpeeds; ++i) {
-        if (kSpeeds[i].khz == khz) {
-            speed = kSpeeds + i;
-            return;
-        }
-    }
-    give_up("the bus runs at 100, 400 or 1000 kHz");
+static FILE* create(const char* variable) {
+    const char* path = getenv(variable);
+    return path == NULL ? NULL : fopen(path, "wb");
 }
 
 __attribute__((constructor)) static void begin(void) {
     CALLGRIND_TOGGLE_COLLECT;
-    *(void**)&next_fopen = dlsym(RTLD_NEXT, "fopen");
-    *(void**)&next_access = dlsym(RTLD_NEXT, "access");
-    const char* polls = getenv("SV_BENCH_POLLS");
-    sv_mcu_init(polls == NULL ? 1 : atoi(polls));
-    const char* khz = getenv("SV_BENCH_KHZ");
-    real_time = khz != NULL;
-    if (real_time) {
-        select_speed((uint32_t)atoi(khz));
-    }
-    const char* path = getenv("SV_BENCH_TRACE");
-    trace = path == NULL ? NULL : next_fopen(path, "w");
-    host = getenv("SV_BENCH_HOST");
-    path = getenv("SV_BENCH_STATE");
-    FILE* state = path == NULL ? NULL : next_fopen(path, "rb");
-    if (state != NULL) {
-        if (fread(&sv_mcu, sizeof sv_mcu, 1, state) != 1) {
-            give_up("the state file is too short");
-        }
-        fclose(state);
-    }
+    sv_mcu_init();
+    real_time = getenv("SV_BENCH_REAL_TIME") != NULL;
+    trace = create("SV_BENCH_TRACE");
     CALLGRIND_TOGGLE_COLLECT;
-}
-
-static FILE* create(const char* variable) {
-    const char* path = getenv(variable);
-    return path == NULL ? NULL : next_fopen(path, "wb");
 }
 
 __attribute__((destructor)) static void end(void) {
@@ -110,7 +66,7 @@ __attribute__((destructor)) static void end(void) {
     }
     FILE* summary = create("SV_BENCH_SUMMARY");
     if (summary != NULL) {
-        fprintf(summary, "%lu %lu %lu\n", transfers, bus_ns, pauses_ns);
+        fprintf(summary, "%lu %lu\n", transfers, bus_ns);
         fclose(summary);
     }
     if (trace != NULL) {
@@ -135,7 +91,7 @@ static uint64_t wire_ns(const struct i2c_rdwr_ioctl_data* request) {
     for (uint32_t i = 0; i < request->nmsgs; ++i) {
         bytes += request->msgs[i].len;
     }
-    return bytes * 9 * 1000000 / speed->khz + speed->frame_ns + (request->nmsgs - 1) * speed->restart_ns;
+    return bytes * kByteNs + kFrameNs + (request->nmsgs - 1) * kRestartNs;
 }
 
 static int transfer(const struct i2c_rdwr_ioctl_data* request) {
@@ -148,7 +104,7 @@ static int transfer(const struct i2c_rdwr_ioctl_data* request) {
         trace_transfer(request, result);
     }
     if (real_time) {
-        // A transfer that ended too late is no fault of the program: the next one is shorter by so much.
+        // The clock may overshoot, which is not the program's time: the next transfer makes up for it.
         const uint64_t lead = late_ns < wire ? late_ns : wire;
         const uint64_t due = start + wire - lead;
         late_ns -= lead;
@@ -183,43 +139,21 @@ int ioctl(int fd, unsigned long request, ...) {
     return result == 0 ? (int)((struct i2c_rdwr_ioctl_data*)argument)->nmsgs : -1;
 }
 
-static const char* redirect(const char* path, char* buffer) {
-    if (host == NULL || (strncmp(path, "/dev/temp_", 10) != 0 && strncmp(path, "/sys/class/gpio", 15) != 0)) {
-        return path;
-    }
-    CALLGRIND_TOGGLE_COLLECT;
-    snprintf(buffer, kPathSize, "%s%s", host, path);
-    CALLGRIND_TOGGLE_COLLECT;
-    return buffer;
-}
-
 int open(const char* path, int flags, ...) {
     va_list values;
     va_start(values, flags);
     const unsigned mode = (flags & (O_CREAT | O_TMPFILE)) != 0 ? va_arg(values, unsigned) : 0;
     va_end(values);
-    char buffer[kPathSize];
     if (strcmp(path, "/dev/i2c-0") == 0) {
         bus = (int)syscall(SYS_openat, AT_FDCWD, "/dev/null", flags, 0);
         return bus;
     }
-    return (int)syscall(SYS_openat, AT_FDCWD, redirect(path, buffer), flags, mode);
+    return (int)syscall(SYS_openat, AT_FDCWD, path, flags, mode);
 }
 
 int open64(const char* path, int flags, ...) __attribute__((alias("open")));
 
-FILE* fopen(const char* path, const char* mode) {
-    char buffer[kPathSize];
-    return next_fopen(redirect(path, buffer), mode);
-}
-
-int access(const char* path, int kind) {
-    char buffer[kPathSize];
-    return next_access(redirect(path, buffer), kind);
-}
-
 static int pause_ns(uint64_t ns) {
-    pauses_ns += ns;
     const struct timespec time = {(time_t)(ns / 1000000000U), (long)(ns % 1000000000U)};
     return real_time ? (int)syscall(SYS_nanosleep, &time, NULL) : 0;
 }
@@ -251,7 +185,7 @@ void syslog(int priority, const char* format, ...) {
     va_end(values);
 }
 
-// The C library's name for it in programs built with _FORTIFY_SOURCE.
+// The name of syslog in programs built with _FORTIFY_SOURCE.
 void __syslog_chk(int priority, int flag, const char* format, ...) {
     (void)flag;
     va_list values;

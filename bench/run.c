@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Runs a program once and prints, on descriptor 3, its exit status, the microseconds from its start to its end, and its
-// peak memory in KiB. A process inherits the peak of the one that starts it, so this one is small.
+// Runs a program once and prints its exit status, wall time in microseconds and peak memory in KiB on descriptor 3.
+// A process inherits the peak memory of its parent, so this program is small.
 #include <stdio.h>
 #include <sys/resource.h>
 #include <sys/wait.h>

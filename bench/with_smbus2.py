@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 # SPDX-License-Identifier: MIT
-"""What an engineer would write on an evening: the update and the read-back, with the frames of the tool.
+"""The update and the read-back as a short script writes them, with the frames of the tool.
 
 with_smbus2.py --update FILE | --read FILE
 """
@@ -56,7 +56,7 @@ class Mcu:
                 break
             time.sleep(0.001)
         if status != 0xC0:
-            raise RuntimeError(f"command {data[-1]:02x} ended with {status:02x}")
+            raise RuntimeError(f"command {data[-1]:02x} failed with status {status:02x}")
 
     def frame(self, start, data):
         self.run(start, data, 0xA6)
