@@ -251,4 +251,20 @@ std::optional<Fault> parse_fault(const std::string& text, std::string& problem) 
     return fault;
 }
 
+std::vector<std::string_view> fault_kinds() {
+    std::vector<std::string_view> names;
+    for (const KindForm& form : kKinds) {
+        names.emplace_back(form.name);
+    }
+    return names;
+}
+
+std::vector<std::string_view> fault_groups() {
+    std::vector<std::string_view> names;
+    for (const auto& group : kGroups) {
+        names.emplace_back(group.first);
+    }
+    return names;
+}
+
 }  // namespace sim

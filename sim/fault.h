@@ -28,7 +28,9 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
+#include <vector>
 
 #include "sim/command_names.h"
 
@@ -82,5 +84,9 @@ private:
 
 /// Parses the text above. On failure returns nothing, and `problem` says why.
 std::optional<Fault> parse_fault(const std::string& text, std::string& problem);
+
+/// Every KIND, and every group of commands that WHERE may name.
+std::vector<std::string_view> fault_kinds();
+std::vector<std::string_view> fault_groups();
 
 }  // namespace sim

@@ -10,24 +10,19 @@
 
 namespace {
 
-struct Choice {
-    std::string_view word;
-    uint16_t value;
-};
-
-constexpr Choice kPriorities[] = {{"normal", 0},       {"norm", 0}, {"default", 0}, {"def", 0},
-                                  {"battery-save", 1}, {"low", 1},  {"high", 2}};
-constexpr Choice kW1Validity[] = {{"normal", 0x00}, {"ignore", 0x20}};
-constexpr Choice kLedColours[] = {{"default", 0x00}, {"def", 0x00}, {"normal", 0x00}, {"norm", 0x00},
-                                  {"gn", 0x81},      {"rd", 0x82},  {"or", 0x83},     {"off", 0x80}};
+constexpr ModeChoice kPriorities[] = {{"normal", 0},       {"norm", 0}, {"default", 0}, {"def", 0},
+                                      {"battery-save", 1}, {"low", 1},  {"high", 2}};
+constexpr ModeChoice kW1Validity[] = {{"normal", 0x00}, {"ignore", 0x20}};
+constexpr ModeChoice kLedColours[] = {{"default", 0x00}, {"def", 0x00}, {"normal", 0x00}, {"norm", 0x00},
+                                      {"gn", 0x81},      {"rd", 0x82},  {"or", 0x83},     {"off", 0x80}};
 
 // A set bit disables. The parameter's mask selects the bit.
-constexpr Choice kEnableWords[] = {{"enabled", 0},     {"enable", 0},     {"on", 0},     {"1", 0},
-                                   {"disabled", 0xFF}, {"disable", 0xFF}, {"off", 0xFF}, {"0", 0xFF}};
+constexpr ModeChoice kEnableWords[] = {{"enabled", 0},     {"enable", 0},     {"on", 0},     {"1", 0},
+                                       {"disabled", 0xFF}, {"disable", 0xFF}, {"off", 0xFF}, {"0", 0xFF}};
 
 /// The value of a word, or -1.
-int find_choice(std::span<const Choice> choices, std::string_view word) {
-    for (const Choice& choice : choices) {
+int find_choice(std::span<const ModeChoice> choices, std::string_view word) {
+    for (const ModeChoice& choice : choices) {
         if (choice.word == word) {
             return choice.value;
         }
@@ -35,24 +30,14 @@ int find_choice(std::span<const Choice> choices, std::string_view word) {
     return -1;
 }
 
-/// A parameter that takes a value word.
-struct Parameter {
-    const char* names[3];  ///< messages use the first one
-    /// Sends the value. Logs the reason before it returns false.
-    bool (*set)(McuDevice& device, const Parameter& parameter, const char* value);
-    RegisterCommand command;  ///< sends the value to the MCU
-    uint16_t mask = 0;        ///< its bits of the settings word, or the bits of a number that are sent
-    std::span<const Choice> choices = {};
-};
-
 using enum RegisterCommand;
 
-bool log_invalid_value(const Parameter& parameter) {
+bool log_invalid_value(const ModeParameter& parameter) {
     log_message(kLogError, "invalid parameter to --set-mode %s", parameter.names[0]);
     return false;
 }
 
-bool set_settings_word(McuDevice& device, const Parameter& parameter, const char* value) {
+bool set_settings_word(McuDevice& device, const ModeParameter& parameter, const char* value) {
     const bool is_input_mode = parameter.command == kWriteInputMode;
     uint16_t word = 0;
     // Read before the value is checked: with both wrong, the operator hears about the MCU.
@@ -67,7 +52,7 @@ bool set_settings_word(McuDevice& device, const Parameter& parameter, const char
     return run_register_command_with_param(device, word, parameter.command, nullptr) || log_last_error(device);
 }
 
-bool set_led(McuDevice& device, const Parameter& parameter, const char* value) {
+bool set_led(McuDevice& device, const ModeParameter& parameter, const char* value) {
     const int code = find_choice(parameter.choices, value);
     if (code < 0) {
         return log_invalid_value(parameter);
@@ -92,7 +77,7 @@ void warn_about_message(uint32_t value) {
     }
 }
 
-bool set_number(McuDevice& device, const Parameter& parameter, const char* value) {
+bool set_number(McuDevice& device, const ModeParameter& parameter, const char* value) {
     int64_t number = 0;
     if (!parse_int(value, number)) {
         return log_invalid_value(parameter);
@@ -107,7 +92,7 @@ bool set_number(McuDevice& device, const Parameter& parameter, const char* value
     return ok || log_last_error(device);
 }
 
-constexpr Parameter kParameters[] = {
+constexpr ModeParameter kParameters[] = {
     {{"priority", "extpriority", "prio"}, set_settings_word, kWriteInputMode, 0x03, kPriorities},
     {{"w1validity"}, set_settings_word, kWriteEnableWord, 0x20, kW1Validity},
     {{"teko1-pd", "pd1"}, set_settings_word, kWriteEnableWord, 0x01, kEnableWords},
@@ -138,20 +123,14 @@ bool switch_xlr_off(McuDevice& device) {
     return true;
 }
 
-/// A parameter without a value word.
-struct Action {
-    std::string_view name;
-    bool (*run)(McuDevice& device);
-};
-
-constexpr Action kActions[] = {
+constexpr ModeAction kActions[] = {
     {"store", store_settings},        {"xlr-off", switch_xlr_off},
     {"off", switch_xlr_off},          {"test-msg-ack", acknowledge_message},
     {"test-i2c-bug1", test_i2c_bug1},
 };
 
-const Parameter* find_parameter(std::string_view word) {
-    for (const Parameter& parameter : kParameters) {
+const ModeParameter* find_parameter(std::string_view word) {
+    for (const ModeParameter& parameter : kParameters) {
         for (const char* name : parameter.names) {
             if (name != nullptr && name == word) {
                 return &parameter;
@@ -163,9 +142,17 @@ const Parameter* find_parameter(std::string_view word) {
 
 }  // namespace
 
+std::span<const ModeParameter> mode_parameters() {
+    return kParameters;
+}
+
+std::span<const ModeAction> mode_actions() {
+    return kActions;
+}
+
 bool run_set_mode(CommandContext& context) {
     CommandList& words = context.words;
-    for (const Action& action : kActions) {
+    for (const ModeAction& action : kActions) {
         if (action.name == words.front()) {
             words.take();
             return action.run(context.device) || log_last_error(context.device);
@@ -175,7 +162,7 @@ bool run_set_mode(CommandContext& context) {
     if (!require_args(words, 1)) {
         return false;
     }
-    const Parameter* parameter = find_parameter(words.take());
+    const ModeParameter* parameter = find_parameter(words.take());
     const char* value = words.take();
     if (parameter == nullptr) {
         log_message(kLogError, "unknown parameter to --set-mode");

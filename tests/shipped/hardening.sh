@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# What a release is armoured with, read off the built files. See lib.sh for the arguments.
+# The hardening of a release, read from the built files. See lib.sh for the arguments.
 set -eu
 # shellcheck source-path=SCRIPTDIR source=lib.sh
 . "$(dirname "$0")/lib.sh"
@@ -14,7 +14,7 @@ lacks() {
   ! grep -E -e "$3" "$2" || fail "$program: $1"
 }
 
-for program in sv_updater sv_image sv_board; do
+for program in sv_image sv_board sv_updater; do
   file=$(command -v "$program")
   readelf -hldW "$file" >elf
   nm -D "$file" >imports
@@ -29,19 +29,17 @@ for program in sv_updater sv_image sv_board; do
   has "stack protector" imports '__stack_chk_fail'
 done
 
-program=sv_updater
-file=$(command -v sv_updater)
-nm -D "$file" >imports
+# From here on: sv_updater alone
 for call in printf fprintf snprintf vsnprintf syslog; do
   has "checked $call" imports " U __${call}_chk"
   lacks "unchecked $call" imports " U ${call}(@|$)"
 done
+expect_same "libraries" "$(sed -n 's/.*NEEDED.*\[\(.*\)\]/\1/p' elf | grep -v '^ld-linux' | xargs)" libc.so.6
 
-# Every place that a pointer may lead to, the handlers of all commands among them, begins with a landing mark.
-objdump --disassemble --no-show-raw-insn "$file" >code
+# Every target of an indirect jump, the handlers of all commands included, begins with a landing mark.
 case $(uname -m) in
   x86_64) mark=endbr64 ;;
   aarch64) mark='bti|paciasp' ;;
   *) exit 0 ;;
 esac
-[ "$(grep -cE "$mark" code)" -gt 40 ] || fail "no control-flow protection"
+[ "$(objdump --disassemble --no-show-raw-insn "$file" | grep -cE "$mark")" -gt 40 ] || fail "no control-flow protection"

@@ -1,78 +1,110 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# The tool on hosts that lack something: the bus, words of the command line, space on the disk. See lib.sh for the arguments.
+# Outputs, disks and terminals that are missing, full or go away. Every update ends as if undisturbed, with the same
+# transfers. See lib.sh for the arguments.
 set -eu
-[ ! -e /dev/i2c-0 ] || { echo "skipped: this machine has a bus 0"; exit 77; }
 # shellcheck source-path=SCRIPTDIR source=lib.sh
 . "$(dirname "$0")/lib.sh"
 pack
+pack_few
+run_board --state fresh -- true
 
-# No bus. Where the tool waits, it runs beside a board on another one, so that the waiting takes no time.
-bus7() { run_board --bus 7 -- sv_updater "$@"; }
-unread="could not read version (I2C write error, start a6, size 01)"
-for word in --version --hw-version --sw-version --serial --date; do
-  expect 255 "" "error : *$unread*" sv_updater "$word"
-done
-for word in --update --upd; do
-  expect 255 "" "*okay (new.svu)*error : $unread*error : $unread*error : $unread*error : overall SV MCU update = ERROR" \
-    bus7 "$word" new.svu
-done
-expect 255 "0" "" sv_updater --probe
-expect 255 "" "error : could not erase other region (1, I2C write error, start a5, size 02)" bus7 --erase
-expect 255 "reading memory" "error : could not read data (version info not available)" sv_updater --read memory
-off=" DISP=off POE=*SVMCU=off RST=--- SW=----/-/---- PWR=----V IN=* OUT=--- CAP=----/----V/---W USB=off TEMP=*degC"
-expect 0 "20*$off" "" sv_updater --status
-expect 0 "20*$off" "" sv_updater --status-poetest
-expect 0 "20*$off REBOOTED" "" sv_updater --status-poetest-rebooted
-expect 0 "" "info  : status SVMCU=off, OK=0, DATA=00 00 00" sv_updater --debug-update
-expect 0 "-todo-" "" sv_updater --bom-version
-expect 0 "reading file = okay (new.svu)?message = *" "info  : update file swid 0101 *" sv_updater --read-update new.svu
-expect 0 ".(1*).(3[0-9][0-9][0-9])?.(1*)" "info  : MCU could not be reached within 4.*s - but it may has been reset (00)" bus7 --reset
-expect 0 ".(1*).(3[0-9][0-9][0-9])?.(1*)" "info  : MCU could not be reached within 4.*s - but it may has been reset (00)" bus7 --reset-now
-expect 0 ".(1*).(1[0-9][0-9][0-9])" "info  : MCU could not be reached within 1.*s - but it may has been reset (ff)" bus7 --reset-now-sync
-expect 0 "" "" sv_updater --force-update --without-force-update --update-without-reset --update-with-reset \
-  --update-without-disable --reset-delay 1
+# update WORD...: the command updates a new board
+update() {
+  local status=0
+  cp fresh board
+  run_board --state board --syslog log -- "$@" >out 2>err || status=$?
+  sed 's/^ *[0-9]* *[0-9.]* //' trace >transfers
+  expect_same "status of $*" "$status" 0
+}
 
-# A reader of the output that has gone away ends the status line and the reports, and no other command.
+# undisturbed FILE TRANSFERS: keeps the results that disturbed updates with this file are compared with
+undisturbed() {
+  update sv_updater --update "$1"
+  expect_same "transfers" "$(wc -l <transfers)" "$2"
+  expect_same "verdict" "$(tail -n 1 log)" "<6> overall SV MCU update = okay"
+  same_bytes board $((0x20000)) "$1" $((8 + 0x20000)) $((255 * 0x200))
+  same_bytes board 0 fresh 0 $((0x20000))
+  wanted=$1.wanted
+  mkdir "$wanted"
+  mv log transfers board "$wanted"
+}
+
+disturbed() {
+  update "$@"
+  cmp log "$wanted/log" || fail "$*: the system log says: $(cat log)"
+  cmp transfers "$wanted/transfers" || fail "$*: other transfers"
+  cmp -n $((0x42000)) board "$wanted/board" || fail "$*: another flash"
+  expect_same "violations of $*" "$(count err violation)" 0
+}
+
+# Descriptors 0 to 2 closed in every combination: the bus must get none of these numbers, or the output would go to it.
+undisturbed few.svu $((8785 - 243 * 34))
+traced=""
+if ! is_instrumented && strace -o calls true; then
+  traced="strace -y -o calls -e trace=write"
+fi
+for closed in "" "<&-" ">&-" "2>&-" "<&- >&-" "<&- 2>&-" ">&- 2>&-" "<&- >&- 2>&-"; do
+  disturbed sh -c "exec $traced sv_updater --update few.svu $closed"
+  [ -n "$traced" ] || continue
+  # The node of the simulated bus is a terminal.
+  expect_same "writes to the bus with $closed" "$(count calls '^write([0-9]*</dev/\(i2c\|pts\)')" 0
+done
+if [ -n "$traced" ]; then
+  [ "$(count calls '^write(1</dev/null')" -gt 12 ] || fail "a closed output is not /dev/null"
+  strace -o calls -e trace=write sv_updater --help 2>err || true
+  expect_same "writes of the usage text" "$(count calls '^write(')" 1
+  # Together they are larger than the C library's own buffer.
+  run_board -- strace -o calls -e trace=write sv_updater --dump --dump >out 2>err
+  expect_same "writes of two dumps" "$(count calls '^write(1, ')" 1
+else
+  echo "strace does not work here, or the tool has instruments: writes are not counted"
+fi
+# No descriptor is left for /dev/null: no command runs. (A sanitizer would need a descriptor itself.)
+is_instrumented || expect 255 "" "" sh -c 'exec <&- >&-; ulimit -n 1; exec sv_updater --bom-version'
+
+# Full outputs and disks
+for full in ">/dev/full" "2>/dev/full" ">/dev/full 2>&1"; do
+  disturbed sh -c "exec sv_updater --update few.svu $full"
+done
+disturbed bash -c 'ulimit -f 1; exec sv_updater --update few.svu >some'
+expect_same "size of the output" "$(wc -c <some)" 1024
+expect 255 "*99.8%* done " "error : could not write memory (File too large)" \
+  run_board --fault dead@7 -- bash -c 'ulimit -f 64; exec sv_updater --read memory'
+expect_same "size of the read-back" "$(wc -c <memory)" $((0x10000))
+
+# The reader of the output goes away. That ends the status line and the reports, and no other command.
+undisturbed new.svu 8785
+# shellcheck disable=SC2016
+for piped in "2>/dev/null | head -c 500 >some" "2>&1 >/dev/null | head -c 50 >some"; do
+  disturbed bash -c "sv_updater --update new.svu $piped"'; exit "${PIPESTATUS[0]}"'
+done
 mkfifo pipe
+# shellcheck disable=SC2094 # opened for reading first, so that opening it for writing does not wait
 exec 3<>pipe 4>pipe 3>&-
 for row in "--status 141" "--status-poetest-rebooted 141" "--status-cable 141" "--dump 0" "--dumps 0" "--bom-version 0"; do
   status=0
-  sv_updater ${row% *} >&4 2>err || status=$?
-  expect_same "status of ${row% *} without a reader" $status ${row#* }
+  run_board -- sv_updater "${row% *}" >&4 2>err || status=$?
+  expect_same "status of ${row% *} without a reader" $status "${row#* }"
 done
 exec 4>&-
 
-# The command line.
-for word in --bus --addr --reset-delay --read --update --upd --read-update; do
-  expect 255 "ERROR: missing argument(s) to '$word'" "" sv_updater "$word"
-done
-expect 255 "" "error : unknown command --nope" sv_updater --nope --help-me
-usage=$'\n'"Sorvan updater usage:"$'\n'"sv_updater <commands>+"$'\n\n'"*"$'\n'" --addr <i2caddr>        set I2C address (default 0x08)"
-expect 255 "" "error : too few arguments"$'\n'"$usage" sv_updater
-for word in -h --help "-?"; do
-  expect 255 "" "$usage" sv_updater --probe "$word"
-done
-if is_instrumented; then
-  echo "built with instruments: neither writes nor libraries are counted"
-elif ! strace -o calls true; then
-  echo "strace does not work here: neither writes nor libraries are counted"
-else
-  strace -o calls -e trace=write sv_updater --help 2>err || true
-  expect_same "writes of the usage text" "$(count calls '^write(')" 1
-  strace -f -o calls -e trace=write sv_board run -- sv_updater --dump >dump 2>err
-  expect_same "writes of a dump" "$(count calls 'write(1, ')" 1
-  libraries=$(readelf -d "$(command -v sv_updater)" | sed -n 's/.*NEEDED.*\[\(.*\)\]/\1/p' | grep -v '^ld-linux' | xargs)
-  expect_same "libraries" "$libraries" libc.so.6
-fi
-
-# A full disk, under a board that falls silent once it is identified: the quickest way to the end of a read-back.
-read_to="sv_board run --fast --fault dead@7 -- sv_updater --read"
-mkdir disk
-if unshare -m mount -t tmpfs -o size=64k none disk 2>/dev/null; then
-  expect 255 "*99.8%* done " "error : could not write disk/memory (No space left on device)" \
-    unshare -m sh -c "mount -t tmpfs -o size=64k none disk && exec $read_to disk/memory"
-else
-  echo "no file system may be mounted here: /dev/full stands for the full disk"
-  expect 255 "*99.8%* done " "error : could not write /dev/full (No space left on device)" sh -c "$read_to /dev/full"
-fi
+# hang_up COMMAND: runs it on a terminal of its own, which goes away after 500 bytes, and waits until it has ended
+hang_up() {
+  rm -f screen alive
+  mkfifo screen alive
+  # The command holds the other end of "alive" until it ends.
+  script -qfc "exec 9>alive; exec env --default-signal=HUP $1" /dev/null </dev/null >screen &
+  exec 7<screen 8<alive
+  head -c 500 <&7 >some
+  kill -KILL $!
+  cat <&7 >rest
+  cat <&8
+}
+export -f hang_up
+disturbed bash -c 'hang_up "sv_updater --update new.svu"'
+expect_same "updates that had ended when the terminal went" "$(count rest "done")" 0
+# A read-back may be interrupted: the hang-up ends it.
+run_board -- bash -c 'hang_up "sv_updater --read memory"'
+expect_same "size of the interrupted read-back" "$(wc -c <memory)" 0
+[ "$(wc -l <trace)" -lt 25350 ] || fail "the hang-up did not reach the read-back"

@@ -1,6 +1,6 @@
 # shellcheck shell=bash
 # SPDX-License-Identifier: MIT
-# For the scripts beside it: SCRIPT FOLDER_OF_THE_PROGRAMS SOURCE_FOLDER. Sets up a scratch folder and works there.
+# Sourced by test scripts, which run as SCRIPT FOLDER_OF_THE_PROGRAMS SOURCE_FOLDER. Works in a temporary folder.
 export LC_ALL=C
 PATH=$(realpath "$1"):$PATH:/usr/sbin:/sbin
 firmware=$(realpath "$2")/examples/firmware
@@ -13,13 +13,13 @@ fail() {
   exit 1
 }
 
-# The program runs with the board on its bus; its transfers are in the file "trace", and waiting takes no time.
+# Runs a program with the board on its bus. The file "trace" gets the transfers; waiting takes no time.
 run_board() {
   sv_board run --fast --trace trace "$@"
 }
 
-# expect STATUS STDOUT STDERR COMMAND...: the outputs, without the time of log lines, are patterns of the shell. They
-# stay in the files "out" and "err". What the board saw against its rules is on standard error and always a failure.
+# expect STATUS STDOUT STDERR COMMAND...: the outputs, without the time of log lines, must match these shell patterns and
+# stay in the files "out" and "err". Violations of the board's rules, on standard error, are always a failure.
 expect() {
   local want_status=$1 want_out=$2 want_err=$3 status=0
   shift 3
@@ -43,11 +43,6 @@ count() {
   grep -c -e "$2" "$1" || true
 }
 
-# version_field NAME: of the last --version
-version_field() {
-  sed -n "s/^$1 *= //p" out
-}
-
 # same_bytes FILE1 OFFSET1 FILE2 OFFSET2 COUNT
 same_bytes() {
   cmp -n "$5" -i "$2:$4" "$1" "$3" || fail "$1 at $2 differs from $3 at $4"
@@ -58,18 +53,16 @@ poke() {
   printf %b "$3" | dd of="$1" bs=1 seek="$2" conv=notrunc status=none
 }
 
-# Without a prefix: the image starts at byte 8.
-pack() {
-  sv_image pack --region0 "$firmware/v2-region0.bin" --region1 "$firmware/v2-region1.bin" --swid 0x0101 --mark-all --no-sha256 \
-    -o new.svu >/dev/null
+# pack_into FILE OPTION...: an update file without a prefix, so that its image starts at byte 8
+pack_into() {
+  sv_image pack --region0 "$firmware/v2-region0.bin" --region1 "$firmware/v2-region1.bin" --swid 0x0101 --no-sha256 \
+    -o "$@" >/dev/null
 }
+pack() { pack_into new.svu --mark-all; }
+# Twelve pages in each region
+pack_few() { pack_into few.svu; }
 
-# An update file of twelve pages in each region
-pack_few() {
-  sv_image pack --region0 "$firmware/v2-region0.bin" --region1 "$firmware/v2-region1.bin" --swid 0x0101 --no-sha256 -o few.svu >/dev/null
-}
-
-# Built with a sanitizer or with gcov, whose own calls would be counted
+# Built with a sanitizer or gcov, whose own calls would be counted
 is_instrumented() {
   grep -q -e __asan_init -e __gcov_ "$(command -v sv_updater)"
 }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# The tool built twice, in folders with other names, at other times: the same bytes. See lib.sh for the arguments;
-# the third is the compiler.
+# The tool built twice, in folders with different names: the same bytes. See lib.sh for the first two arguments; the
+# third is the compiler.
 set -eu
 source=$(realpath "$2")
 compiler=$3

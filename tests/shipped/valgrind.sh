@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# The shipped tool under valgrind: no wrong access, no value that was never set, no leak. See lib.sh for the arguments.
+# The shipped tool under valgrind: no invalid access, no uninitialized value, no leak. See lib.sh for the arguments.
 set -eu
 # shellcheck source-path=SCRIPTDIR source=lib.sh
 . "$(dirname "$0")/lib.sh"
@@ -9,10 +9,10 @@ valgrind --version >out 2>&1 || { echo "skipped: valgrind is not installed"; exi
 pack_few
 { head -c 200000 few.svu; echo; } >half.svu
 
-# umockdev hands on whole structures, with the gaps between their fields.
-cat >gaps <<'EOS'
+# umockdev sends whole structures, padding included.
+cat >padding <<'EOS'
 {
-  gaps
+  padding
   Memcheck:Param
   socketcall.sendto(msg)
   fun:send
@@ -20,8 +20,8 @@ cat >gaps <<'EOS'
 }
 EOS
 
-# It also leaves memory alone that happens to hold what is to be written there, which for valgrind stays unset: no word
-# that is read may be 0, or the same as the one before it.
+# umockdev writes no byte that already has the right value, and valgrind then takes it for uninitialized. So no word that
+# is read may be 0 or equal to the word read before it.
 words="--set teko_enable=0x1220 --set input_mode=0x3401 --set vspare2_raw=0x00c0"
 
 # check STATUS WORD...
@@ -30,7 +30,7 @@ check() {
   shift
   # shellcheck disable=SC2086 # words on purpose
   expect "$want" "*" "*" run_board --state board $words -- valgrind --quiet --error-exitcode=99 --leak-check=full \
-    --suppressions=gaps sv_updater "$@"
+    --suppressions=padding sv_updater "$@"
 }
 check 0 --reset-delay 0 --update few.svu --version --upd few.svu --read-update half.svu --read-update few.svu
 check 0 --probe --serial --date --status --dumps --status-poe --status-cable --status-pse-adc --no-dump-reset --dump \

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Manual pages and completion have the words that the programs have, and no others; the pages are good mdoc; every link in
-# a Markdown file leads somewhere, and its lines are short. Usage: documents.sh FOLDER_OF_PROGRAMS SOURCE_FOLDER
+# Manual pages and completion have exactly the words of the programs; the pages are valid mdoc; the links of Markdown files
+# lead somewhere, and their lines are short. Usage: documents.sh FOLDER_OF_PROGRAMS SOURCE_FOLDER
 set -eu
 export LC_ALL=C.UTF-8
 programs=$(realpath "$1")
@@ -17,17 +17,17 @@ complain() { echo "FAILED: $*" >&2; bad=1; }
 
 # --- What there is
 
-# texts FILE TABLE: the texts of a table
-texts() { awk "/ $2\[\] = {/ { on = 1 } on; /};/ { on = 0 }" "$1" | grep -o '"[^"]*"' | tr -d '"'; }
+# words WHAT [FIELD]: these words, as tests/tree/command_words.cpp prints them
+words() { command_words | sed -n "s/^$1 //p" | cut -d' ' -f"${2:-1}"; }
 # options PROGRAM [SUBCOMMAND], from its help
 options() { "$@" --help | grep -oE '^  (-[A-Za-z](, *)?)?(--[a-z0-9-]+)?' | grep -oE -e '-[^ ,]+'; }
 subcommands() { "$1" --help | sed -n '/^Subcommands:/,$s/^  \([a-z]\{1,\}\).*/\1/p'; }
 
-commands=$(texts src/cli/commands.cpp kCommands)
-parameters=$(texts src/cli/mode_commands.cpp kParameters)
-actions=$(texts src/cli/mode_commands.cpp kActions)
-faults=$(texts sim/fault.cpp kKinds)
-places=$(texts sim/fault.cpp kGroups; texts sim/command_names.cpp kFrames; texts sim/command_names.cpp kRegisterNames)
+commands=$(words command)
+parameters=$(words parameter)
+actions=$(words action)
+faults=$(words fault)
+places=$(words place)
 knobs=$(sv_board knobs | sed -n 's/^\([^ =]*\)=.*/\1/p')
 presets=$(sv_board presets | sed -n 's/^\([^ :]*\): .*/\1/p')
 
@@ -59,8 +59,7 @@ check_page() {
   done < <(comm -13 <(sort -u <<<"$2"$'\n'"$3") <(heads "$1" | sort -u))
 }
 
-values=$(for table in kPriorities kW1Validity kLedColours kEnableWords; do texts src/cli/mode_commands.cpp $table; done)
-check_page share/man/sv_updater.8 "$commands"$'\n'"$parameters"$'\n'"$actions" $'-h\n--help\n-?\n'"$values"
+check_page share/man/sv_updater.8 "$commands"$'\n'"$parameters"$'\n'"$actions" $'-h\n--help\n-?\n'"$(words parameter 2- | tr ' ' '\n')"
 check_page share/man/sv_safe_update.8 "$(options sv_safe_update)" ""
 for program in sv_image sv_board; do
   needed=$(subcommands $program; options $program; for sub in $(subcommands $program); do options $program "$sub"; done)
@@ -84,14 +83,11 @@ want() { echo "$1|${*:2}" >>"$top/table"; }
       1:--set*) want "sv_updater $keyword " $parameters $actions ;;
       1:*) want "sv_updater $keyword --prob" && want "sv_updater $keyword x --prob" --probe ;;
     esac
-  done < <(sed -n 's/^ *{"\(--[^"]*\)", \([0-9]*\), run_.*/\1 \2/p' src/cli/commands.cpp)
+  done < <(words command 1-)
   for action in $actions; do want "sv_updater --set-mode $action --prob" --probe; done
-  while read -r row; do
-    choices=$(grep -oE 'k[A-Za-z0-9]+\},$' <<<"$row" || true)
-    for parameter in $(grep -o '"[^"]*"' <<<"${row%%\}*}" | tr -d '"'); do
-      want "sv_updater --set-mode $parameter " ${choices:+$(texts src/cli/mode_commands.cpp "${choices%\},}")}
-    done
-  done < <(sed -n '/ kParameters\[\]/,/};/s/^ *{{/{{/p' src/cli/mode_commands.cpp)
+  while read -r parameter values; do
+    want "sv_updater --set-mode $parameter " $values
+  done < <(words parameter 1-)
   want "sv_safe_update -" $(options sv_safe_update)
   for program in sv_image sv_board; do
     want "$program " $(subcommands $program)
@@ -105,7 +101,7 @@ want() { echo "$1|${*:2}" >>"$top/table"; }
   want "sv_board run --set " $knobs
   want "sv_board run --preset " $presets
 }
-[ "$(wc -l <"$top/table")" -gt 70 ] || complain "the tables of the sources were not found"
+[ "$(wc -l <"$top/table")" -gt 70 ] || complain "the programs list too few words"
 mkdir "$top/shell"
 check_offers "$top/table" "$top/shell" bash zsh fish
 
