@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Many updates in one process, alternating regions: each like the ones before it, and nothing is left behind.
+// Many updates in one process, alternating regions: each like the one before, without leaks.
 #include <malloc.h>
 
 #include <filesystem>

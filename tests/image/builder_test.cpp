@@ -21,7 +21,7 @@ BuildInput small_input() {
     return input;
 }
 
-constexpr size_t kBuiltImage = 5 + 8;  // behind "a: b\n" and the magic
+constexpr size_t kBuiltImage = 5 + 8;  // after "a: b\n" and the magic
 constexpr size_t kBuiltMap = kBuiltImage + 0x42000;
 constexpr size_t kBuiltInfo = kBuiltMap + 528 + 6;
 

@@ -10,7 +10,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-constexpr size_t kImage = 2 + 8;  // behind "p\n" and the magic
+constexpr size_t kImage = 2 + 8;  // after "p\n" and the magic
 constexpr size_t kMap = kImage + 0x42000;
 constexpr size_t kSize = kMap + 528 + 6 + 24;
 

@@ -30,7 +30,7 @@ public:
 
     static FakeKernel* current();
 
-    std::map<int, sim::Board*> buses;          ///< /dev/i2c-N and what is behind it; board N = 0 at first
+    std::map<int, sim::Board*> buses;          ///< the board on each /dev/i2c-N; initially one on bus 0
     std::map<std::string, std::string> files;  ///< exact contents in place of the scenario's
     std::vector<SyslogLine> syslog;
     std::vector<std::string> openlog_identities;

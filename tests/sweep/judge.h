@@ -53,7 +53,7 @@ public:
     /// undisturbed run.
     void end_run(const Run& run, const Limits& limits, uint64_t transfers);
 
-    /// After an undisturbed run: it must have succeeded with so many transfers, and its firmware must run.
+    /// After an undisturbed run: it must have succeeded with `transfers` transfers, and its firmware must run.
     void end_undisturbed_run(const Run& run, uint64_t transfers);
 
     /// No region will ever start again: a further run is pointless.

@@ -16,7 +16,7 @@ declare -A may_include=(
   [src/mcu]="mcu util"
   [src/log]="log"
   [src/util]="util"
-  [image]="image update mcu log util"
+  [image]="image update mcu util"
   [sim]="sim util mcu/registers.h mcu/flash_geometry.h"
   [bench]="bench"
 )
