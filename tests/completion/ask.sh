@@ -1,11 +1,11 @@
 # SPDX-License-Identifier: MIT
 # shellcheck shell=bash
-# Asks the shells themselves what they offer; to be sourced by a script that has the folder of the completion files in
-# $completion, and a function `complain`.
+# Sourced. Asks the shells themselves what they offer. Needs the folder of the completion files in $completion and a
+# function `complain`.
 export completion
 
-# check_offers TABLE FOLDER SHELL...: each line of TABLE is LINE|WORDS, what is to be offered at the end of LINE, in any order;
-# FOLDER is for what is in between.
+# check_offers TABLE FOLDER SHELL...: each line of TABLE is LINE|WORDS: at the end of LINE the shell must offer WORDS, in
+# any order. FOLDER gets intermediate files.
 check_offers() {
   local table=$1 line wanted offered count shell
   export work=$2
@@ -14,43 +14,43 @@ check_offers() {
   for shell in "${@:3}"; do
     : >"$work/raw"
     HOME=$work INPUTRC=/dev/null "offers_$shell" >"$work/terminal" 2>&1 || true
-    # Of KEY=VALUE, KIND@PLACE and a path some shells tell but the last part: so do all.
+    # Some shells offer only the last part of KEY=VALUE, KIND@PLACE and a path: compare that part.
     sed 's/[^ ]*[=@]\([^ ]\)/\1/g; s/[=@/]\( \|$\)/\1/g; s,[^ ]*/,,g' "$work/raw" | sort_words >"$work/offered"
     while IFS= read -r line <&3 && read -r wanted <&4 && read -r offered <&5; do
       [ "$offered" = "$wanted" ] || complain "$shell: '$line' offers '$offered' instead of '$wanted'"
     done 3<"$work/lines" 4<"$work/wanted" 5<"$work/offered"
     count=$(wc -l <"$work/offered")
-    [ "$count" -eq "$(wc -l <"$table")" ] || complain "$shell: no more than $count lines were completed"
-    # The first two are bash's own, for want of a terminal.
+    [ "$count" -eq "$(wc -l <"$table")" ] || complain "$shell: only $count lines were completed"
+    # bash prints the first two because it has no terminal.
     ! grep -vE 'terminal process group|no job control' "$work/terminal" |
-      grep -E 'NOISE|(bash|zsh|fish|compopt|compadd|_sv_[a-z_]*)(:[0-9]+)?: ' || complain "$shell: completion shows something"
+      grep -E 'NOISE|(bash|zsh|fish|compopt|compadd|_sv_[a-z_]*)(:[0-9]+)?: ' || complain "$shell: completion prints something"
   done
 }
 
 # The words of each line, sorted
 sort_words() { perl -lane 'print join " ", sort keys %{{map { $_ => 1 } @F}}'; }
 
-# An interactive bash puts all that it offers into the line, in place of the word before the cursor.
+# The key binding replaces the word before the cursor with all offers.
 offers_bash() {
   cat >"$work/bashrc" <<'END'
 PS1='> '
 eval "${package-}"
 for file in "$completion"/*.bash; do . "$file"; done
 ask() { asked=$READLINE_LINE; }
-tell() {
+answer() {
   [ "$READLINE_LINE" = "$asked" ] || printf %s "${READLINE_LINE#"${asked% *} "}"
   echo
   READLINE_LINE=
 }
 bind -x '"\C-a": ask'
-bind -x '"\C-t": tell >>"$work/raw"'
+bind -x '"\C-t": answer >>"$work/raw"'
 END
   { sed $'s/$/\x01\e*\x14/' "$work/lines" && printf '\nexit\n'; } | TERM=dumb bash --rcfile "$work/bashrc" -i
 }
 
 offers_bash_with_package() { package='. /usr/share/bash-completion/bash_completion' offers_bash; }
 
-# In zsh the function that all offers pass through tells of them.
+# In zsh all offers pass through compadd, which is replaced.
 offers_zsh() {
   cat >"$work/.zshrc" <<'END'
 PS1='> ' LISTMAX=9999 fpath=("$completion" $fpath)

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# What bash (alone, and with the package bash-completion), zsh and fish offer at the end of a command line.
+# Checks what bash (alone, and with the package bash-completion), zsh and fish offer at the end of a command line.
 # Usage: completion.sh FOLDER_OF_PROGRAMS SOURCE_FOLDER
 set -eu
 export LC_ALL=C.UTF-8
@@ -16,7 +16,7 @@ touch new.svu net.svu other
 bad=0
 complain() { echo "FAILED: $*" >&2; bad=1; }
 
-# Completion runs no tool that talks to a board; where it asks sv_board, nobody sees the complaints.
+# Completion must not run a tool that talks to a board, and hides the messages of sv_board, which it asks for words.
 for program in sv_updater sv_safe_update sv_image; do
   printf '#!/bin/sh\ntouch %s/was-run\n' "$top" >"$top/bin/$program"
 done
@@ -24,7 +24,7 @@ printf '#!/bin/sh\necho NOISE >&2\nexec %s/sv_board "$@"\n' "$programs" >"$top/b
 chmod +x "$top"/bin/*
 export PATH=$top/bin:$PATH
 
-# LINE|what is offered. The full tables of words are compared in tests/tree/documents.sh.
+# LINE|OFFERS. tests/tree/documents.sh compares the full tables of words.
 cat >"$top/table" <<'END_TABLE'
 sv_updater --update --bus --prob|--probe
 sv_updater --update n|net.svu new.svu
@@ -52,7 +52,7 @@ sv_board run --set poe=0 -- sv_updater --set-mode led2 g|gn
 sv_board run --fault nack@1 -- sv_image extract --region |0 1
 sv_board run -- cat new|new.svu
 END_TABLE
-# What only the package finds: a completion that is loaded when it is asked for.
+# Only the package loads a foreign completion on demand.
 export BASH_COMPLETION_USER_DIR=$top/user
 mkdir -p "$top/user/completions"
 echo "complete -W 'one two' foreign" >"$top/user/completions/foreign"

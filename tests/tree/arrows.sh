@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Guards what a compiler does not: who may include whom, the licence tag, and the size of files and functions.
-# Usage: arrows.sh SOURCE_FOLDER
+# Checks which folder includes which, the licence tags, and the size of files and functions.
+# Usage: arrows.sh FOLDER_OF_PROGRAMS SOURCE_FOLDER
 set -eu
 export LC_ALL=C
-cd "$1"
+cd "$2"
 bad=0
 complain() { echo "$*" >&2; bad=1; }
 

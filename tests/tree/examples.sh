@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Runs the commands of the documents in one shell per document and compares what they print, both outputs together.
-# Arguments: folder of the programs, source folder. A command is a line "$ …" of a code block, fenced or indented, and
+# Runs the commands of the documents in one shell per document and compares their output, stdout and stderr together.
+# Usage: examples.sh FOLDER_OF_PROGRAMS SOURCE_FOLDER. A command is a line "$ …" of a code block, fenced or indented, and
 # continues on the next line after a backslash; its output follows. A blank line ends an indented block. The block after
 # "<!-- not run: REASON -->" is skipped, the one after "<!-- file: NAME -->" is a file for the commands. A manual page
 # has literal displays for blocks and comments for these lines.
@@ -14,7 +14,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 command -v i2ctransfer >/dev/null || { echo "i2c-tools are not installed"; exit 77; }
 
-# Writes a session of all commands, and N.line and N.expected for each; names what is skipped.
+# Writes a session of all commands, and N.line and N.expected for each; prints the skipped ones.
 # shellcheck disable=SC2016
 split='
   function end_block() { if (in_code) reason = name = ""; in_code = open = 0 }
@@ -39,6 +39,7 @@ split='
   open { print text >(file ".expected") }'
 
 # A manual page in the form of a Markdown file, line by line
+# shellcheck disable=SC2016
 as_markdown() {
   case $1 in
     *.md) cat "$1" ;;
