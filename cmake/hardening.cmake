@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-# Hardening of a release, and independence of its bytes from the folder of the build. tests/shipped/release.sh checks
-# both in the built files.
+# Hardening of a release, and independence of its bytes from the folder of the build. tests/shipped/hardening.sh
+# and reproducible.sh check both in the built files.
 
 # The checked variants of C library calls need optimisation; sanitizers need the plain calls.
 set(hardening ON)
