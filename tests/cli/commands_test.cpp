@@ -104,10 +104,12 @@ TEST(CommandLine, EachBusIsUsedFromItsWordOn) {
     second.scenario.hwid = 1;
     FakeKernel kernel(first);
     kernel.buses[1] = &second;
+    kernel.buses[-1] = &second;  // no number of a bus
+    EXPECT_EQ(run_tool_words({"--bus", "-1"}).status, 255);
     EXPECT_EQ(run_tool_words({"--hw-version", "--bus", "0x1", "--hw-version", "--bus", "-0", "--hw-version"}).out,
               "0003\n0001\n0003\n");
     EXPECT_EQ(kernel.openlog_identities,
-              Words{"sv_updater " + std::to_string(LOG_NDELAY) + " " + std::to_string(LOG_LOCAL0)});
+              Words(2, "sv_updater " + std::to_string(LOG_NDELAY) + " " + std::to_string(LOG_LOCAL0)));
     EXPECT_EQ(kernel.sleeps_us.size(), 0U);
 }
 
@@ -159,7 +161,7 @@ TEST(CommandLine, WholeNumbers) {
 TEST(CommandLine, Delays) {
     const std::pair<const char*, std::vector<const char*>> cases[] = {
         // What goes out, in tenths of a second; the texts.
-        {"00", {"-1e400", "1e-400", "-infinity", "NaN", "nan(7)", "-1", "-0", "", "0.05"}},
+        {"00", {"-1e400", "1e-400", "-infinity", "NaN", "nan(7)", "-1", "-0.95", "-0", "", "0.05"}},
         {"01", {"0.1"}},
         {"05", {".5"}},
         {"06", {"0.7"}},

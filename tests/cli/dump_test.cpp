@@ -147,6 +147,8 @@ const std::pair<Words, const char*> kSingleLines[] = {
     {{kWrongAt7, "w1_eeprom_status=6", "w1_eeprom_fails_at=16"},
      "05 06 07 08  08 09 0a 0b  0c 0d 0e 0f  11 11 11 11  11 11 11 11  11 11 11 11  11 11 11 11 - NOT_PRESENT"},
     {{"nack@2", "charger=0"}, "CAP ERROR: I2C write error, start 0f, size 01, value 11\n"},
+    {{"marker=5", "nack@2", "charger=0"}, "CAP ERROR: I2C write error, start 0f, size 01, value 11\n"},
+    {{"status=4000000000000000000002000000000000000000"}, "pending (00 00 00 00 00, invalid handshake 02)\n"},
     {{"fail@read-rom"}, "W1_ROM            = 81 81 9f 40  44 f0 0f 0f - ok (00)\n"}};
 
 const std::string kPoeAndCharger = std::string(kSeparator) + kPoe + kSeparator + kCharger;
@@ -166,6 +168,12 @@ const struct {
      17,
      " PWR=25.5V IN=Ln1/2 OUT=1+2 CAP=notF/06.0V/0.2W USB=off TEMP=45.1degC,40.1degC,-55.4degC\n"},
     {{"nack@102"}, std::string(kInputs) + kDiagnostics + kPoeAndCharger, "", 90, 13, " CAP=----/----V/---W USB=off"},
+    {{"hwid=9"},  // the second half of the identity is read nevertheless
+     std::string(kInputs) + kDiagnostics + kPoeAndCharger,
+     "",
+     90,
+     17,
+     " SW=----/-/---- "},
     {{"mcu=0"},
      kPoeAndCharger,
      "SVMCU ERROR: I2C read error, start 00, size 14\n",

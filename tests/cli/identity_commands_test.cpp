@@ -56,14 +56,17 @@ TEST(Identity, LinesOfTheVersionListing) {
 
 TEST(Identity, FollowsTheRunningRegion) {
     sim::Board board;
-    board.flash.install(1, Bytes{0x12, 0x34}, 0x0A0B);
+    board.flash.install(0, Bytes{0x18}, 0x0100);
+    board.flash.install(1, Bytes{0x07}, 0x0A0B);
     FakeKernel kernel(board);
-    EXPECT_NE(run_tool_words({"--version"}).out.find("swid0  = 0100\nswid1  = 0a0b\n"), std::string::npos);
+    std::string out = run_tool_words({"--version"}).out;
+    EXPECT_NE(out.find("swid0  = 0100\nswid1  = 0a0b\n"), std::string::npos);
+    EXPECT_NE(out.find("crc0   = 059a\ncrc1   = 06d9\n"), std::string::npos) << out;
     board.mcu.restart();  // the region enabled last starts
     kernel.now_us += 1'000'000;
-    const std::string out = run_tool_words({"--version"}).out;
+    out = run_tool_words({"--version"}).out;
     EXPECT_EQ(out.substr(0, out.find("serial")), "swid   = 0a0b\nhwid   = 0003\nactive = 1\n");
-    EXPECT_NE(out.find("swcrc  = c9c1\n----\nswid0  = 0100\nswid1  = 0a0b\n"), std::string::npos) << out;
+    EXPECT_NE(out.find("swcrc  = 06d9\n----\nswid0  = 0100\nswid1  = 0a0b\n"), std::string::npos) << out;
     EXPECT_EQ(run_tool_words({"--sw-version"}).out, "0A0B\n");
 }
 

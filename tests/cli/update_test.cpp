@@ -102,6 +102,7 @@ TEST_F(Update, DecisionWithoutForce) {
         {"up to date", program(0), 0x0123, {}, 0, upd, "", nothing, kBeforeErase},
         {"same id, other content", {1, 2, 3}, 0x0123, {}, 0, upd, erased, programmed, kBeforeErase + 76},
         {"same content, other id", program(0), 0x0122, {}, 0, upd, erased, programmed, kBeforeErase + 76},
+        {"another id, other region up to date", {1}, 0x0100, program(1), 0x0123, upd, erased, programmed, 183},
         {"no id, other region up to date", program(0), 0, program(1), 0x0123, upd, "", reboot, kBeforeErase + 2},
         {"the same without reset", program(0), 0, program(1), 0x0123, no_reset, "reset needed\nreset needed\n",
          needed + needed + "error : overall SV MCU update = ERROR\n", 3 * kBeforeErase},
@@ -146,7 +147,9 @@ TEST_F(Update, SettingsShapeTheEndOfTheUpdate) {
         EXPECT_EQ(run.sleeps_us.back(), 1'000'000U);
     }
     // --upd resets at once whatever the words before it said, and the settings stay.
-    const BoardRun run = run_on_board({}, {"--reset-now-sync", "--update-without-reset", "--upd", path, "--reset"});
+    const BoardRun run = run_on_board(
+        {}, {"--reset-now-sync", "--update-without-reset", "--update-without-disable", "--upd", path, "--reset"});
+    EXPECT_EQ(run.err.find("disabled"), std::string::npos);
     EXPECT_NE(run.err.find("reset: MCU will reset now\n"), std::string::npos);
     EXPECT_EQ(run.err.substr(run.err.size() - 27), "info  : MCU will reset now\n");
 }

@@ -28,6 +28,7 @@ TEST_F(Decoders, ChargerStatusWords) {
         {0x00B1, "full mode=chg chg=inp_cur_lim mgr=bal"},
         {0xF522, "full mode=bak chg=meas mgr=idle"},
         {0xF122, "full mode=bak chg=meas mgr=idle"},
+        {0x0014, "not-full mode=0 chg=014 Vcap<pwr_gd mgr=idle"},
         {0x031E, "not-full mode=bak chg=31c Vcap<pwr_gd mgr=idle"},
         {0x0A22, "full mode=bak chg=cc mgr=idle Vin<PFI"}};
     for (const auto& [word, text] : cases) {

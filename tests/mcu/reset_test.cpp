@@ -99,5 +99,6 @@ TEST(ElapsedMs, CountsAcrossSeconds) {
     EXPECT_EQ(elapsed_ms({1, 900'000'000}, {2, 100'000'000}), 200U);
     EXPECT_EQ(elapsed_ms({1, 0}, {1, 999'999}), 0U);
     EXPECT_EQ(elapsed_ms({1, 999'999'999}, {2, 0}), 1U);  // cut toward zero: -999 + 1000
+    EXPECT_EQ(elapsed_ms({0, 0}, {70'000, 0}), 70'000'000U);
     EXPECT_EQ(elapsed_ms({0, 0}, {100, 5'000'000}), 100'005U);
 }

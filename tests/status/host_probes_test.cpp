@@ -39,16 +39,11 @@ TEST_F(HostProbes, Uptime) {
 }
 
 TEST_F(HostProbes, Temperatures) {
-    const std::tuple<const char*, float, bool> cases[] = {{"42.5\n", 42.5F, true},
-                                                          {"42.5", 42.0F, true},
-                                                          {"7", 7.0F, true},
-                                                          {"-3.5\n", -3.5F, true},
-                                                          {"1234567890", 12345678.0F, true},
-                                                          {"-0x1p9\n", -512.0F, true},
-                                                          {"x42\n", 0.0F, false},
-                                                          {"nan\n", NAN, true},
-                                                          {"", 0.0F, false},
-                                                          {"\n", 0.0F, false}};
+    const std::tuple<const char*, float, bool> cases[] = {
+        {"42.5\n", 42.5F, true},     {"42.5", 42.0F, true},   {"7", 7.0F, true},
+        {"7\n", 7.0F, true},         {"-3.5\n", -3.5F, true}, {"1234567890", 12345678.0F, true},
+        {"-0x1p9\n", -512.0F, true}, {"x42\n", 0.0F, false},  {"nan\n", NAN, true},
+        {"", 0.0F, false},           {"\n", 0.0F, false}};
     for (const auto& [file, value, ok] : cases) {
         kernel.files["/dev/temp_nic"] = "20.0\n";
         kernel.files["/dev/temp_disp"] = file;

@@ -73,9 +73,9 @@ TEST(StatusLine, ResetShowsOnceAndTheMarkerIsWrittenBack) {
     EXPECT_EQ(kernel.wire.size(), 116U);
     EXPECT_EQ(kernel.wire[3], "W 08 0f: 11");
     EXPECT_NE(run_tool_words({"--status"}).out.find(" RST=no  "), std::string::npos);
-    board.flash.install(1, Bytes{1}, 0x0456);
+    board.flash.install(1, Bytes{0x39}, 0x0456);
     board.flash.boot(1);
-    EXPECT_NE(run_tool_words({"--status"}).out.find(" SW=0456/1/5efc PWR="), std::string::npos);
+    EXPECT_NE(run_tool_words({"--status"}).out.find(" SW=0456/1/005f PWR="), std::string::npos);
 }
 
 TEST(StatusLine, EachCommandEndsItsLine) {

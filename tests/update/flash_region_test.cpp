@@ -27,18 +27,20 @@ TEST_F(FlashRegion, PageGoesOutAsSegmentsAndACommit) {
 }
 
 TEST_F(FlashRegion, PageSizesThatFitAndThatDoNot) {
+    board.flash.install(1, Bytes{1}, 0x0200);
+    board.flash.boot(1);
     const Bytes data(0x2000);
     const std::tuple<uint16_t, const char*, size_t> cases[] = {
-        {500, "invalid page size (does not fit segment size)", 0},
+        {496, "invalid page size (does not fit segment size)", 0},
         {8192, "invalid page size (too large)", 0},
-        {0, "could not write page 101 (read poll error, cmd start a0, size 07, data 01, read size 00, error 80)", 2},
+        {0, "could not write page 001 (read poll error, cmd start a0, size 07, data 01, read size 00, error 80)", 2},
         // The board refuses segment 16; 8160 bytes are 255 of them.
         {8160,
-         "could not write segment 0101 10 (read poll error, cmd start 80, size 27, data 00, read size 00, error 80)",
+         "could not write segment 0001 10 (read poll error, cmd start 80, size 27, data 00, read size 00, error 80)",
          34}};
     for (const auto& [size, text, transfers] : cases) {
         kernel.wire.clear();
-        EXPECT_FALSE(write_page(device, 0x101, data.data(), size));
+        EXPECT_FALSE(write_page(device, 0x001, data.data(), size));
         EXPECT_EQ(last_error(), text);
         EXPECT_EQ(kernel.wire.size(), transfers);
     }

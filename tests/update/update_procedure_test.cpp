@@ -16,6 +16,10 @@ TEST_F(UpdateProcedure, FileAndMcuMustAgreeOnTheGeometry) {
     device.memory_size = device.file_memory_size = 0x42000;
     device.force_update = 0;  // it is up to date, so nothing is sent
     EXPECT_TRUE(run_update(device));
+    EXPECT_EQ(last_error(), "nothing to do (region 0 is already up to date with swid 0000 crc 0000)");
+    device.active_region = 2;  // what is not 0 counts as 1
+    EXPECT_TRUE(run_update(device));
+    EXPECT_EQ(last_error(), "nothing to do (region 1 is already up to date with swid 0000 crc 0000)");
     // From the last check to the first: each goes before those above it.
     device.file_memory_size = 0x42001;
     EXPECT_FALSE(run_update(device));
