@@ -103,7 +103,9 @@ TEST(CommandLine, EachBusIsUsedFromItsWordOn) {
     sim::Board second;
     second.scenario.hwid = 1;
     FakeKernel kernel(first);
-    kernel.buses[1] = &second;
+    kernel.buses[1] = kernel.buses[-1] = &second;
+    EXPECT_EQ(run_tool_words({"--bus", "-1"}).status, 255);
+    kernel.openlog_identities.clear();
     EXPECT_EQ(run_tool_words({"--hw-version", "--bus", "0x1", "--hw-version", "--bus", "-0", "--hw-version"}).out,
               "0003\n0001\n0003\n");
     EXPECT_EQ(kernel.openlog_identities,
