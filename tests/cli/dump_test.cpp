@@ -151,8 +151,17 @@ const std::pair<Words, const char*> kSingleLines[] = {
     {{"status=4000000000000000000002000000000000000000"}, "pending (00 00 00 00 00, invalid handshake 02)\n"},
     {{"fail@read-rom"}, "W1_ROM            = 81 81 9f 40  44 f0 0f 0f - ok (00)\n"}};
 
-const std::string kPoeAndCharger = std::string(kSeparator) + kPoe + kSeparator + kCharger;
-const std::string kDiagnosticsError = "SVMCU ERROR: while getting diagnostics: ";
+const std::string kRest = std::string(kSeparator) + kPoe + kSeparator + kCharger;
+const std::string kMcu = std::string(kInputs) + kDiagnostics;
+const std::string kWhole = kMcu + kRest;
+const std::string kNoRecord = kInputs + kRest;
+const std::string kNoAnswer = "SVMCU ERROR: I2C read error, start 00, size 14\n";
+const std::string kNoGpio = "POE ERROR: could not read PoE GPIO\nCAP ERROR: could not read PoE GPIO\n";
+
+std::string halted(const std::string& reason) {
+    return "SVMCU ERROR: while getting diagnostics: " + reason + "\n";
+}
+
 const struct {
     Words situation;
     std::string out;
@@ -161,81 +170,36 @@ const struct {
     size_t more;       // of --dumps: presences, probe, identity and charger
     const char* line;  // what --dumps shows of it in its last line
 } kHalfWay[] = {
-    {{},
-     std::string(kInputs) + kDiagnostics + kPoeAndCharger,
-     "",
-     90,
-     17,
-     " PWR=25.5V IN=Ln1/2 OUT=1+2 CAP=notF/06.0V/0.2W USB=off TEMP=45.1degC,40.1degC,-55.4degC\n"},
-    {{"nack@102"}, std::string(kInputs) + kDiagnostics + kPoeAndCharger, "", 90, 13, " CAP=----/----V/---W USB=off"},
-    {{"hwid=9"},  // the second half of the identity is read nevertheless
-     std::string(kInputs) + kDiagnostics + kPoeAndCharger,
-     "",
-     90,
-     17,
-     " SW=----/-/---- "},
-    {{"mcu=0"},
-     kPoeAndCharger,
-     "SVMCU ERROR: I2C read error, start 00, size 14\n",
-     6,
-     8,
-     " SVMCU=off RST=--- SW=----/-/---- PWR=----V IN=PoE   OUT=--- CAP=notF/06.0V/0.2W"},
-    {{"nack@1"},
-     kPoeAndCharger,
-     "SVMCU ERROR: I2C read error, start 00, size 14\n",
-     6,
-     17,
-     " SVMCU=on  RST=--- SW=0100/0/a962 PWR=----V IN=----- OUT=--- CAP=notF/06.0V/0.2W"},
+    {{}, kWhole, "", 90, 17, " PWR=25.5V IN=Ln1/2 OUT=1+2 CAP=notF/06.0V/0.2W USB=off TEMP=45.1degC,40.1degC,-55.4"},
+    {{"nack@102"}, kWhole, "", 90, 13, " CAP=----/----V/---W USB=off"},
+    {{"hwid=9"}, kWhole, "", 90, 17, " SW=----/-/---- "},  // the second half of the identity is read nevertheless
+    {{"mcu=0"}, kRest, kNoAnswer, 6, 8, " SVMCU=off RST=--- SW=----/-/---- PWR=----V IN=PoE   OUT=--- CAP=notF/"},
+    {{"nack@1"}, kRest, kNoAnswer, 6, 17, " SVMCU=on  RST=--- SW=0100/0/a962 PWR=----V IN=----- OUT=--- CAP=notF/"},
     {{"fail@read-pse-states"},
-     kInputs + kPoeAndCharger,
-     kDiagnosticsError + "read cmd error, cmd 8e, start 0e, result 80\n",
-     1 + 26 + 2 + 5,
+     kNoRecord,
+     halted("read cmd error, cmd 8e, start 0e, result 80"),
+     34,
      17,
      " RST=no  SW=0100/0/a962 PWR=----V IN=Ln1/2 OUT=1+2 CAP=notF/06.0V/0.2W USB=off TEMP=45.1degC,40.1degC\n"},
-    {{"fail@read-ports"},
-     kInputs + kPoeAndCharger,
-     kDiagnosticsError + "read cmd error, cmd 89, start 0e, result 80\n",
-     1 + 72 + 2 + 5,
-     17,
-     " PWR=----V "},
-    {{"nack@53"},
-     kInputs + kPoeAndCharger,
-     kDiagnosticsError + "I2C write error, start 0c, size 02\n",
-     53 + 2 + 5,
-     17,
-     " PWR=----V IN=Ln1/2 OUT=1+2 "},
-    {{"nack@56"}, kInputs + kPoeAndCharger, kDiagnosticsError + "\n", 56 + 2 + 5, 17, " PWR=----V "},  // a page
-    {{"nack@77"},
-     kInputs + kPoeAndCharger,  // the ROM's bytes, and the failed ROM command's text
-     kDiagnosticsError + "read cmd error, cmd 0b, start 0e, result 80\n",
-     77 + 2 + 5,
-     17,
-     " PWR=----V "},
-    {{"nack@83"},
-     kInputs + kPoeAndCharger,  // the EEPROM's status, and the failed ROM command's text
-     kDiagnosticsError + "read cmd error, cmd 0a, start 0e, result 80\n",
-     83 + 2 + 5,
-     17,
-     " PWR=----V "},
+    {{"fail@read-ports"}, kNoRecord, halted("read cmd error, cmd 89, start 0e, result 80"), 80, 17, " PWR=----V "},
+    {{"nack@53"}, kNoRecord, halted("I2C write error, start 0c, size 02"), 60, 17, " PWR=----V IN=Ln1/2 OUT=1+2 "},
+    {{"nack@56"}, kNoRecord, halted(""), 63, 17, " PWR=----V "},  // a page
+    // The ROM's bytes and the EEPROM's status: the text is that of the failed command before.
+    {{"nack@77"}, kNoRecord, halted("read cmd error, cmd 0b, start 0e, result 80"), 84, 17, " PWR=----V "},
+    {{"nack@83"}, kNoRecord, halted("read cmd error, cmd 0a, start 0e, result 80"), 90, 17, " PWR=----V "},
     {{"fail=0x81@reset-diagnostics"},
-     std::string(kInputs) + kDiagnostics + kPoeAndCharger,
+     kWhole,
      "SVMCU ERROR: failed to reset diagnostics: read cmd error, cmd 8d, start 0e, result 81\n",
      90,
      17,
      " PWR=25.5V "},
-    {{"charger=0", "poe=none"},
-     std::string(kInputs) + kDiagnostics + kSeparator + kSeparator,
-     "POE ERROR: could not read PoE GPIO\nCAP ERROR: could not read PoE GPIO\n",
-     86,
-     13,
-     " POE=--- "},
+    {{"charger=0", "poe=none"}, kMcu + kSeparator + kSeparator, kNoGpio, 86, 13, " POE=--- "},
     {{"charger=0"},
-     std::string(kInputs) + kDiagnostics + kSeparator + kPoe + kSeparator,
+     kMcu + kSeparator + kPoe + kSeparator,
      "CAP ERROR: read cmd error, cmd 0a, start 0e, result 80\n",
      86,
      13,
-     " CAP=----/----V/---W USB=off"},
-};
+     " CAP=----/----V/---W USB=off"}};
 
 Words populated(const Words& more) {
     Words all = {"teko1_pages=a0000000a4" + std::string(374, '0')};

@@ -45,6 +45,23 @@ TEST(Builder, EveryByteOfASmallFileStandsWhereItBelongs) {
     EXPECT_EQ(Bytes(built.file.begin() + kBuiltInfo, built.file.end()), info);
 }
 
+TEST(Builder, MarksPagesWithContentOrAllThatCanBeProgrammed) {
+    BuildInput input = small_input();
+    input.regions[0] = Bytes(0x200, 0xFF);
+    input.regions[0].back() = 0x00;
+    const auto map = [&] {
+        const Bytes file = build_update_file(input).file;
+        return Bytes(file.begin() + kBuiltMap, file.begin() + kBuiltMap + 528);
+    };
+    Bytes expected(528, 0);
+    expected[0] = expected[257] = 1;
+    EXPECT_EQ(map(), expected);
+    input.mark_all = true;
+    std::fill_n(expected.begin(), 255, uint8_t{1});
+    std::fill_n(expected.begin() + 256, 255, uint8_t{1});
+    EXPECT_EQ(map(), expected);
+}
+
 TEST(Builder, NamesTheSha256OfWhatFollowsThePrefix) {
     BuildInput input = small_input();
     input.name_sha256 = true;
