@@ -311,6 +311,18 @@ TEST(Dump, GoesOnWithWhatCanBeRead) {
     }
 }
 
+TEST(Dump, DumpsEndsWithTheChargerWordsOfTheDump) {
+    sim::Board board;
+    FakeKernel kernel(board);
+    board.on_transfer = [&](const sim::Transfer& transfer) {
+        if (transfer.number == 106) {  // the last one of the dump
+            board.scenario.cap_status = 0;
+        }
+    };
+    EXPECT_NE(run_tool_words({"--dumps"}).out.find(" CAP=full/"), std::string::npos);
+    EXPECT_NE(run_tool_words({"--status"}).out.find(" CAP=notF/"), std::string::npos);
+}
+
 TEST(StatusPoe, ShowsTheInputOrEndsTheRun) {
     expect_outcomes({{{"--status-poe"}, {}, 0, "POE: off\n", "", 0},
                      {{"--status-poe"}, {"poe=0"}, 0, "POE: on\n", "", 0},
