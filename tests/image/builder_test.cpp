@@ -45,6 +45,20 @@ TEST(Builder, EveryByteOfASmallFileStandsWhereItBelongs) {
     EXPECT_EQ(Bytes(built.file.begin() + kBuiltInfo, built.file.end()), info);
 }
 
+TEST(Builder, MarksPagesThatHoldSomethingOrAll) {
+    BuildInput input = small_input();
+    input.regions[0] = Bytes(0x400, 0xFF);
+    input.regions[0][0x3FF] = 0x00;
+    Bytes file = build_update_file(input).file;
+    EXPECT_EQ(Bytes(file.begin() + kBuiltMap, file.begin() + kBuiltMap + 3), (Bytes{0, 1, 0}));
+    input.mark_all = true;
+    file = build_update_file(input).file;
+    Bytes map(528, 1);
+    map[255] = 0;
+    std::fill(map.begin() + 511, map.end(), uint8_t{0});
+    EXPECT_TRUE(std::equal(map.begin(), map.end(), file.begin() + kBuiltMap));
+}
+
 TEST(Builder, NamesTheSha256OfWhatFollowsThePrefix) {
     BuildInput input = small_input();
     input.name_sha256 = true;

@@ -34,6 +34,8 @@ TEST(Prefix, BytesAndNotes) {
         {"", {"k: SVxMega"}, magic_inside},
         {"", {"novalue"}, bad_note},
         {"", {": v"}, bad_note},
+        {"", {"k: "}, bad_note},
+        {"", {"k: \x7f"}, bad_note},
         {"", {"k: two\nlines"}, bad_note},
         {"", {"k: \x1b[2J"}, bad_note},
         {"", {"k: v", "version: 2"}, named + "\"version\": use --fw-version"},

@@ -12,7 +12,8 @@ pack=(sv_image pack --region0 a.bin --region1 b.bin --swid 0x0101)
 # The checksums come from a bitwise CRC-16/MODBUS in another language.
 expect 0 "*0x0101*0xeb83*1 of 255*0x644a*1 of 255*270913 bytes" "" \
   "${pack[@]}" --fw-version 2 --no-sha256 -o good.svu
-expect 0 "*note:  *version: 2*0xeb83 stored, 0xeb83 computed, ok*0, 256*loads:  *yes" "" sv_image info good.svu
+expect 0 "*note:  *version: 2*offset:    270889 bytes*word 10:         0x0000*0xeb83 stored, 0xeb83 computed, ok*0, 256*region 0 marked pages:    1 of*loads:  *yes" \
+  "" sv_image info good.svu
 expect 0 "good.svu: okay" "" sv_image verify good.svu
 
 # What is named, in its order; the SHA-256 as another program computes it.
@@ -39,6 +40,8 @@ so '.reserved0 == 0 and .reserved10 == 0 and .file_checksum.ok' good.svu
 cp good.svu before.svu
 refused() { expect 1 "" "sv_image: $1" "${@:2}"; }
 refused "good.svu exists*" "${pack[@]}" -o good.svu
+ln -s none link
+refused "link exists*" "${pack[@]}" -o link
 refused "/dev/null is not a regular file" "${pack[@]}" -o /dev/null --force
 refused "./a.bin is one of the inputs" "${pack[@]}" -o ./a.bin --force
 refused "*No such file or directory" "${pack[@]}" -o none/new.svu
@@ -92,10 +95,13 @@ expect 1 "other.svu: loads, but does not have the SHA-256 that it names" "" sv_i
 expect 0 "* computed, differs*loads:  *yes" "" sv_image info other.svu
 so '.loads and .sha256.ok == false' other.svu
 head -c 1000 good.svu >short.svu
-so '.sha256.computed != null and .regions[0].marked_pages == null and .free_bytes == null and .size == 1000' short.svu
+so '.sha256.computed != null and .regions[0].marked_pages == null and .regions[0].checksum.ok == null and .free_bytes == null and .size == 1000' short.svu
 (cat good.svu; head -c 1048576 /dev/zero) >long.svu
 expect 0 "*expected size: *differs*loads:  *no (*" "" sv_image info short.svu
 expect 0 "*more than 1048576 bytes*magic offset: *11 bytes*loads:  *no (*" "" sv_image info long.svu
+head -c 1048576 long.svu >limit.svu
+expect 0 "*size:                     1048576 bytes*" "" sv_image info limit.svu
+so '.size == 1048576' limit.svu
 so '.size == null and .sha256.computed == null and .info_offset == null and .magic_offset == 11' long.svu
 so '.magic_offset == null and .expected_size == null and .notes == [] and (.error | test("header"))' /dev/zero
 expect 0 "*magic offset: *none*loads:  *no (invalid file (could not find header))" "" sv_image info /dev/zero
@@ -103,17 +109,19 @@ mkfifo pipe
 expect 1 "" "sv_image: pipe is a pipe*" sv_image info pipe
 expect 1 "pipe: a pipe, save it as a file first" "" sv_image verify pipe
 printf '\033[2J' >prefix
+refused "prefix is one of the inputs" "${pack[@]}" --prefix-file prefix -o prefix --force
 expect 0 "*" "" "${pack[@]}" --prefix-file prefix -o good.svu --force
 expect 0 "*78 bytes (not printable)*" "" sv_image info good.svu
 odd=$'\xff"\\\n\xe2\x82\xac.svu'
 cp good.svu "$odd"
 so '.notes[0] == "\u001b[2J" and .file == "\ufffd\"\\\n\u20ac.svu"' "$odd"
 
-# The flash as an update leaves it in region 1; region 0 holds something else in pages 1 and 2, and its last page, too.
+# The flash as an update leaves it in region 1; region 0 holds something else in pages 1, 2 and 4, and its last page, too.
 erased() { head -c "$1" /dev/zero | tr '\0' '\377'; }
 (cat a.bin; erased $((0x20000 - 9)); cat b.bin; erased $((0x22000 - 3))) >flash
 cp flash held
 poke flash $((0x3FF)) '\x00\x00'
+poke flash $((0x800)) '\x00'
 poke flash $((0x1FE00)) '\x00'
 poke flash $((0x41FFF)) '\x00'
 # differences REGION0 UNREAD0 HOLDS0 REGION1 UNREAD1 HOLDS1 NEVER_DIFFER NEVER_UNREAD: the report behind its first lines
@@ -127,20 +135,26 @@ differences() {
 same=$(differences none none "" none none "" none none)
 expect 0 $'A:   *good.svu (update file, software id 0x0101)\nB:  *named.svu (update file,'"$same" "" sv_image diff good.svu named.svu
 expect 0 "$(differences none none holds none none holds none none)" "" sv_image diff good.svu held
-moved=$(differences 1-2 none "does not hold" none none holds "255, 527" none)
+moved=$(differences "1-2, 4" none "does not hold" none none holds "255, 527" none)
 expect 1 $'A: *good.svu (update file, software id 0x0101)\nB: *flash (read-back)'"${moved#\*}" "" sv_image diff good.svu flash
 expect 1 "$moved" "" sv_image diff <(cat flash) <(cat good.svu)
-expect 1 "$(differences 1-2 none "" none none "" "255, 527" none)" "" sv_image diff held flash
+expect 1 "$(differences "1-2, 4" none "" none none "" "255, 527" none)" "" sv_image diff held flash
 cp held unread
 unread=$(head -c 32 /dev/zero | tr '\0' U)
+poke unread $((0x20020)) "$unread"
 poke unread $((0x20200)) "$unread"
 poke unread $((0x203E0)) "$unread"
 poke unread $((0x40000)) "$unread"
-expect 1 "$(differences none none holds none 257 "may hold" none 512)" "" sv_image diff unread good.svu
-expect 1 "$(differences none none "" none 257 "" none 512)" "" sv_image diff unread unread
+expect 1 "$(differences none none holds none 256-257 "may hold" none 512)" "" sv_image diff unread good.svu
+expect 1 "$(differences none none "" none 256-257 "" none 512)" "" sv_image diff unread unread
+cp unread odd
+poke odd $((0x20000)) x
+expect 1 "$(differences none none holds 256 256-257 "does not hold" none 512)" "" sv_image diff odd good.svu
 expect 0 "*" "" sv_image pack --region0 a.bin --region1 b.bin --swid 0x0102 -o swid.svu
 expect 1 "*0x0101)*0x0102)$same" "" sv_image diff good.svu swid.svu
 expect 2 "" "sv_image: a.bin: neither an update file nor a read-back of 270336 bytes" sv_image diff good.svu a.bin
+(cat flash; echo) >longer
+expect 2 "" "sv_image: longer: neither an update file nor *" sv_image diff good.svu longer
 expect 2 "" "sv_image: none: No such file or directory" sv_image diff none good.svu
 expect 2 "" "sv_image: damaged.svu: invalid file (CRC error)" sv_image diff good.svu damaged.svu
 expect 2 "" "sv_image: short.svu: *" sv_image diff good.svu short.svu
@@ -152,10 +166,13 @@ expect 0 "*region1.bin*checksum: *0x644a*131072 bytes" "" sv_image extract --reg
 (cat b.bin; erased $((0x20000 - 3))) | cmp - region1.bin
 expect 0 "*" "" sv_image extract --region 0 --force -o region1.bin flash
 head -c $((0x20000)) flash | cmp - region1.bin
-expect 0 "*" "sv_image: warning: 2 segments hold only 0x55 and may be unread (pages: 257)" \
+expect 0 "*" "sv_image: warning: 3 segments hold only 0x55 and may be unread (pages: 256-257)" \
   sv_image extract --region 1 -o unread1.bin <(cat unread)
 tail -c +$((0x20001)) unread | head -c $((0x20000)) | cmp - unread1.bin
 info_to_full_disk() { sv_image info good.svu >/dev/full; }
 expect 1 "" "sv_image: could not write the report" info_to_full_disk
+expect 0 "" "" sh -c "exec sv_image info good.svu >&-"
+(umask 027; "${pack[@]}" -o masked.svu >out)
+expect_same "mode of a new file" "$(stat -c %a masked.svu)" 640
 expect 106 "" "*subcommand is required*" sv_image
 echo "all as expected"
