@@ -17,7 +17,7 @@ const char kPopulated[] =
     "teko1_cable_sum=4096 teko1_cable_count=4 teko1_pd_com_fail=1 teko1_pse_com_fail=2 teko1_oc_shtd=3 "
     "teko1_oc_alert=4 teko1_uc_shtd=255 teko1_imp_valid_count=99 teko1_imp_low=7 teko1_imp_high=250 "
     "teko1_pse_state_max=0 teko1_pd_state_max=0 killpower_count=5 teko1_sense_raw=0x0900 teko1_hpwr=1 "
-    "teko1_ps_flags=0xcd teko2_imp_valid_raw=0x0fff teko2_imp_invalid_raw=0 teko2_cable_sum=70000 "
+    "teko1_ps_flags=0x0d teko2_imp_valid_raw=0x0fff teko2_imp_invalid_raw=0 teko2_cable_sum=70000 "
     "teko2_cable_count=0 teko2_pse_state_max=27 teko2_pd_state_max=5 undervoltage_count=6 teko2_sense_raw=0 "
     "teko2_hpwr=0 teko2_ps_flags=0xab nevents=12345671000000000000000000000000deadbeef "
     "ports=0f3cf0f0f0f00ff0ff0000ff0055aaaa5500 w1_eeprom_status=6 poe=0 cap_status=0x0041 cap_vin=0x2000 "
@@ -60,14 +60,14 @@ const char kDiagnostics[] =
     "TEKO1_OC_SHTD     = 3 times\n"
     "TEKO1_OC_ALERT    = 4 times\n"
     "TEKO1_UC_SHTD     = 255 times\n"
-    "TEKO1_DEBUG       = 00 00 be 00  00 04 00 10  00 00 04 01  02 03 04 ff  63 07 fa 00  00 05 00 09  01 00 cd 00  00 "
+    "TEKO1_DEBUG       = 00 00 be 00  00 04 00 10  00 00 04 01  02 03 04 ff  63 07 fa 00  00 05 00 09  01 00 0d 00  00 "
     "00 00 00   a0 00 00 00  a4\n"
     "-----------------\n"
     "powerrail         = 25.47 V (06d6)\n"
     "Vcc               =  4.17 V (0400)\n"
     "killpower_count   = 5 times\n"
     "undervoltage_count= 6 times\n"
-    "determine_PS_flags= abcd\n"
+    "determine_PS_flags= ab0d\n"
     "-----------------\n"
     "TEKO2_VOLTAGE     = -2.84 V (0010)\n"
     "TEKO2_CURRENT     = -0.028 A (00a0)\n"
@@ -130,7 +130,7 @@ const std::pair<Words, const char*> kSingleLines[] = {
     {{"ext_raw=0x0fff"}, "ext               = 63.74 V (0fff)\n"},
     {{"teko1_imp=0x0907"}, "TEKO1_IMP_0_1     =  7 Ohm\nTEKO1_IMP_1_2     =  9 Ohm\n"},
     {{"teko2_voltage_raw=192"}, "TEKO2_VOLTAGE     =  0.03 V (00c0)\n"},
-    {{"teko1_sense_raw=192", "teko1_hpwr=2"}, ", sense= 0.03 V (00c0), hpwr=2\n"},
+    {{"teko1_sense_raw=192", "teko1_hpwr=16"}, ", sense= 0.03 V (00c0), hpwr=16\n"},
     // 1024.75 on average, taken for 1024
     {{"teko1_hpwr=0", "teko1_cable_sum=4099", "teko1_cable_count=4"}, ", cable=10.55 01003  4, "},
     {{"pse_states=0x0302", "pd_states=0x0504"}, "TEKO2_FSM         = PSE= 3 (check_precondition), PSEmax="},
@@ -273,6 +273,18 @@ TEST(Dump, GoesOnWithWhatCanBeRead) {
         EXPECT_NE(dumps.out.find(c.line, c.out.size()), std::string::npos) << dumps.out.substr(c.out.size());
         EXPECT_EQ(dumps.wire.size(), c.transfers + c.more);
     }
+}
+
+TEST(Dump, DumpsEndsWithTheChargerWordsOfTheDump) {
+    sim::Board board;
+    FakeKernel kernel(board);
+    board.on_transfer = [&](const sim::Transfer& transfer) {
+        if (transfer.number == 106) {  // the last one of the dump
+            board.scenario.cap_status = 0;
+        }
+    };
+    EXPECT_NE(run_tool_words({"--dumps"}).out.find(" CAP=full/"), std::string::npos);
+    EXPECT_NE(run_tool_words({"--status"}).out.find(" CAP=notF/"), std::string::npos);
 }
 
 TEST(StatusPoe, ShowsTheInputOrEndsTheRun) {

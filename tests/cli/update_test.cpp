@@ -87,6 +87,10 @@ TEST_F(Update, DecisionWithoutForce) {
     const std::string erased = "erased other region 1\n";
     const std::string programmed = done() + kOkay;
     const Words upd = {"--upd", path};
+    UpdateFileBytes unnumbered = file;
+    unnumbered.swid0 = unnumbered.swid1 = 0;
+    const std::string unnumbered_path = write_temporary("unnumbered.svu", unnumbered.bytes());
+    const Words upd_unnumbered = {"--upd", unnumbered_path};
     const Words no_reset = {"--without-force-update", "--update-without-reset", "--update", path};
     const struct {
         const char* what;
@@ -108,6 +112,7 @@ TEST_F(Update, DecisionWithoutForce) {
          needed + needed + "error : overall SV MCU update = ERROR\n", 3 * kBeforeErase},
         {"no id, other region with another id", program(0), 0, program(1), 0x0124, upd, erased, programmed, 183},
         {"no id, other region with other content", program(0), 0, {1}, 0x0123, upd, erased, programmed, 183},
+        {"no id anywhere, other region up to date", {1}, 0, program(1), 0, upd_unnumbered, erased, kOkay, 183},
         {"no id, nothing in the other region", program(0), 0, {}, 0, upd, erased, programmed, 183}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -123,6 +128,7 @@ TEST_F(Update, DecisionWithoutForce) {
         EXPECT_EQ(err.substr(err.size() - std::min(err.size(), c.err.size())), c.err);
         EXPECT_EQ(own.wire.size(), c.transfers);
     }
+    std::remove(unnumbered_path.c_str());
 }
 
 TEST_F(Update, SettingsShapeTheEndOfTheUpdate) {

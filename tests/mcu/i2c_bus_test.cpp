@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "mcu/i2c_bus.h"
 
+#include "mcu/charger.h"
 #include "tests/support/device_test.h"
 
 namespace {
@@ -49,4 +50,11 @@ TEST_F(Transfers, StopAtTheFirstChunkThatFails) {
     Bytes bytes(600);
     EXPECT_FALSE(i2c_read(bus, 9, 0, 600, bytes.data()));
     EXPECT_EQ(kernel.wire, (Wire{"R 09 00 256", "R 09 00 256"}));
+}
+
+TEST_F(Transfers, OfTheChargerLeaveZerosFromTheFailedOneOn) {
+    board.add_fault("nack@2");
+    CapRegisters words{1, 2, 3, 4, 5};
+    EXPECT_FALSE(read_charger_registers(bus, words));
+    EXPECT_EQ(words.cap_vin + words.cap_iin + words.cap_vcap + words.cap_ichg, 0);
 }

@@ -53,11 +53,11 @@ TEST(Reset, TransfersPausesAndDots) {
                   "MCU will reset in 5.0s",
                   settle + unanswered(kRequest, 2) + Wire{kRequest} + poll + line_end},
                  // A refusal is not repeated.
-                 {{"fail=0x80@reset-delayed"},
+                 {{"nack@1", "fail=0x80@reset-delayed"},
                   50,
                   false,
                   "MCU has been reset (80)",
-                  settle + Wire{kRequest} + poll + reachable + reset_now},
+                  settle + unanswered(kRequest, 1) + Wire{kRequest} + poll + reachable + reset_now + line_end},
                  {{}, 255, true, "MCU has been reset (ff)", settle + reachable + reset_now},
                  {{"nack@1x2"},
                   255,

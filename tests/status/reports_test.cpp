@@ -107,6 +107,6 @@ TEST(PseAdcReport, NeedsThePagesOnly) {
     EXPECT_EQ(run.err, "SVMCU ERROR: read cmd error, cmd 92, start 0e, result 80\n");
     EXPECT_EQ(run.wire[run.wire.size() - 2], "W 08 0e: 8d");
     // 0x11 stands for what the record lacks: (0x1111 - 190) * 358.15 / (0x1111 / 2.048) - 273.15.
-    const std::string out = run_on_board({"nack@1"}, {"--status-pse-adc"}).out;
+    const std::string out = run_on_board({"nack@34"}, {"--status-pse-adc"}).out;
     EXPECT_NE(out.find(" 45.0  40.0 428.4\n"), std::string::npos) << out;
 }

@@ -45,3 +45,10 @@ TEST_F(FlashRegion, PageSizesThatFitAndThatDoNot) {
         EXPECT_EQ(kernel.wire.size(), transfers);
     }
 }
+
+TEST_F(FlashRegion, ProgressTakesAnotherBackspaceAboveTenPercent) {
+    device.page_size = 512;
+    Bytes buffer(10 * 512);
+    const ToolRun run = capture([&] { return read_memory(device, 0, 10, buffer.data(), 10 * 512) ? 1 : 0; });
+    EXPECT_EQ(run.out.substr(0, 37), "* 0.0%\b\b\b\b\b* 10.0%\b\b\b\b\b* 20.0%\b\b\b\b\b\b*");
+}
