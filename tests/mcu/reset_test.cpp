@@ -53,7 +53,7 @@ TEST(Reset, TransfersPausesAndDots) {
                   "MCU will reset in 5.0s",
                   settle + unanswered(kRequest, 2) + Wire{kRequest} + poll + line_end},
                  // A refusal is not repeated.
-                 {{"nack@1", "fail=0x80@reset-delayed"},
+                 {{"nack@1", "fail=0x80@reset-delayedx2"},
                   50,
                   false,
                   "MCU has been reset (80)",
