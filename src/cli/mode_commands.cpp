@@ -40,7 +40,7 @@ bool log_invalid_value(const ModeParameter& parameter) {
 bool set_settings_word(McuDevice& device, const ModeParameter& parameter, const char* value) {
     const bool is_input_mode = parameter.command == kWriteInputMode;
     uint16_t word = 0;
-    // Read before the value is checked: with both wrong, the operator hears about the MCU.
+    // Read before the value is checked: if both fail, the MCU's error is the one reported.
     if (!run_register_command(device, is_input_mode ? kReadInputMode : kReadEnableWord, &word)) {
         return log_last_error(device);
     }

@@ -10,7 +10,7 @@ inline constexpr size_t kUptimeTextSize = 16;
 void read_uptime(char* text);
 
 /// Reads the sensors of the network side and the display side, in degrees Celsius; 0 for a sensor that cannot be read
-/// or does not return a number. The result is that of the display side.
+/// or does not return a number. Returns whether the display side returned a number.
 bool read_temperatures(float (&temperatures)[2]);
 
 /// Reads GPIO 414, which is low while Power over Ethernet is present. Exports it first if necessary, and never sets its
