@@ -107,11 +107,12 @@ so '.notes[0] == "\u001b[2J" and .file == "raw.svu"' raw.svu
 
 # --- Comparison and extraction
 
-# The flash after an update of region 1. In "flash" region 0 has other content: pages 1 and 2, and its last page.
+# The flash after an update of region 1. In "flash" region 0 has other content: pages 1, 2 and 4, and its last page.
 erased() { head -c "$1" /dev/zero | tr '\0' '\377'; }
 (cat a.bin; erased $((0x20000 - 9)); cat b.bin; erased $((0x22000 - 3))) >held
 cp held flash
 poke flash $((0x3FF)) '\x00\x00'
+poke flash $((0x800)) '\x00'
 poke flash $((0x1FE00)) '\x00'
 poke flash $((0x41FFF)) '\x00'
 cp held unread
@@ -127,8 +128,8 @@ differs() {
 }
 differs 0 "none|none|none|none|none|none" good.svu named.svu
 differs 0 "none|none|holds|none|none|holds|none|none" good.svu held
-differs 1 "1-2|none|does not hold|none|none|holds|255, 527|none" good.svu flash
-differs 1 "1-2|none|does not hold|none|none|holds|255, 527|none" <(cat flash) good.svu
+differs 1 "1-2, 4|none|does not hold|none|none|holds|255, 527|none" good.svu flash
+differs 1 "1-2, 4|none|does not hold|none|none|holds|255, 527|none" <(cat flash) good.svu
 differs 1 "none|none|holds|none|257-258|may hold|none|512" unread good.svu
 differs 1 "none|none|holds|256|257-258|does not hold|none|512" both good.svu
 differs 1 "none|none|none|257-258|none|512" unread unread
