@@ -47,6 +47,7 @@ refused "/dev/null is not a regular file" "${pack[@]}" -o /dev/null --force
 refused "./a.bin is one of the inputs" "${pack[@]}" -o ./a.bin --force
 refused "a.bin is one of the inputs" sv_image pack --region0 b.bin --region1 b.bin --swid 1 --prefix-file a.bin -o a.bin --force
 refused "*No such file or directory" "${pack[@]}" -o none/new.svu
+refused ".: Is a directory" sv_image pack --region0 a.bin --region1 . --swid 1 -o new.svu
 refused "region 0 is longer than 0x20000 bytes" sv_image pack --region0 /dev/zero --region1 b.bin --swid 1 -o new.svu
 for id in 0 65536 0x100000001 99999999999999999999 0x 08 1x -1 " 1" ""; do
   refused "software id '$id' is not a number from 1 to 0xFFFF" sv_image pack --region0 a.bin --region1 b.bin --swid "$id" -o new.svu
