@@ -13,7 +13,8 @@ TEST(Log, NamesEveryLevelAndPassesTheNumberOn) {
     for (const auto& [level, text, name] : cases) {
         sim::Board board;
         FakeKernel kernel(board);
-        const ToolRun run = capture([level = level, &text = text] { return log_message(level, "%s", text.c_str()), 0; });
+        const ToolRun run =
+            capture([level = level, &text = text] { return log_message(level, "%s", text.c_str()), 0; });
         const std::string cut = text.substr(0, 511);
         EXPECT_EQ(run.err, std::string("[21:53:20] ") + name + ": " + cut + "\n");
         EXPECT_EQ(run.out, "");
