@@ -92,7 +92,7 @@ head -c 1000 good.svu >short.svu
 so '.sha256.computed != null and .regions[0].marked_pages == null and .free_bytes == null and .size == 1000' short.svu
 so '.regions[0].checksum | .stored != null and .computed == null and .ok == null' short.svu
 (cat good.svu; head -c $((1048576 - 270913)) /dev/zero) >long.svu
-expect 0 "*size:  *1048576 bytes*" "" sv_image info long.svu
+expect 0 "*size:                     1048576 bytes*" "" sv_image info long.svu
 so '.size == 1048576' long.svu
 echo >>long.svu
 expect 0 "*more than 1048576 bytes*magic offset: *11 bytes*loads:  *no (*" "" sv_image info long.svu
