@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "image/flash_content.h"
-#include "image/sha256.h"
+#include "util/sha256.h"
 #include "util/crc.h"
 #include "util/little_endian.h"
 

@@ -6,7 +6,7 @@
 #include <sstream>
 
 #include "image/host_file.h"
-#include "image/json.h"
+#include "util/json.h"
 #include "image/prefix.h"
 
 namespace {

@@ -7,7 +7,7 @@
 
 #include "image/host_file.h"
 #include "image/prefix.h"
-#include "image/sha256.h"
+#include "util/sha256.h"
 #include "util/crc.h"
 
 namespace {

@@ -19,6 +19,8 @@
 
 #include "sim/host_model.h"
 
+extern "C" int __real_open(const char* path, int flags, ...);
+
 namespace {
 
 constexpr int kFirstBusDescriptor = 100'000;
@@ -100,11 +102,24 @@ std::optional<std::optional<std::string>> faked_file(const std::string& path) {
     return std::nullopt;
 }
 
-std::FILE* open_content(const std::string& content) {
-    std::FILE* file = fdopen(memfd_create("file", MFD_CLOEXEC), "w+b");
-    std::fwrite(content.data(), 1, content.size(), file);
-    std::rewind(file);
-    return file;
+int content_descriptor(const std::string& content) {
+    const int descriptor = memfd_create("file", MFD_CLOEXEC);
+    for (size_t done = 0; done < content.size();) {
+        const ssize_t count = write(descriptor, content.data() + done, content.size() - done);
+        if (count < 0) {
+            std::perror("memfd");
+            std::abort();
+        }
+        done += static_cast<size_t>(count);
+    }
+    lseek(descriptor, 0, SEEK_SET);
+    return descriptor;
+}
+
+/// One file for all openings, as the lock of a board is.
+int open_lock() {
+    static const int lock = memfd_create("lock", MFD_CLOEXEC);
+    return __real_open(("/proc/self/fd/" + std::to_string(lock)).c_str(), O_RDWR | O_CLOEXEC);
 }
 
 ssize_t write_export(void* /*cookie*/, const char* bytes, size_t count) {
@@ -141,7 +156,6 @@ FakeKernel* FakeKernel::current() {
 // The linker sends the tool's calls here (--wrap).
 extern "C" {
 
-int __real_open(const char* path, int flags, ...);
 int __real_ioctl(int fd, unsigned long request, ...);
 int __real_usleep(useconds_t us);
 int __real_clock_gettime(clockid_t clock, timespec* time);
@@ -162,6 +176,12 @@ int __wrap_open(const char* path, int flags, ...) {
         }
         errno = ENOENT;
         return -1;
+    }
+    if (kernel != nullptr && std::strcmp(path, "/run/sv_updater/lock") == 0) {
+        return open_lock();
+    }
+    if (kernel != nullptr && kernel->files.count(path) != 0) {
+        return content_descriptor(kernel->files[path]);
     }
     va_list values;
     va_start(values, flags);
@@ -254,7 +274,7 @@ std::FILE* __wrap_fopen(const char* path, const char* mode) {
                               std::strncmp(path, "/sys/", 5) == 0;
     const auto content = faked_file(path);
     if (content && *content) {
-        return open_content(**content);
+        return fdopen(content_descriptor(**content), "w+b");
     }
     if (content || is_host_file) {
         errno = ENOENT;

@@ -51,6 +51,9 @@ ToolRun capture(Body body) {
 /// Runs "sv_updater WORDS…". REQUIRES: a FakeKernel lives.
 ToolRun run_tool_words(Words words);
 
+/// Runs "sv_ctl WORDS…" in the same way; see ctl_run.cpp.
+ToolRun run_ctl_words(Words words);
+
 /// The log on standard error without its times: "info  : text\n".
 std::string without_times(const std::string& log);
 

@@ -16,11 +16,12 @@ declare -A may_include=(
   [src/mcu]="mcu util"
   [src/log]="log"
   [src/util]="util"
+  [ctl]="ctl status diag update mcu log util"
   [image]="image update mcu util"
   [sim]="sim util mcu/registers.h mcu/flash_geometry.h"
   [bench]="bench"
 )
-ours="cli|status|diag|update|mcu|log|util|image|sim|tests|bench"
+ours="cli|ctl|status|diag|update|mcu|log|util|image|sim|tests|bench"
 checked=0
 while IFS=: read -r file include; do
   folder=${file%/*}
@@ -29,7 +30,7 @@ while IFS=: read -r file include; do
     *" ${include%%/*} "* | *" $include "*) ;;
     *) complain "$file includes $include" ;;
   esac
-done < <(grep -rHoE "^ *# *include *(\"[^\"]*|<($ours)/[^>]*)" src image sim bench | sed 's/: *# *include *["<]/:/')
+done < <(grep -rHoE "^ *# *include *(\"[^\"]*|<($ours)/[^>]*)" src ctl image sim bench | sed 's/: *# *include *["<]/:/')
 [ "$checked" -gt 0 ] || complain "no include was found"
 
 checked=0

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "image/json.h"
+#include "util/json.h"
 
 #include <cstdint>
 #include <cstdio>

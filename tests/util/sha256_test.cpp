@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "image/sha256.h"
+#include "util/sha256.h"
 
 #include <gtest/gtest.h>
 

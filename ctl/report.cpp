@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+#include "ctl/report.h"
+
+#include <cstdio>
+
+#include "util/json.h"
+
+std::string printable(std::string_view bytes) {
+    std::string text;
+    for (const char byte : bytes) {
+        if (byte >= ' ' && byte <= '~') {
+            text += byte;
+        } else {
+            char code[5];
+            std::snprintf(code, sizeof code, "\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
+            text += code;
+        }
+    }
+    return text;
+}
+
+int report_failure(const CommonOptions& options, const Failure& failure) {
+    if (options.json) {
+        const JsonObject object = JsonObject()
+                                      .add("result", json_string("refused"))
+                                      .add("reason", json_string(reason_word(failure.reason)))
+                                      .add("retry", may_retry(failure.reason) ? "true" : "false")
+                                      .add("message", json_string(failure.text));
+        // Result ignored: the status reports the failure, too.
+        static_cast<void>(print_result(object.text() + "\n"));
+    }
+    std::fprintf(stderr, "sv_ctl: %s\n", printable(failure.text).c_str());
+    return failure.reason == Reason::kHeldLock ? kLocked : kRefused;
+}
+
+int print_result(std::string_view text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) {
+        return kDone;
+    }
+    std::fputs("sv_ctl: could not write the result\n", stderr);
+    return kRefused;
+}

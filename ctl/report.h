@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+// What a command prints: the result on standard output, everything for people on standard error.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "ctl/session.h"
+
+/// The bytes with `\x..` in place of each byte that is not printable ASCII: no text from a file, a name or the MCU may
+/// command a terminal or forge a line of a log.
+std::string printable(std::string_view bytes);
+
+/// Ends a command other than update that did not reach its result: prints "sv_ctl: TEXT" on standard error and, with
+/// --json, an object with result, reason, retry and message on standard output. Returns the exit status.
+int report_failure(const CommonOptions& options, const Failure& failure);
+
+/// Prints a result on standard output. Returns kDone, or kRefused when it could not be written.
+int print_result(std::string_view text);

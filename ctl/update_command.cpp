@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: MIT
+#include "ctl/commands.h"
+#include "ctl/report.h"
+
+int run_update_command(const CommonOptions& common, const UpdateOptions& /*options*/) {
+    Failure failure;
+    fail(failure, Reason::kNoBus, "not built yet");
+    return report_failure(common, failure);
+}

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: MIT
+#include "ctl/command_line.h"
+#include "tests/support/tool_run.h"
+
+ToolRun run_ctl_words(Words words) {
+    words.insert(words.begin(), "sv_ctl");
+    std::vector<const char*> argv;
+    for (const std::string& word : words) {
+        argv.push_back(word.c_str());
+    }
+    argv.push_back(nullptr);
+    return capture([&] { return run_ctl(static_cast<int>(words.size()), argv.data()); });
+}
