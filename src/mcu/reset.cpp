@@ -25,14 +25,18 @@ timespec now() {
 /// The progress of waiting: prints one ".(milliseconds)" per failed try.
 class WaitingDots {
 public:
+    explicit WaitingDots(WaitMarks marks) : marks_(marks) {}
+
     /// Waits 100 ms, then prints and returns the milliseconds since the first try began.
     uint32_t wait() {
         usleep(kRetryUs);
         last_ = now();
         const uint32_t ms = elapsed_ms(first_, last_);
-        std::printf(".(%lu)", static_cast<unsigned long>(ms));
-        std::fflush(stdout);
-        printed_ = true;
+        if (marks_ == WaitMarks::kPrinted) {
+            std::printf(".(%lu)", static_cast<unsigned long>(ms));
+            std::fflush(stdout);
+            printed_ = true;
+        }
         return ms;
     }
 
@@ -47,6 +51,7 @@ public:
     }
 
 private:
+    WaitMarks marks_;
     timespec first_ = now();
     timespec last_ = first_;
     bool printed_ = false;
@@ -54,9 +59,9 @@ private:
 
 /// True when the MCU has accepted the request; the report is then set. Otherwise bit 7 of `request_status`, the status
 /// of the last request, is set if the MCU refused it and clear if the request did not finish.
-bool request_delayed_reset(McuDevice& device, uint8_t& request_status) {
+bool request_delayed_reset(McuDevice& device, WaitMarks marks, uint8_t& request_status) {
     const DataFrame frame = delayed_reset_frame(device.reset_delay);
-    WaitingDots dots;
+    WaitingDots dots(marks);
     for (int requests = 1;; ++requests) {
         if (run_frame_command(device, frame.kStart, frame.bytes, frame.kLength, nullptr, 0, &request_status)) {
             dots.end_line();
@@ -83,8 +88,8 @@ bool is_reachable(const McuDevice& device) {
 }
 
 /// `start` is the beginning of the whole reset, from which the report counts.
-void wait_until_reachable(McuDevice& device, const timespec& start, uint8_t request_status) {
-    WaitingDots dots;
+void wait_until_reachable(McuDevice& device, WaitMarks marks, const timespec& start, uint8_t request_status) {
+    WaitingDots dots(marks);
     for (uint32_t waited_ms = 0; waited_ms < kReachLimitMs;) {
         if (is_reachable(device)) {
             note(device, "MCU has been reset (%02x)", request_status);
@@ -105,15 +110,15 @@ uint32_t elapsed_ms(const timespec& from, const timespec& to) {
     return static_cast<uint32_t>(ms + 1000 * seconds);
 }
 
-bool reset_mcu(McuDevice& device) {
+bool reset_mcu(McuDevice& device, WaitMarks marks) {
     usleep(kSettleUs);
     device.info() = McuInfo{};
     const timespec start = now();
     uint8_t request_status = kNoRequest;
-    if (device.reset_now_sync == 0 && request_delayed_reset(device, request_status)) {
+    if (device.reset_now_sync == 0 && request_delayed_reset(device, marks, request_status)) {
         return true;
     }
-    wait_until_reachable(device, start, request_status);
+    wait_until_reachable(device, marks, start, request_status);
     // Result ignored: the MCU resets instead of answering.
     const KeyFrame frame = reset_now_frame();
     static_cast<void>(i2c_write(*device.bus, device.address, frame.kStart, frame.kLength, frame.bytes));

@@ -16,14 +16,10 @@ int other_region(const McuDevice& device) {
     return device.active_region == 0 ? 1 : 0;
 }
 
-// Flattened, like write_segment, because both run for every 32 bytes: a read-back takes a quarter fewer instructions.
-[[gnu::flatten]] void read_page(McuDevice& device, uint16_t page, uint8_t* data) {
+void read_page(McuDevice& device, uint16_t page, uint8_t* data) {
     for (uint32_t offset = 0; offset < device.page_size; offset += kSegmentSize) {
-        uint8_t segment[kSegmentSize];
-        const PageFrame frame = read_segment_frame(page, static_cast<uint8_t>(offset / kSegmentSize));
-        if (run_frame_command(device, frame, segment, sizeof segment)) {
-            std::memcpy(data + offset, segment, sizeof segment);
-        }
+        // Result ignored: what cannot be read stays as it is.
+        static_cast<void>(read_segment(device, page, static_cast<uint8_t>(offset / kSegmentSize), data + offset));
     }
 }
 
@@ -66,6 +62,30 @@ bool write_page(McuDevice& device, uint16_t page, const uint8_t* data, uint16_t 
     if (!run_frame_command(device, commit_frame(page, crc16_buffer(kCrc16Start, data, size)))) {
         return fail(device, "could not write page %03x (%s)", page, device.last_error.c_str());
     }
+    return true;
+}
+
+bool request_enable(McuDevice& device, int region, uint16_t swid, uint16_t checksum) {
+    if (!run_frame_command(device, enable_frame(swid, checksum))) {
+        return fail(device, "could not enable other region (%d, %s)", region, device.last_error.c_str());
+    }
+    return true;
+}
+
+bool request_disable(McuDevice& device, int region) {
+    if (!run_frame_command(device, disable_frame())) {
+        return fail(device, "could not disable current region (%d, %s)", region, device.last_error.c_str());
+    }
+    return true;
+}
+
+// Flattened, like write_segment, because both run for every 32 bytes: a read-back takes a quarter fewer instructions.
+[[gnu::flatten]] bool read_segment(McuDevice& device, uint16_t page, uint8_t segment, uint8_t* data) {
+    uint8_t bytes[kSegmentSize];
+    if (!run_frame_command(device, read_segment_frame(page, segment), bytes, sizeof bytes)) {
+        return false;
+    }
+    std::memcpy(data, bytes, sizeof bytes);
     return true;
 }
 

@@ -21,6 +21,16 @@ bool write_segment(McuDevice& device, uint16_t page, uint8_t segment, const uint
 /// of 32, or is 0x2000 or more), the text of write_segment, or "could not write page …".
 bool write_page(McuDevice& device, uint16_t page, const uint8_t* data, uint16_t size);
 
+/// Enables the region that is not running, number `region`, with the software id and the checksum that it must have.
+/// Failure: "could not enable other region (…)".
+bool request_enable(McuDevice& device, int region, uint16_t swid, uint16_t checksum);
+
+/// Disables the running region, number `region`. Failure: "could not disable current region (…)".
+bool request_disable(McuDevice& device, int region);
+
+/// Reads 32 bytes of a page. Failure: the text of the frame command, with `data` unchanged.
+bool read_segment(McuDevice& device, uint16_t page, uint8_t segment, uint8_t* data);
+
 /// Reads the pages from `first_page` to `end_page` - 1 and stores page p at offset p * page_size of the buffer. Shows
 /// its progress on standard output. A segment that cannot be read leaves its part of the buffer unchanged and is not
 /// reported. Failure, before any transfer: "version info not available" if the identity has not been read, "buffer too

@@ -1,21 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "update/update_procedure.h"
 
-#include <unistd.h>
-
 #include <cstdio>
 
 #include "log/log.h"
 #include "mcu/reset.h"
-#include "mcu/transactions.h"
 #include "update/flash_region.h"
+#include "update/program_pages.h"
 #include "update/progress_line.h"
 #include "util/process.h"
 
 namespace {
-
-constexpr int kPageAttempts = 5;
-constexpr useconds_t kPageRetryUs = 500'000;
 
 struct Region {
     int number;
@@ -61,46 +56,48 @@ bool erase(McuDevice& device, const Region& target) {
     return true;
 }
 
-bool write_page_with_retries(McuDevice& device, uint16_t page, const ProgressLine& progress) {
-    const uint8_t* data = device.file_image.get() + uint32_t{page} * device.file_page_size;
-    for (int attempt = 0; attempt < kPageAttempts; ++attempt) {
-        if (write_page(device, page, data, device.file_page_size)) {
-            return true;
+/// Prints the progress of programming.
+class PrintedPages : public PageObserver {
+public:
+    void begin(uint32_t index, uint32_t pages, bool marked) override {
+        line_.set(index, pages);
+        if (marked) {
+            line_.page();
+        } else {
+            line_.skipped();
         }
-        progress.failed();
-        usleep(kPageRetryUs);
     }
-    std::putchar('\n');
-    return false;
-}
+
+    void failed() override {
+        line_.failed();
+    }
+
+    void end() override {
+        line_.advance();
+    }
+
+    void done() const {
+        line_.done();
+    }
+
+private:
+    ProgressLine line_;
+};
 
 bool write_pages(McuDevice& device, const Region& target) {
-    const uint32_t start = target.number == 0 ? 0 : device.region_size;
-    std::printf("programming, starting at %x\n", start);
-    const uint32_t first_page = start / device.file_page_size;
-    // A region's last page is neither programmed nor covered by the checksum.
-    const uint32_t pages = device.file_region_size / device.file_page_size - 1;
-    ProgressLine progress;
-    for (uint32_t i = 0; i < pages; ++i) {
-        const auto page = static_cast<uint16_t>(first_page + i);
-        progress.set(i, pages);
-        if (device.file_page_map[page] == 0) {
-            progress.skipped();
-        } else {
-            progress.page();
-            if (!write_page_with_retries(device, page, progress)) {
-                return false;
-            }
-        }
-        progress.advance();
+    std::printf("programming, starting at %x\n", target.number == 0 ? 0 : device.region_size);
+    PrintedPages pages;
+    if (!program_pages(device, target.number, pages)) {
+        std::putchar('\n');
+        return false;
     }
-    progress.done();
+    pages.done();
     return true;
 }
 
 bool enable(McuDevice& device, const Region& target) {
-    if (!run_frame_command(device, enable_frame(device.file_swid, target.wanted_crc))) {
-        return fail(device, "could not enable other region (%d, %s)", target.number, device.last_error.c_str());
+    if (!request_enable(device, target.number, device.file_swid, target.wanted_crc)) {
+        return false;
     }
     std::printf("enabled other region %d\n", target.number);
     // Flushed, so that a killed update leaves this line in a pipe or a file, too.
@@ -109,8 +106,8 @@ bool enable(McuDevice& device, const Region& target) {
 }
 
 bool disable(McuDevice& device, const Region& running) {
-    if (!run_frame_command(device, disable_frame())) {
-        return fail(device, "could not disable current region (%d, %s)", running.number, device.last_error.c_str());
+    if (!request_disable(device, running.number)) {
+        return false;
     }
     log_message(kLogInfo, "disabled current region %d", running.number);
     return true;
