@@ -5,9 +5,9 @@
 #include <cstdio>
 
 #include "image/flash_content.h"
-#include "util/sha256.h"
 #include "util/crc.h"
 #include "util/little_endian.h"
+#include "util/sha256.h"
 
 namespace {
 

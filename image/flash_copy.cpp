@@ -7,7 +7,7 @@
 #include <cstring>
 
 #include "image/host_file.h"
-#include "image/inspector.h"
+#include "update/file_notes.h"
 #include "update/update_file.h"
 
 namespace {

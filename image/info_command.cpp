@@ -6,7 +6,7 @@
 #include "image/host_file.h"
 #include "image/info_json.h"
 #include "image/inspector.h"
-#include "image/prefix.h"
+#include "update/file_notes.h"
 #include "update/update_file.h"
 
 namespace {

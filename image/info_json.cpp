@@ -3,11 +3,10 @@
 
 #include <algorithm>
 #include <iterator>
-#include <sstream>
 
 #include "image/host_file.h"
+#include "update/file_notes.h"
 #include "util/json.h"
-#include "image/prefix.h"
 
 namespace {
 
@@ -35,11 +34,6 @@ std::string json_numbers(const std::vector<uint16_t>& numbers) {
     std::transform(numbers.begin(), numbers.end(), values.begin(),
                    [](uint16_t number) { return std::to_string(number); });
     return json_array(values);
-}
-
-std::vector<std::string> split_at_blanks(const std::string& text) {
-    std::istringstream words(text);
-    return {std::istream_iterator<std::string>(words), {}};
 }
 
 std::string sha256_json(const Inspection& file) {
@@ -107,7 +101,7 @@ std::string info_json(const std::string& path, const Inspection& file, const std
         .add("magic_offset", number_if(has_magic, file.magic_offset.value_or(0)))
         .add("notes", json_strings(prefix_lines(file.prefix)))
         .add("version", text_if(named_value(file.prefix, "version")))
-        .add("hwids", json_strings(split_at_blanks(named_value(file.prefix, "hwid").value_or(""))))
+        .add("hwids", json_strings(named_hwids(file.prefix)))
         .add("build", text_if(named_value(file.prefix, "build")))
         .add("sha256", sha256_json(file));
     add_info(object, file);

@@ -3,12 +3,11 @@
 
 #include <algorithm>
 #include <iterator>
-#include <string_view>
 
 #include "image/host_file.h"
-#include "image/prefix.h"
-#include "util/sha256.h"
+#include "update/file_notes.h"
 #include "util/crc.h"
+#include "util/sha256.h"
 
 namespace {
 
@@ -29,18 +28,6 @@ FileBody read_body(const uint8_t* image) {
 }
 
 }  // namespace
-
-std::optional<size_t> find_magic(const std::vector<uint8_t>& bytes) {
-    const auto limit = bytes.begin() + static_cast<ptrdiff_t>(std::min(bytes.size(), kFileSearchSize));
-    // A NUL ends the search, as in the tool.
-    const auto head_end = std::find(bytes.begin(), limit, uint8_t{0});
-    const std::string_view magic(kFileMagic);
-    const auto found = std::search(bytes.begin(), head_end, magic.begin(), magic.end());
-    if (found == head_end) {
-        return std::nullopt;
-    }
-    return static_cast<size_t>(found - bytes.begin());
-}
 
 Inspection inspect_update_file(const std::vector<uint8_t>& bytes, FileEnd end) {
     Inspection found;

@@ -30,9 +30,6 @@ struct Inspection {
     std::string computed_sha256;  ///< from the magic to the end; empty if the end was not read
 };
 
-/// Offset of the magic, searched as the tool searches it.
-std::optional<size_t> find_magic(const std::vector<uint8_t>& bytes);
-
 enum class FileEnd { kIncluded, kCutOff };
 
 /// Inspects any bytes. kCutOff: they are only the start of a file, so its info structure is unknown.

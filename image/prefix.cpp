@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "update/file_notes.h"
+
 namespace {
 
 constexpr struct {
@@ -96,28 +98,4 @@ std::string make_prefix(const PrefixParts& parts, const std::string& sha256, std
         return "prefix or notes hold the magic of the file";
     }
     return {};
-}
-
-std::vector<std::string> prefix_lines(const std::string& prefix) {
-    std::vector<std::string> lines;
-    for (size_t begin = 0, end = 0; begin < prefix.size(); begin = end + 1) {
-        end = std::min(prefix.find('\n', begin), prefix.size());
-        lines.push_back(prefix.substr(begin, end - begin));
-    }
-    return lines;
-}
-
-std::optional<std::string> named_value(const std::string& prefix, const std::string& name) {
-    const std::string start = name + ": ";
-    std::optional<std::string> value;
-    for (const std::string& line : prefix_lines(prefix.substr(0, prefix.rfind('\n') + 1))) {
-        if (line.starts_with(start) && line.size() > start.size()) {
-            value = line.substr(start.size());
-        }
-    }
-    return value;
-}
-
-bool is_printable(const std::string& text) {
-    return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
 }

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The prefix of an update file, before the magic: free bytes, then lines "key: value". The tool ignores it. Four keys
-// have a meaning: version and build (texts), hwid (ids of the hardware that the file is for, four digits each), and
-// sha256 (of the file from the magic to its end).
+// Makes the prefix of an update file, which src/update/file_notes.h describes.
 #pragma once
 
 #include <cstddef>
@@ -26,12 +24,3 @@ struct PrefixParts {
 
 /// Joins the parts and, unless empty, `sha256` as the last line. Returns the error, or an empty text.
 std::string make_prefix(const PrefixParts& parts, const std::string& sha256, std::string& prefix);
-
-/// Splits a prefix into lines; the last one may lack its line end.
-std::vector<std::string> prefix_lines(const std::string& prefix);
-
-/// The value in the last complete line "name: value".
-std::optional<std::string> named_value(const std::string& prefix, const std::string& name);
-
-/// Printable ASCII, no escape sequences.
-bool is_printable(const std::string& text);

@@ -76,19 +76,6 @@ TEST(Inspector, TellsOfATruncatedFileWhatIsThere) {
     EXPECT_FALSE(inspect_update_file(whole, FileEnd::kCutOff).info);
 }
 
-TEST(Inspector, FindsTheFirstMagicInTheFirst1024BytesAsText) {
-    const std::string magic = "SVxMega\n";
-    const std::pair<std::string, std::optional<size_t>> cases[] = {{magic + magic, 0},
-                                                                   {"SVxM" + magic, 4},
-                                                                   {std::string(1016, 'x') + magic, 1016},
-                                                                   {std::string(1017, 'x') + magic, std::nullopt},
-                                                                   {std::string(1, '\0') + magic, std::nullopt},
-                                                                   {"SVxMega", std::nullopt}};
-    for (const auto& [head, offset] : cases) {
-        EXPECT_EQ(inspect_update_file(Bytes(head.begin(), head.end())).magic_offset, offset) << head;
-    }
-}
-
 TEST(Inspector, PagesAsRanges) {
     EXPECT_EQ(page_ranges({}), "none");
     EXPECT_EQ(page_ranges({7}), "7");

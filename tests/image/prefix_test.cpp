@@ -59,16 +59,4 @@ TEST(Prefix, NamedLines) {
     EXPECT_EQ(prefix_or_error({"", {}, {}, {}, "SVxMega"}), "prefix or notes hold the magic of the file");
 }
 
-TEST(Prefix, TheLastWholeLineWithAValueCounts) {
-    using Value = std::optional<std::string>;
-    const std::pair<std::string, Value> cases[] = {
-        {"", std::nullopt},          {"k: v", std::nullopt},   {"k: v\n", "v"},
-        {"a\nk: v\nk: w \nb", "w "}, {"k: v\nk: \n", "v"},     {"k:v\n", std::nullopt},
-        {"ak: v\n", std::nullopt},   {"K: v\n", std::nullopt}, {"k: \xff\n", "\xff"}};
-    for (const auto& [prefix, value] : cases) {
-        EXPECT_EQ(named_value(prefix, "k"), value) << prefix;
-    }
-    EXPECT_EQ(prefix_lines("a\n\nb"), (Texts{"a", "", "b"}));
-}
-
 }  // namespace
