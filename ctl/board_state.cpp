@@ -65,9 +65,7 @@ bool read_board_state(McuDevice& device, BoardState& state, Failure& failure) {
     state.info = device.info();
     state.running_is_file = false;
     state.other_is_file = false;
-    const auto may_be_file = [&](int region) {
-        return region_crc(state.info, region) == file_crc(device, region);
-    };
+    const auto may_be_file = [&](int region) { return region_crc(state.info, region) == file_crc(device, region); };
     if (region_swid(state.info, state.running()) == device.file_swid && may_be_file(state.running()) &&
         !compare_region(device, state.running(), state.running_is_file, failure)) {
         return false;

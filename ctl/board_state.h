@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// What the MCU reports about its two regions, and what that can mean. It does not report whether a region is enabled, nor
-// whether a reset is pending. What is known of it: a complete erase disables a region and sets its software id to 0; an
-// enable sets the id; a disable keeps it; only an enabled region whose content has its recorded checksum starts.
+// What the MCU reports about its two regions, and what that can mean. It does not report whether a region is enabled,
+// nor whether a reset is pending. What is known of it: a complete erase disables a region and sets its software id to
+// 0; an enable sets the id; a disable keeps it; only an enabled region whose content has its recorded checksum starts.
 #pragma once
 
 #include "ctl/outcome.h"

@@ -7,8 +7,8 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <cstdlib>
+#include <cstring>
 
 #include "update/file_notes.h"
 #include "update/reset_vector.h"
@@ -68,7 +68,8 @@ bool parse(McuDevice& device, std::vector<uint8_t>& bytes, Failure& failure) {
     if (!good) {
         return fail(failure, Reason::kBadFile, "no update file for this MCU: %s", device.last_error.c_str());
     }
-    return device.file_swid != 0 || fail(failure, Reason::kBadFile, "its software id is 0, which means an empty region");
+    return device.file_swid != 0 ||
+           fail(failure, Reason::kBadFile, "its software id is 0, which means an empty region");
 }
 
 std::vector<uint16_t> parse_hwids(const std::vector<std::string>& texts) {

@@ -3,7 +3,6 @@
 
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 #include <iterator>
 
 namespace {
@@ -67,12 +66,18 @@ bool may_retry(Reason reason) {
 }
 
 bool fail(Failure& failure, Reason reason, const char* format, ...) {
-    char text[sizeof failure.text];
+    char raw[sizeof failure.text];
     va_list values;
     va_start(values, format);
-    std::vsnprintf(text, sizeof text, format, values);
+    std::vsnprintf(raw, sizeof raw, format, values);
     va_end(values);
-    std::memcpy(failure.text, text, sizeof text);
     failure.reason = reason;
+    size_t length = 0;
+    for (const char* byte = raw; *byte != '\0' && length + sizeof "\\xff" <= sizeof failure.text; ++byte) {
+        // A name or a file may hold what commands a terminal or forges a line of a log.
+        const bool plain = *byte >= ' ' && *byte <= '~';
+        length += static_cast<size_t>(std::snprintf(failure.text + length, sizeof failure.text - length,
+                                                    plain ? "%c" : "\\x%02x", static_cast<unsigned char>(*byte)));
+    }
     return false;
 }

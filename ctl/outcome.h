@@ -52,5 +52,6 @@ struct Failure {
     char text[512] = "";
 };
 
-/// Stores reason and text, cut to 511 characters, and returns false. The values may include the old text.
+/// Stores reason and text and returns false. Cut to 511 characters; a byte that is not printable ASCII becomes \x and
+/// two digits. The values may include the old text.
 bool fail(Failure& failure, Reason reason, const char* format, ...) __attribute__((format(printf, 3, 4)));

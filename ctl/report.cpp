@@ -29,7 +29,7 @@ int report_failure(const CommonOptions& options, const Failure& failure) {
         // Result ignored: the status reports the failure, too.
         static_cast<void>(print_result(object.text() + "\n"));
     }
-    std::fprintf(stderr, "sv_ctl: %s\n", printable(failure.text).c_str());
+    std::fprintf(stderr, "sv_ctl: %s\n", failure.text);
     return failure.reason == Reason::kHeldLock ? kLocked : kRefused;
 }
 

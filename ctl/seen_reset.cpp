@@ -20,17 +20,6 @@ bool read_marker(McuDevice& device, uint8_t& marker) {
     return read_registers(device, kMarkerRegister, 1, &marker);
 }
 
-bool set_marker(McuDevice& device) {
-    for (int attempt = 0; attempt < kMarkerAttempts; ++attempt) {
-        uint8_t marker = 0;
-        if (write_reset_marker(device) && read_marker(device, marker) && marker == device.reset_marker) {
-            return true;
-        }
-        usleep(kPauseUs);
-    }
-    return false;
-}
-
 bool await_restart(McuDevice& device) {
     usleep(kBeginUs);
     for (int pause = 0; pause < kPauses; ++pause) {
@@ -45,6 +34,21 @@ bool await_restart(McuDevice& device) {
 }
 
 }  // namespace
+
+bool set_marker(McuDevice& device) {
+    for (int attempt = 0; attempt < kMarkerAttempts; ++attempt) {
+        if (write_reset_marker(device) && marker_stands(device)) {
+            return true;
+        }
+        usleep(kPauseUs);
+    }
+    return false;
+}
+
+bool marker_stands(McuDevice& device) {
+    uint8_t marker = 0;
+    return read_marker(device, marker) && marker == device.reset_marker;
+}
 
 bool reset_and_see(McuDevice& device, Failure& failure) {
     device.reset_delay = 0;
