@@ -8,6 +8,7 @@
 
 #include "ctl/board_state.h"
 #include "ctl/interruption.h"
+#include "mcu/flash_geometry.h"
 #include "util/byte_buffer.h"
 #include "util/new_file.h"
 
@@ -54,12 +55,11 @@ bool keep_backup(McuDevice& device, const std::string& path, Progress& progress,
         return fail(failure, Reason::kNoMemory, "out of memory for the backup");
     }
     NewFile file;
-    if (!file.create(path.c_str())) {
+    if (!file.create(path.c_str(), Existing::kKept)) {
         return fail_to_write(path, failure);
     }
     if (!read_flash(device, memory.get(), progress, failure)) {
         return false;
     }
-    return (file.write(memory.get(), kMemorySize) && file.put_in_place(Existing::kKept)) ||
-           fail_to_write(path, failure);
+    return (file.write(memory.get(), kMemorySize) && file.put_in_place()) || fail_to_write(path, failure);
 }

@@ -9,6 +9,7 @@
 #include "ctl/firmware_file.h"
 #include "ctl/identify.h"
 #include "ctl/interruption.h"
+#include "mcu/flash_geometry.h"
 #include "update/flash_region.h"
 
 namespace {

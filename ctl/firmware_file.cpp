@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "mcu/flash_geometry.h"
 #include "update/file_notes.h"
 #include "update/reset_vector.h"
 #include "update/update_file.h"

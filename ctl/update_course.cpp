@@ -7,6 +7,7 @@
 #include "ctl/identify.h"
 #include "ctl/interruption.h"
 #include "ctl/seen_reset.h"
+#include "mcu/flash_geometry.h"
 #include "mcu/identity.h"
 #include "update/flash_region.h"
 #include "update/program_pages.h"
