@@ -2,31 +2,13 @@
 #include "image/flash_copy.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 
 #include "image/host_file.h"
 #include "update/file_notes.h"
-#include "update/update_file.h"
 
 namespace {
 
 constexpr uint8_t kUnreadByte = 0x55;
-
-bool parse_bytes(std::vector<uint8_t>& bytes, McuDevice& device, std::string& error) {
-    std::FILE* file = fmemopen(bytes.data(), bytes.size(), "rb");
-    if (file == nullptr) {
-        error = std::strerror(errno);
-        return false;
-    }
-    const bool ok = parse_update_file(device, file);
-    std::fclose(file);
-    if (!ok) {
-        error = device.last_error.c_str();
-    }
-    return ok;
-}
 
 }  // namespace
 
@@ -45,7 +27,7 @@ bool read_flash_copy(const std::string& path, FlashCopy& copy, std::string& erro
         return true;
     }
     McuDevice device(nullptr);
-    if (!parse_bytes(bytes, device, error)) {
+    if (!load_bytes(bytes, device, error)) {
         error = path + ": " + error;
         return false;
     }

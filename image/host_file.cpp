@@ -2,15 +2,14 @@
 #include "image/host_file.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
 #include "update/update_file.h"
+#include "util/new_file.h"
 
 namespace {
 
@@ -19,13 +18,13 @@ bool system_error(const std::string& subject, std::string& error) {
     return false;
 }
 
+/// The answers to what NewFile would refuse as well.
 bool check_target(const std::string& path, Replace replace, std::string& error) {
     struct stat status {};
-    // lstat: a dangling link counts as an existing file.
     if (lstat(path.c_str(), &status) != 0) {
         return true;
     }
-    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+    if (!S_ISREG(status.st_mode)) {
         error = path + " is not a regular file";
         return false;
     }
@@ -41,32 +40,12 @@ std::string directory_of(const std::string& path) {
     return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
 }
 
-bool write_all(int descriptor, const std::vector<uint8_t>& bytes) {
-    for (size_t done = 0; done < bytes.size();) {
-        const ssize_t count = write(descriptor, bytes.data() + done, bytes.size() - done);
-        if (count < 0) {
-            return false;
-        }
-        done += static_cast<size_t>(count);
-    }
-    // mkstemp grants access to the owner only.
-    const mode_t mask = umask(0);
-    umask(mask);
-    return fchmod(descriptor, 0666 & ~mask) == 0 && fsync(descriptor) == 0;
-}
-
-bool fill_and_close(int descriptor, const std::vector<uint8_t>& bytes, const std::string& path, std::string& error) {
-    const bool written = write_all(descriptor, bytes) || system_error("could not write " + path, error);
-    const bool closed = close(descriptor) == 0;
-    return written && (closed || system_error("could not write " + path, error));
-}
-
-bool tool_loads(const std::string& path, std::string& error) {
+bool tool_loads(const std::vector<uint8_t>& bytes, std::string& error) {
     McuDevice device(nullptr);
-    if (load_update_file(device, path.c_str())) {
+    if (load_bytes(bytes, device, error)) {
         return true;
     }
-    error = "the new file does not load: " + std::string(device.last_error.c_str());
+    error = "the new file does not load: " + error;
     return false;
 }
 
@@ -100,20 +79,30 @@ bool is_one_of(const std::string& path, const std::vector<std::string>& files, s
     return false;
 }
 
-bool save_file(const std::string& path, Replace replace, Content content, const std::vector<uint8_t>& bytes,
-               std::string& error) {
-    if (!check_target(path, replace, error)) {
+bool load_bytes(const std::vector<uint8_t>& bytes, McuDevice& device, std::string& error) {
+    // Only read: "rb".
+    std::FILE* file = fmemopen(const_cast<uint8_t*>(bytes.data()), bytes.size(), "rb");
+    if (file == nullptr) {
+        error = std::strerror(errno);
         return false;
     }
-    std::string temporary = directory_of(path) + ".sv_image-XXXXXX";
-    const int descriptor = mkstemp(temporary.data());
-    if (descriptor < 0) {
+    const bool ok = parse_update_file(device, file);
+    std::fclose(file);
+    if (!ok) {
+        error = device.last_error.c_str();
+    }
+    return ok;
+}
+
+bool save_file(const std::string& path, Replace replace, Content content, const std::vector<uint8_t>& bytes,
+               std::string& error) {
+    if (!check_target(path, replace, error) || (content == Content::kUpdateFile && !tool_loads(bytes, error))) {
+        return false;
+    }
+    NewFile file;
+    if (!file.create(path.c_str(), replace == Replace::kYes ? Existing::kReplaced : Existing::kKept)) {
         return system_error("could not create a file in " + directory_of(path), error);
     }
-    if (fill_and_close(descriptor, bytes, path, error) && (content == Content::kAny || tool_loads(temporary, error)) &&
-        (std::rename(temporary.c_str(), path.c_str()) == 0 || system_error("could not write " + path, error))) {
-        return true;
-    }
-    unlink(temporary.c_str());
-    return false;
+    return (file.write(bytes.data(), bytes.size()) && file.put_in_place()) ||
+           system_error("could not write " + path, error);
 }

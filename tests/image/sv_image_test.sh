@@ -42,7 +42,7 @@ cp good.svu before.svu
 ln -s nowhere link
 refused() { expect 1 "" "sv_image: $1" "${@:2}"; }
 refused "good.svu exists*" "${pack[@]}" -o good.svu
-refused "link exists*" "${pack[@]}" -o link
+refused "link is not a regular file" "${pack[@]}" -o link --force
 refused "/dev/null is not a regular file" "${pack[@]}" -o /dev/null --force
 refused "./a.bin is one of the inputs" "${pack[@]}" -o ./a.bin --force
 refused "a.bin is one of the inputs" sv_image pack --region0 b.bin --region1 b.bin --swid 1 --prefix-file a.bin -o a.bin --force
