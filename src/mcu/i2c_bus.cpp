@@ -49,6 +49,10 @@ bool i2c_read_chunks(const I2cBus& bus, uint8_t address, uint8_t start, uint16_t
     return transfer_chunks(bus, address, start, length, data, i2c_read);
 }
 
+bool i2c_functions(const I2cBus& bus, unsigned long& functions) {
+    return bus.fd >= 0 && ioctl(bus.fd, I2C_FUNCS, &functions) >= 0;
+}
+
 bool i2c_write_byte(const I2cBus& bus, uint8_t address, uint8_t reg, uint8_t value) {
     return i2c_write(bus, address, reg, 1, &value);
 }

@@ -59,4 +59,7 @@ inline bool i2c_read(const I2cBus& bus, uint8_t address, uint8_t start, uint16_t
     return i2c_transfer(bus, messages, 2);
 }
 
+/// Reads what the adapter can do: I2C_FUNC_I2C and others of <linux/i2c.h>. Sends nothing on the bus.
+bool i2c_functions(const I2cBus& bus, unsigned long& functions);
+
 bool i2c_write_byte(const I2cBus& bus, uint8_t address, uint8_t reg, uint8_t value);

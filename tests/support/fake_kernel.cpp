@@ -57,6 +57,10 @@ uint64_t wire_bits(std::span<const sim::Message> messages) {
 }
 
 int bus_ioctl(sim::Board& board, unsigned long request, void* argument) {
+    if (request == I2C_FUNCS) {
+        *static_cast<unsigned long*>(argument) = kernel->functions;
+        return 0;
+    }
     if (request != I2C_RDWR) {
         std::fprintf(stderr, "unexpected ioctl %lx on the bus\n", request);
         std::abort();
@@ -83,7 +87,7 @@ int bus_ioctl(sim::Board& board, unsigned long request, void* argument) {
     if (own.on_bus ? own.on_bus(messages) : board.transfer(messages)) {
         return static_cast<int>(rdwr->nmsgs);
     }
-    errno = ENXIO;
+    errno = own.transfer_error;
     return -1;
 }
 
@@ -171,6 +175,10 @@ void __real_openlog(const char* identity, int option, int facility);
 int __wrap_open(const char* path, int flags, ...) {
     int bus = -1;
     if (kernel != nullptr && std::sscanf(path, "/dev/i2c-%d", &bus) == 1) {
+        if (const auto error = kernel->open_errors.find(bus); error != kernel->open_errors.end()) {
+            errno = error->second;
+            return -1;
+        }
         if (kernel->buses.count(bus) != 0 && (flags & O_ACCMODE) == O_RDWR) {
             return kFirstBusDescriptor + bus;
         }

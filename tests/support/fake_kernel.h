@@ -35,11 +35,14 @@ public:
     std::vector<SyslogLine> syslog;
     std::vector<std::string> openlog_identities;
     std::vector<uint32_t> sleeps_us;
-    bool keep_wire = true;          ///< false: neither wire nor sleeps_us are kept, for long runs
-    bool keep_order = false;        ///< true: wire also has "sleep 10000" (us) and "out TEXT", a write to stdout
-    std::vector<std::string> wire;  ///< every ioctl on the bus: "W 08 a5: 42 43" or "R 08 80 32"
-    uint64_t bit_ns = 0;            ///< what a bit on the bus takes: 2,500 at 400 kHz
-    uint64_t bus_ns = 0;            ///< what is left below a microsecond
+    bool keep_wire = true;           ///< false: neither wire nor sleeps_us are kept, for long runs
+    bool keep_order = false;         ///< true: wire also has "sleep 10000" (us) and "out TEXT", a write to stdout
+    std::vector<std::string> wire;   ///< every ioctl on the bus: "W 08 a5: 42 43" or "R 08 80 32"
+    uint64_t bit_ns = 0;             ///< what a bit on the bus takes: 2,500 at 400 kHz
+    uint64_t bus_ns = 0;             ///< what is left below a microsecond
+    std::map<int, int> open_errors;  ///< errno of open for a /dev/i2c-N that cannot be opened
+    unsigned long functions = 1;     ///< of all adapters; 1: I2C_FUNC_I2C
+    int transfer_error = 6;          ///< errno of a transfer that fails; 6: ENXIO, no acknowledge
     /// Answers the transfers in place of the boards. False: no acknowledge.
     std::function<bool(std::span<const sim::Message>)> on_bus;
     std::string exported;  ///< what was written to the GPIO's export file

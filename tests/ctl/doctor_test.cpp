@@ -1,0 +1,216 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "ctl/lock.h"
+#include "tests/support/tool_run.h"
+
+namespace {
+
+constexpr const char* kRows[] = {"node", "rights", "adapter", "address", "frame", "power"};
+
+struct Trouble {
+    const char* row;  ///< the one that fails; null: none
+    const char* reason;
+    const char* text;    ///< a part of what the row says
+    const char* advice;  ///< the command; "": none
+    Words situation;
+    void (*set)(FakeKernel& kernel) = [](FakeKernel&) {};
+    Words options = {};
+};
+
+const Trouble kTroubles[] = {
+    {nullptr, "", "", "", {}},
+    {nullptr, "", "", "", {"source=0", "teko1_connected=0", "poe=0"}},
+    {"node",
+     "no-bus",
+     "No such file or directory; buses of this host: 1 (a), 4 (b)",
+     "sv_ctl doctor --bus 1 --addr 0x08",
+     {},
+     [](FakeKernel& kernel) {
+         kernel.open_errors = {{0, ENOENT}};
+         kernel.files = {{"/sys/class/i2c-dev/i2c-1/name", "a\n"}, {"/sys/class/i2c-dev/i2c-4/name", "b\n"}};
+     }},
+    {"node",
+     "no-bus",
+     "buses of this host: 0 (a)",
+     "sudo modprobe i2c-dev",
+     {},
+     [](FakeKernel& kernel) {
+         kernel.open_errors = {{0, ENOENT}};
+         kernel.files = {{"/sys/bus/i2c/devices/i2c-0/name", "a\n"}};
+     }},
+    {"node",
+     "no-bus",
+     "buses of this host: none",
+     "sudo modprobe i2c-dev",
+     {},
+     [](FakeKernel& kernel) {
+         kernel.open_errors = {{0, ENOENT}};
+     }},
+    {"rights",
+     "no-permission",
+     "Permission denied; members of the group i2c may",
+     "sudo sv_ctl doctor --bus 0 --addr 0x08",
+     {},
+     [](FakeKernel& kernel) {
+         kernel.open_errors = {{0, EACCES}};
+     }},
+    {"adapter",
+     "bad-adapter",
+     "cannot send I2C messages",
+     "i2cdetect -F 0",
+     {},
+     [](FakeKernel& kernel) { kernel.functions = 0x0EFF0008; }},
+    {"adapter",
+     "stuck-bus",
+     "timed out",
+     "sv_ctl doctor --bus 0 --addr 0x08",
+     {"mcu=off"},
+     [](FakeKernel& kernel) { kernel.transfer_error = ETIMEDOUT; }},
+    {"address", "no-answer", "nothing answers at address 0x08", "sv_ctl doctor --bus 0 --addr 0x08", {"mcu=off"}},
+    {"address",
+     "no-answer",
+     "nothing answers at address 0x08",
+     "sv_ctl doctor --bus 1 --addr 0x08",
+     {"mcu=off"},
+     [](FakeKernel& kernel) {
+         kernel.files = {{"/sys/class/i2c-dev/i2c-1/name", "a\n"}};
+     }},
+    {"address",
+     "wrong-address",
+     "nothing answers at address 0x21 of /dev/i2c-0; the MCU is at 0x08",
+     "sv_ctl doctor --bus 0 --addr 0x08",
+     {},
+     [](FakeKernel&) {},
+     {"--addr", "0x21"}},
+    {"address",
+     "wrong-address",
+     "another device answers at address 0x09",
+     "sv_ctl doctor --bus 0 --addr 0x08",
+     {},
+     [](FakeKernel&) {},
+     {"--addr", "9"}},
+    {"address",
+     "held-address",
+     "the kernel driver at24 holds address 0x08",
+     "sudo sh -c 'echo 0-0008 >/sys/bus/i2c/devices/0-0008/driver/unbind'",
+     {},
+     [](FakeKernel& kernel) {
+         kernel.files = {{"/sys/bus/i2c/devices/0-0008/uevent", "DRIVER=at24\nMODALIAS=i2c:24c02\n"}};
+     }},
+    {"frame",
+     "busy-mcu",
+     "does not finish an identity frame",
+     "sudo fuser --verbose /dev/i2c-0",
+     {"hang@read-versionx*"}},
+    {"frame", "wrong-hardware", "unknown HWID", "sv_updater --bus 0 --addr 0x08 --version", {"hwid=9"}},
+    {"frame",
+     "wrong-hardware",
+     "invalid region size",
+     "sv_updater --bus 0 --addr 0x08 --version",
+     {"reported_region_size=65536"}},
+    {"frame",
+     "wrong-hardware",
+     "checksum of the identity is wrong",
+     "sv_updater --bus 0 --addr 0x20 --version",
+     {"mcu_address=0x20", "version_crc_good=off"},
+     [](FakeKernel&) {},
+     {"--addr", "0x20"}},
+    {"power",
+     "no-power",
+     "no source feeds the board",
+     "sv_ctl status --bus 0 --addr 0x08 --lock 'doctor'\\''s lock'",
+     {"source=0", "teko1_connected=0"},
+     [](FakeKernel&) {},
+     {"--lock", "doctor's lock"}},
+    {"power", "no-answer", "does not report its power state", "sv_ctl status --bus 0 --addr 0x08", {"nack@reg-00x*"}},
+};
+
+/// The words of a doctor's row in the plain output: "address", "failed", the text.
+std::string line_of(const std::string& out, const std::string& row) {
+    const size_t start = out.find(row + " ");
+    return start == std::string::npos ? "" : out.substr(start, out.find('\n', start) - start);
+}
+
+TEST(Doctor, EachTroubleFailsItsRow) {
+    for (const Trouble& trouble : kTroubles) {
+        SCOPED_TRACE(std::string(trouble.row == nullptr ? "healthy" : trouble.row) + ": " + trouble.text);
+        sim::Board board;
+        set_up(board, trouble.situation);
+        FakeKernel kernel(board);
+        trouble.set(kernel);
+        Words words = trouble.options;
+        words.insert(words.begin(), "doctor");
+        const ToolRun run = run_ctl_words(words);
+        EXPECT_EQ(run.status, trouble.row == nullptr ? 0 : 4) << run.err;
+        EXPECT_EQ(run.err, "");
+        bool failed = false;
+        for (const char* row : kRows) {
+            const bool fails = trouble.row != nullptr && std::string(row) == trouble.row;
+            const std::string state = fails ? "failed" : failed ? "not tried" : "ok";
+            const std::string line = line_of(run.out, row);
+            EXPECT_EQ(line.substr(9, state.size()), state) << run.out;
+            EXPECT_TRUE(!fails || line.find(trouble.text) != std::string::npos) << line;
+            failed = failed || fails;
+        }
+        const std::string advice = std::string(": ") + trouble.advice + "\n";
+        EXPECT_EQ(failed, run.out.find("what to do: ") != std::string::npos);
+        EXPECT_TRUE(!failed || run.out.ends_with(advice)) << run.out;
+        EXPECT_EQ(board.violations, Words{});
+
+        words.push_back("--json");
+        const ToolRun json = run_ctl_words(words);
+        EXPECT_EQ(json.status, run.status);
+        unlink("doctor's lock");
+        EXPECT_NE(json.out.find(std::string("\"reason\":\"") + trouble.reason + "\""), std::string::npos) << json.out;
+    }
+}
+
+TEST(Doctor, OnlyReads) {
+    sim::Board board;
+    FakeKernel kernel(board);
+    ASSERT_EQ(run_ctl_words({"doctor"}).status, 0);
+    Words writes;
+    for (const std::string& line : kernel.wire) {
+        if (line.front() == 'W') {
+            writes.push_back(line);
+        }
+    }
+    EXPECT_EQ(writes, (Words{"W 08 a6: 00", "W 08 a6: 05", "W 08 a6: 01"}));
+    EXPECT_EQ(board.violations, Words{});
+}
+
+TEST(Doctor, JsonIsOneObject) {
+    sim::Board board;
+    set_up(board, {"hwid=9"});
+    FakeKernel kernel(board);
+    const std::string expected =
+        R"j({"result":"failed","reason":"wrong-hardware","retry":false,)j"
+        R"j("message":"address 0x08 of /dev/i2c-0 has an unsupported MCU: unknown HWID (id 0009)",)j"
+        R"j("rows":[{"row":"node","state":"ok","text":"/dev/i2c-0"},)j"
+        R"j({"row":"rights","state":"ok","text":"reading and writing"},)j"
+        R"j({"row":"adapter","state":"ok","text":"I2C messages"},)j"
+        R"j({"row":"address","state":"ok","text":"0x08"},{"row":"frame","state":"failed",)j"
+        R"j("text":"address 0x08 of /dev/i2c-0 has an unsupported MCU: unknown HWID (id 0009)"},)j"
+        R"j({"row":"power","state":"not tried","text":""}],"remedy":"see all that the MCU reports of itself",)j"
+        R"j("advice":["sv_updater","--bus","0","--addr","0x08","--version"]})j";
+    EXPECT_EQ(run_ctl_words({"doctor", "--json"}).out, expected + "\n");
+}
+
+TEST(Doctor, WaitsForTheLock) {
+    sim::Board board;
+    FakeKernel kernel(board);
+    Lock update;
+    Failure failure;
+    ASSERT_TRUE(update.take(kDefaultLock, Sharing::kAlone, 0, failure));
+    const ToolRun run = run_ctl_words({"doctor"});
+    EXPECT_EQ(run.status, 75);
+    EXPECT_EQ(run.err, "sv_ctl: somebody else holds the lock /run/sv_updater/lock\n");
+    EXPECT_GE(kernel.slept_us, 5'000'000U);
+    EXPECT_EQ(kernel.wire, Words{});
+}
+
+}  // namespace
