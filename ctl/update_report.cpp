@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <new>
 
+#include "ctl/advice.h"
 #include "ctl/report.h"
 #include "util/json.h"
 
@@ -88,26 +89,6 @@ std::string message_of(const UpdateReport& report, bool check) {
            hex4(region_crc(info, info.active_region));
 }
 
-/// A word as a shell takes it.
-std::string quoted(const std::string& word) {
-    const char* plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_./=,:+@%";
-    if (!word.empty() && word.find_first_not_of(plain) == std::string::npos) {
-        return word;
-    }
-    const bool printable_word = printable(word) == word;
-    std::string text = printable_word ? "'" : "$'";
-    for (const char byte : word) {
-        if (printable_word && byte == '\'') {
-            text += "'\\''";
-        } else if (!printable_word && (byte == '\'' || byte == '\\')) {
-            text += std::string("\\") + byte;
-        } else {
-            text += printable(std::string_view(&byte, 1));
-        }
-    }
-    return text + "'";
-}
-
 void print_json(const CommonOptions& common, const UpdateOptions& options, const McuDevice& device,
                 const UpdateReport& report) {
     char seconds[32];
@@ -150,12 +131,9 @@ void print_text(const CommonOptions& common, const UpdateOptions& options, const
     }
     std::fprintf(stderr, "sv_ctl: %s: %s\n", result_word(report, options.check), report.failure.text);
     if (report.status == kFailed || report.status == kUnconfirmed) {
-        std::string line;
-        for (const std::string& word : repeat_words(common, options)) {
-            line += ' ' + quoted(word);
-        }
-        std::fprintf(stderr, "%srepeat it:%s\n",
-                     report.status == kFailed ? "" : "keep the power on, do not reset the MCU, and ", line.c_str());
+        std::fprintf(stderr, "%srepeat it: %s\n",
+                     report.status == kFailed ? "" : "keep the power on, do not reset the MCU, and ",
+                     shell_line(repeat_words(common, options)).c_str());
         std::fputs("an MCU that stays silent after its power was cut needs its programming adapter\n", stderr);
     }
 }
@@ -163,10 +141,7 @@ void print_text(const CommonOptions& common, const UpdateOptions& options, const
 }  // namespace
 
 std::vector<std::string> repeat_words(const CommonOptions& common, const UpdateOptions& options) {
-    char address[8];
-    std::snprintf(address, sizeof address, "0x%02x", common.address);
-    std::vector<std::string> words = {"sv_ctl", "update", "--bus",  common.bus,
-                                      "--addr", address,  "--lock", common.lock};
+    std::vector<std::string> words = ctl_words(common, "update");
     const std::pair<bool, const char*> flags[] = {{common.json, "--json"},
                                                   {options.sure, "--sure"},
                                                   {!options.verify, "--no-verify"},
