@@ -76,7 +76,7 @@ function(sv_fake_kernel program)
   # The second line: the names that headers give to some calls with 64-bit time or file offsets, or when fortified.
   foreach(
     call
-    open ioctl usleep clock_gettime time openlog syslog fopen access malloc
+    open ioctl usleep clock_gettime time openlog syslog fopen access malloc fstat flock read write fsync linkat
     open64 __ioctl_time64 __clock_gettime64 __time64 __syslog_chk fopen64)
     target_link_options(${program} PRIVATE -Wl,--wrap=${call})
   endforeach()

@@ -9,5 +9,8 @@ ToolRun run_ctl_words(Words words) {
         argv.push_back(word.c_str());
     }
     argv.push_back(nullptr);
-    return capture([&] { return run_ctl(static_cast<int>(words.size()), argv.data()); });
+    return capture([&] {
+        const ProgramCalls calls;
+        return run_ctl(static_cast<int>(words.size()), argv.data());
+    });
 }

@@ -4,7 +4,9 @@
 #include <fcntl.h>
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
+#include <sys/file.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,6 +17,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <new>
 #include <optional>
 
 #include "sim/host_model.h"
@@ -30,6 +33,17 @@ constexpr bool kWideTime = sizeof(time_t) > sizeof(long);
 constexpr bool kWideOffsets = sizeof(off_t) > sizeof(long);
 
 FakeKernel* kernel = nullptr;
+
+int own_calls = 1;  // 0: the program under test calls
+
+/// Counts a call of the program under test; true when it is to fail.
+bool fails(int error) {
+    if (kernel == nullptr || own_calls != 0 || ++kernel->calls != kernel->failing_call) {
+        return false;
+    }
+    errno = error;
+    return true;
+}
 
 std::string describe(std::span<const sim::Message> messages) {
     char text[32];
@@ -132,6 +146,7 @@ ssize_t write_export(void* /*cookie*/, const char* bytes, size_t count) {
 }
 
 void keep_log_line(int priority, const char* format, va_list values) {
+    const OwnCalls own;
     char text[2048];
     std::vsnprintf(text, sizeof text, format, values);
     if (kernel != nullptr) {
@@ -157,6 +172,22 @@ FakeKernel* FakeKernel::current() {
     return kernel;
 }
 
+OwnCalls::OwnCalls() {
+    ++own_calls;
+}
+
+OwnCalls::~OwnCalls() {
+    --own_calls;
+}
+
+ProgramCalls::ProgramCalls() {
+    --own_calls;
+}
+
+ProgramCalls::~ProgramCalls() {
+    ++own_calls;
+}
+
 // The linker sends the tool's calls here (--wrap).
 extern "C" {
 
@@ -173,6 +204,10 @@ void* __real_malloc(size_t size);
 void __real_openlog(const char* identity, int option, int facility);
 
 int __wrap_open(const char* path, int flags, ...) {
+    if (fails(EMFILE)) {
+        return -1;
+    }
+    const OwnCalls own;
     int bus = -1;
     if (kernel != nullptr && std::sscanf(path, "/dev/i2c-%d", &bus) == 1) {
         if (const auto error = kernel->open_errors.find(bus); error != kernel->open_errors.end()) {
@@ -204,6 +239,7 @@ int __wrap_ioctl(int fd, unsigned long request, ...) {
     void* argument = va_arg(values, void*);
     va_end(values);
     if (kernel != nullptr && fd >= kFirstBusDescriptor) {
+        const OwnCalls own;
         return bus_ioctl(*kernel->buses.at(fd - kFirstBusDescriptor), request, argument);
     }
     return __real_ioctl(fd, request, argument);
@@ -213,6 +249,7 @@ int __wrap_usleep(useconds_t us) {
     if (kernel == nullptr) {
         return __real_usleep(us);
     }
+    const OwnCalls own;
     if (kernel->keep_wire) {
         kernel->sleeps_us.push_back(us);
     }
@@ -243,6 +280,7 @@ time_t __wrap_time(time_t* out) {
 }
 
 void __wrap_openlog(const char* identity, int option, int facility) {
+    const OwnCalls own;
     if (kernel == nullptr) {
         __real_openlog(identity, option, facility);
         return;
@@ -274,6 +312,10 @@ std::FILE* __wrap_fopen(const char* path, const char* mode) {
     if (kernel == nullptr) {
         return open_really(path, mode);
     }
+    if (fails(EMFILE)) {
+        return nullptr;
+    }
+    const OwnCalls own;
     if (std::strcmp(path, sim::kGpioExport) == 0) {
         kernel->exported.clear();
         return fopencookie(nullptr, mode, {nullptr, write_export, nullptr, nullptr});
@@ -296,7 +338,7 @@ void* __wrap_malloc(size_t size) {
         errno = ENOMEM;
         return nullptr;
     }
-    return __real_malloc(size);
+    return fails(ENOMEM) ? nullptr : __real_malloc(size);
 }
 
 int __wrap_access(const char* path, int kind) {
@@ -304,6 +346,38 @@ int __wrap_access(const char* path, int kind) {
         return __real_access(path, kind);
     }
     return kernel->buses[0]->scenario.gpio_exported ? 0 : -1;
+}
+
+// These only fail, see failing_call.
+int __real_fstat(int fd, struct stat* status);
+int __real_flock(int fd, int operation);
+ssize_t __real_read(int fd, void* bytes, size_t count);
+ssize_t __real_write(int fd, const void* bytes, size_t count);
+int __real_fsync(int fd);
+int __real_linkat(int old_folder, const char* old_path, int folder, const char* path, int flags);
+
+int __wrap_fstat(int fd, struct stat* status) {
+    return fails(EIO) ? -1 : __real_fstat(fd, status);
+}
+
+int __wrap_flock(int fd, int operation) {
+    return fails(ENOLCK) ? -1 : __real_flock(fd, operation);
+}
+
+ssize_t __wrap_read(int fd, void* bytes, size_t count) {
+    return fails(EIO) ? -1 : __real_read(fd, bytes, count);
+}
+
+ssize_t __wrap_write(int fd, const void* bytes, size_t count) {
+    return fails(ENOSPC) ? -1 : __real_write(fd, bytes, count);
+}
+
+int __wrap_fsync(int fd) {
+    return fails(EIO) ? -1 : __real_fsync(fd);
+}
+
+int __wrap_linkat(int old_folder, const char* old_path, int folder, const char* path, int flags) {
+    return fails(EIO) ? -1 : __real_linkat(old_folder, old_path, folder, path, flags);
 }
 
 // Where off_t or time_t is wider than the processor's long, the C library's headers rename these calls.
@@ -315,3 +389,19 @@ SV_TWIN(clock_gettime, __clock_gettime64);
 SV_TWIN(time, __time64);
 
 }  // extern "C"
+
+void* operator new(size_t size) {
+    void* memory = __wrap_malloc(size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    return memory;
+}
+
+void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+
+void operator delete(void* memory, size_t /*size*/) noexcept {
+    std::free(memory);
+}

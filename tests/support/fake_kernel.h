@@ -47,10 +47,30 @@ public:
     std::function<bool(std::span<const sim::Message>)> on_bus;
     std::string exported;  ///< what was written to the GPIO's export file
     bool export_works = true;
-    size_t largest_block = SIZE_MAX;          ///< no memory is left for anything larger
+    size_t largest_block = SIZE_MAX;  ///< no memory is left for anything larger
+    /// The call with this number fails: malloc, new, open, fstat, flock, read, write, fsync, linkat; 0: none. Transfers
+    /// on the bus do not count.
+    uint64_t failing_call = 0;
+    uint64_t calls = 0;
     uint64_t now_us = 1'763'330'000'000'000;  ///< 2025-11-16 21:53:20 UTC
     uint64_t slept_us = 0;
 
 private:
     FakeKernel* older_;
+};
+
+/// While it lives, the calls of this thread are those of the program under test, see FakeKernel::failing_call.
+struct ProgramCalls {
+    ProgramCalls();
+    ~ProgramCalls();
+    ProgramCalls(const ProgramCalls&) = delete;
+    ProgramCalls& operator=(const ProgramCalls&) = delete;
+};
+
+/// While it lives, they are those of the test again.
+struct OwnCalls {
+    OwnCalls();
+    ~OwnCalls();
+    OwnCalls(const OwnCalls&) = delete;
+    OwnCalls& operator=(const OwnCalls&) = delete;
 };

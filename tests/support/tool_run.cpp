@@ -11,11 +11,13 @@ namespace {
 constexpr size_t kBufferSize = 65536;  // as the tool's own for a pipe
 
 ssize_t write_text(void* cookie, const char* bytes, size_t count) {
+    const OwnCalls own;
     static_cast<std::string*>(cookie)->append(bytes, count);
     return static_cast<ssize_t>(count);
 }
 
 ssize_t write_output(void* cookie, const char* bytes, size_t count) {
+    const OwnCalls own;
     FakeKernel* kernel = FakeKernel::current();
     if (kernel != nullptr && kernel->keep_order) {
         kernel->wire.push_back("out " + std::string(bytes, count));

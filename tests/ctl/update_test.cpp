@@ -1,0 +1,308 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <map>
+
+#include "mcu/flash_geometry.h"
+#include "tests/support/tool_run.h"
+#include "tests/support/update_file_bytes.h"
+
+namespace {
+
+constexpr const char* kFile = "new.svu";
+constexpr uint8_t kJumpTo0[] = {0x0C, 0x94, 0x10, 0x00};  // jmp 0x00020 in region 0
+constexpr uint8_t kJumpTo1[] = {0x0D, 0x94, 0x10, 0x00};  // jmp 0x20020 in region 1
+
+UpdateFileBytes make_file() {
+    UpdateFileBytes file;
+    file.fill_pages({0, 1, 256, 257});
+    std::copy_n(kJumpTo0, 4, file.image.begin());
+    std::copy_n(kJumpTo1, 4, file.image.begin() + kRegionSize);
+    return file;
+}
+
+/// A board, a file, and one call after the other.
+struct Trial {
+    sim::Board board;
+    FakeKernel kernel{board};
+    UpdateFileBytes file = make_file();
+
+    Trial() {
+        kernel.keep_wire = false;
+    }
+
+    void save() {
+        const std::vector<uint8_t> bytes = file.bytes();
+        kernel.files[kFile].assign(bytes.begin(), bytes.end());
+    }
+
+    ToolRun update(Words options = {}) {
+        save();
+        Words words = {"update", "--json", kFile};
+        words.insert(words.end(), options.begin(), options.end());
+        return run_ctl_words(words);
+    }
+
+    bool holds_file(int region) const {
+        const std::vector<uint8_t> wanted = file.programmed(region);
+        return std::equal(wanted.begin(), wanted.end(), board.flash.memory().begin() + region * ptrdiff_t{kRegionSize});
+    }
+};
+
+std::string member(const std::string& json, const std::string& name) {
+    const size_t at = json.find("\"" + name + "\":");
+    const size_t begin = at + name.size() + 3;
+    return at == std::string::npos ? "missing" : json.substr(begin, json.find_first_of(",}", begin) - begin);
+}
+
+struct Case {
+    const char* name;
+    Words situation;  ///< of the board
+    Words options;
+    int status;
+    const char* reason;
+    const char* row;
+    const char* next_start;
+    unsigned resets;
+    void (*prepare)(Trial& test) = [](Trial&) {};
+};
+
+void install(Trial& test, int region, uint16_t swid, bool enabled) {
+    std::vector<uint8_t> program = test.file.programmed(region);
+    test.board.flash.install(region, program, swid);
+    test.board.flash.regions[static_cast<size_t>(region)].enabled = enabled;
+    test.board.flash.latest = 0;
+}
+
+const Case kCases[] = {
+    {"a first update", {}, {}, 0, "null", "\"blank\"", "\"same\"", 1},
+    {"the same without reading back", {}, {"--no-verify"}, 0, "null", "\"blank\"", "\"same\"", 1},
+    {"checked only", {}, {"--check"}, 0, "null", "\"blank\"", "null", 0},
+    {"it runs already",
+     {},
+     {},
+     3,
+     "null",
+     "\"runs-alone\"",
+     "\"same\"",
+     0,
+     [](Trial& test) { install(test, 0, 0x0123, true); }},
+    {"it runs, and another one may start",
+     {},
+     {},
+     3,
+     "null",
+     "\"runs\"",
+     "\"unknown\"",
+     0,
+     [](Trial& test) {
+         install(test, 0, 0x0123, true);
+         test.board.flash.regions[1].swid = 0x0100;
+     }},
+    {"that must be proved",
+     {},
+     {"--sure"},
+     3,
+     "null",
+     "\"runs\"",
+     "\"same\"",
+     1,
+     [](Trial& test) {
+         install(test, 0, 0x0123, true);
+         test.board.flash.regions[1].swid = 0x0100;
+     }},
+    {"it runs disabled, which only --sure can repair",
+     {},
+     {"--sure"},
+     0,
+     "null",
+     "\"runs-alone\"",
+     "\"same\"",
+     1,
+     [](Trial& test) { install(test, 0, 0x0123, false); }},
+    {"the other region holds it, enabled",
+     {},
+     {},
+     0,
+     "null",
+     "\"held\"",
+     "\"unknown\"",
+     1,
+     [](Trial& test) {
+         install(test, 1, 0x0123, true);
+         test.board.flash.regions[0].enabled = false;
+     }},
+    {"the other region holds it, disabled",
+     {},
+     {},
+     0,
+     "null",
+     "\"held\"",
+     "\"same\"",
+     2,
+     [](Trial& test) { install(test, 1, 0x0123, false); }},
+    {"programmed and never enabled",
+     {},
+     {},
+     0,
+     "null",
+     "\"never-enabled\"",
+     "\"same\"",
+     1,
+     [](Trial& test) { install(test, 1, 0, false); }},
+    {"over an older firmware",
+     {},
+     {},
+     0,
+     "null",
+     "\"former\"",
+     "\"same\"",
+     2,
+     [](Trial& test) { test.board.flash.regions[1].swid = 0x0100; }},
+    {"a page that is lost unnoticed", {"skip@commit/256"}, {}, 0, "null", "\"blank\"", "\"same\"", 1},
+    {"a page that is lost each time", {"skip@commit/256x*"}, {}, 6, "\"verify-failed\"", "\"blank\"", "null", 0},
+    {"nothing is written any more", {"fail@commit/257x*"}, {}, 6, "\"write-failed\"", "\"blank\"", "null", 0},
+    {"the same, where the old firmware was seen to start",
+     {"fail@commit/257x*"},
+     {},
+     5,
+     "\"write-failed\"",
+     "\"former\"",
+     "null",
+     1,
+     [](Trial& test) { test.board.flash.regions[1].swid = 0x0100; }},
+    {"no reset happens",
+     {"skip@reset-delayedx*"},
+     {},
+     6,
+     "\"reset-not-seen\"",
+     "\"former\"",
+     "null",
+     0,
+     [](Trial& test) { test.board.flash.regions[1].swid = 0x0100; }},
+    {"one reset is lost", {"skip@reset-delayed"}, {}, 0, "null", "\"blank\"", "\"same\"", 1},
+    {"the enable is refused", {"fail@enablex*"}, {}, 6, "\"enable-failed\"", "\"blank\"", "null", 0},
+    {"no MCU", {"mcu=off"}, {}, 4, "\"no-answer\"", "null", "null", 0},
+    {"an MCU that is never done", {"hang@read-versionx*"}, {}, 4, "\"busy-mcu\"", "null", "null", 0},
+    {"unknown hardware", {"hwid=4"}, {}, 4, "\"wrong-hardware\"", "null", "null", 0},
+    {"no power", {"source=0", "teko1_connected=0"}, {}, 4, "\"no-power\"", "\"blank\"", "null", 0},
+    {"no power, and who cares",
+     {"source=0", "teko1_connected=0"},
+     {"--any-power"},
+     0,
+     "null",
+     "\"blank\"",
+     "\"same\"",
+     1},
+    {"another bus", {}, {"--bus", "3"}, 4, "\"no-bus\"", "null", "null", 0},
+    {"no such file", {}, {}, 4, "\"bad-file\"", "null", "null", 0, [](Trial& test) { test.file.crc_error = 1; }},
+    {"software id 0",
+     {},
+     {},
+     4,
+     "\"bad-file\"",
+     "null",
+     "null",
+     0,
+     [](Trial& test) { test.file.swid0 = test.file.swid1 = 0; }},
+    {"another SHA-256",
+     {},
+     {},
+     4,
+     "\"bad-file\"",
+     "null",
+     "null",
+     0,
+     [](Trial& test) { test.file.prefix = "sha256: 00\n"; }},
+    {"for other hardware",
+     {},
+     {},
+     4,
+     "\"wrong-hardware\"",
+     "\"blank\"",
+     "null",
+     0,
+     [](Trial& test) { test.file.prefix = "hwid: 0001 0002\n"; }},
+    {"for this hardware",
+     {},
+     {},
+     0,
+     "null",
+     "\"blank\"",
+     "\"same\"",
+     1,
+     [](Trial& test) { test.file.prefix = "hwid: 0001 0003\n"; }},
+    {"no program",
+     {},
+     {},
+     4,
+     "\"bad-file\"",
+     "\"blank\"",
+     "null",
+     0,
+     [](Trial& test) { test.file.image[kRegionSize + 1] = 0x00; }},
+    {"no program, and meant so",
+     {},
+     {"--any-content"},
+     0,
+     "null",
+     "\"blank\"",
+     "\"same\"",
+     1,
+     [](Trial& test) { test.file.image[kRegionSize + 1] = 0x00; }},
+};
+
+TEST(CtlUpdate, EachEndHasItsStatusReasonAndRow) {
+    for (const Case& c : kCases) {
+        SCOPED_TRACE(c.name);
+        Trial trial;
+        set_up(trial.board, c.situation);
+        c.prepare(trial);
+        trial.board.flash.history.clear();
+        const ToolRun run = trial.update(c.options);
+        EXPECT_EQ(run.status, c.status);
+        EXPECT_EQ(member(run.out, "exit"), std::to_string(c.status));
+        EXPECT_EQ(member(run.out, "reason"), c.reason);
+        EXPECT_EQ(member(run.out, "row"), c.row);
+        EXPECT_EQ(member(run.out, "next_start"), c.next_start);
+        EXPECT_EQ(member(run.out, "resets"), std::to_string(c.resets));
+        EXPECT_EQ(trial.board.violations, Words{});
+        if (c.status == 0 && !std::count(c.options.begin(), c.options.end(), "--check")) {
+            EXPECT_TRUE(trial.holds_file(trial.board.flash.running()));
+        } else if (c.status <= 4 && c.resets == 0) {
+            EXPECT_TRUE(trial.board.flash.history.empty());
+            EXPECT_EQ(trial.board.flash.writes(1), Trial().board.flash.writes(1));
+        }
+    }
+}
+
+/// Whatever call fails: one object, a status of sv_ctl's own that is true about the flash, and a board that can start.
+TEST(CtlUpdate, AnyCallMayFail) {
+    std::map<int, int> statuses;
+    for (uint64_t failing = 1;; ++failing) {
+        Trial trial;
+        trial.board.flash.regions[1].swid = 0x0100;
+        trial.kernel.failing_call = failing;
+        const std::string backup = write_temporary("backup", {}) + ".new";
+        const ToolRun run = trial.update({"--backup", backup});
+        const bool kept = unlink(backup.c_str()) == 0;
+        SCOPED_TRACE(std::to_string(failing) + ": " + run.out + run.err);
+        EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 1);
+        EXPECT_TRUE(run.out.starts_with("{\"result\":\"") && run.out.ends_with("}\n"));
+        EXPECT_TRUE(run.status == 0 || run.status == 4);
+        EXPECT_EQ(run.status == 0, trial.holds_file(1) && trial.board.flash.running() == 1);
+        EXPECT_EQ(run.status == 4, trial.board.flash.history.size() == 0);
+        EXPECT_GE(trial.board.flash.next_start(-1), 0);
+        EXPECT_TRUE(kept || run.status == 4);
+        ++statuses[run.status];
+        if (trial.kernel.calls < failing || HasFailure()) {
+            break;
+        }
+    }
+    EXPECT_GT(statuses[0], 10);
+    EXPECT_GT(statuses[4], 100);
+}
+
+}  // namespace
