@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "image/flash_content.h"
+#include "update/reset_vector.h"
 #include "util/crc.h"
 #include "util/little_endian.h"
 #include "util/sha256.h"
@@ -15,7 +16,13 @@ bool holds_anything(const uint8_t* begin, const uint8_t* end) {
     return std::any_of(begin, end, [](uint8_t byte) { return byte != kErasedByte; });
 }
 
-std::string check_region(int region, const std::vector<uint8_t>& content) {
+bool starts_itself(int region, const std::vector<uint8_t>& content) {
+    uint8_t first[4] = {kErasedByte, kErasedByte, kErasedByte, kErasedByte};
+    std::copy_n(content.begin(), std::min(content.size(), sizeof first), first);
+    return starts_in_region(first, region);
+}
+
+std::string check_region(int region, const std::vector<uint8_t>& content, bool any_content) {
     char text[128] = "";
     if (!holds_anything(content.data(), content.data() + content.size())) {
         std::snprintf(text, sizeof text, "region %d is empty", region);
@@ -32,6 +39,11 @@ std::string check_region(int region, const std::vector<uint8_t>& content) {
                           content[offset], offset);
             return text;
         }
+    }
+    if (!any_content && !starts_itself(region, content)) {
+        std::snprintf(text, sizeof text, "region %d does not begin with a jump into itself (--any-content accepts it)",
+                      region);
+        return text;
     }
     return {};
 }
@@ -75,7 +87,7 @@ std::vector<uint8_t> assemble(const BuildInput& input) {
 
 BuildResult build_update_file(const BuildInput& input) {
     for (int region = 0; region < kRegions; ++region) {
-        const std::string error = check_region(region, input.regions[region]);
+        const std::string error = check_region(region, input.regions[region], input.any_content);
         if (!error.empty()) {
             return {{}, error};
         }

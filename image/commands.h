@@ -13,6 +13,7 @@ struct PackOptions {
     std::string region_files[2];
     std::string swid;  ///< decimal, "0x" hexadecimal or leading-zero octal
     bool mark_all = false;
+    bool any_content = false;
     std::optional<std::string> version;
     std::vector<std::string> hwids;  ///< each in the form of `swid`
     std::optional<std::string> build;
@@ -30,8 +31,8 @@ enum class InfoForm { kText, kJson };
 /// True if the file could be read, whatever it holds.
 bool run_info(const std::string& path, InfoForm form, std::string& error);
 
-/// True if the tool would load every file, its region checksums are right, no region is empty, and its SHA-256 is right
-/// or not stored.
+/// True if the tool would load every file, its region checksums are right, each region begins with a jump into itself,
+/// and its SHA-256 is right or not stored.
 bool run_verify(const std::vector<std::string>& paths);
 
 struct ExtractOptions {

@@ -52,6 +52,7 @@ void add_pack(CLI::App& app, PackOptions& options, Outcome& outcome) {
         ->required();
     pack->add_option("--swid", options.swid, "Software id, 1 to 0xFFFF")->required();
     pack->add_flag("--mark-all", options.mark_all, "Program every page, not only pages with a byte other than 0xFF");
+    pack->add_flag("--any-content", options.any_content, "Accept a region that begins without a jump into itself");
     CLI::Option* version = pack->add_option("--fw-version", "Version of the firmware, stored in the file");
     version->type_name("TEXT")->expected(1);
     CLI::Option* hwids = add_list(*pack, "--hwid", "ID", "Hardware id that the file is for, may be repeated");

@@ -45,6 +45,7 @@ bool read_prefix(const std::string& path, std::string& prefix, std::string& erro
 
 bool read_input(const PackOptions& options, BuildInput& input, std::string& error) {
     input.mark_all = options.mark_all;
+    input.any_content = options.any_content;
     input.name_sha256 = options.name_sha256;
     input.prefix.notes = options.notes;
     input.prefix.version = options.version;

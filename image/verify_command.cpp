@@ -6,6 +6,7 @@
 #include "image/flash_content.h"
 #include "image/host_file.h"
 #include "image/inspector.h"
+#include "update/reset_vector.h"
 #include "update/update_file.h"
 
 namespace {
@@ -31,6 +32,13 @@ bool verify(const char* path) {
         const auto begin = flash.begin() + region * static_cast<ptrdiff_t>(kRegionSize);
         if (std::all_of(begin, begin + kRegionSize, [](uint8_t byte) { return byte == kErasedByte; })) {
             std::printf("%s: loads, but region %d is empty (the MCU would start it nevertheless)\n", path, region);
+            return false;
+        }
+        if (!starts_in_region(&*begin, region)) {
+            std::printf(
+                "%s: loads, but region %d does not begin with a jump into itself (the MCU would start it "
+                "nevertheless)\n",
+                path, region);
             return false;
         }
     }

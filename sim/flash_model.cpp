@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 #include "util/crc.h"
 
@@ -12,6 +13,7 @@ namespace {
 
 constexpr uint32_t kAllSegments = (1U << kPageSegments) - 1;
 constexpr uint16_t kFirstSwid = 0x0100;
+constexpr uint8_t kFirstJump[] = {0x0C, 0x94, 0xFA, 0x00};  // jmp over the vectors, to word 0xFA
 
 std::string page_text(const char* format, uint16_t page) {
     char text[96];
@@ -36,6 +38,7 @@ FlashModel::FlashModel() {
         noise = noise * 1664525 + 1013904223;
         byte = static_cast<uint8_t>(noise >> 24);
     }
+    std::copy(std::begin(kFirstJump), std::end(kFirstJump), program.begin());
     install(0, program, kFirstSwid);
     running_ = 0;
 }

@@ -38,7 +38,7 @@ Verdict violation(std::string text);
 
 class FlashModel {
 public:
-    /// Region 0 runs and holds pseudo-random bytes with software id 0x0100. Region 1 is erased.
+    /// Region 0 runs and holds a jump and pseudo-random bytes with software id 0x0100. Region 1 is erased.
     FlashModel();
 
     /// Erases the region, writes the program and enables it, as production does.

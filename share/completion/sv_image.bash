@@ -14,8 +14,8 @@ _sv_image() {
         pack:--swid | pack:--hwid | pack:--fw-version | pack:--build | pack:--note) ;;
         extract:--region) words="0 1" ;;
         pack:*)
-            words="--region0 --region1 --swid --mark-all --fw-version --hwid --build --note --no-sha256 --prefix-file -o --output
-                --force -h --help"
+            words="--region0 --region1 --swid --mark-all --any-content --fw-version --hwid --build --note --no-sha256
+                --prefix-file -o --output --force -h --help"
             ;;
         info:*) words="--json -h --help" ;;
         extract:*) words="--region -o --output --force -h --help" ;;

@@ -21,6 +21,7 @@ complete -c sv_image -n '__sv_image_is pack' -l region0 -r -F -d 'firmware of re
 complete -c sv_image -n '__sv_image_is pack' -l region1 -r -F -d 'firmware of region 1'
 complete -c sv_image -n '__sv_image_is pack' -l swid -x -d 'software id'
 complete -c sv_image -n '__sv_image_is pack' -l mark-all -d 'program every page'
+complete -c sv_image -n '__sv_image_is pack' -l any-content -d 'accept a region without a jump into itself'
 complete -c sv_image -n '__sv_image_is pack' -l fw-version -x -d 'version of the firmware'
 complete -c sv_image -n '__sv_image_is pack' -l hwid -x -d 'hardware id that the file is for'
 complete -c sv_image -n '__sv_image_is pack' -l build -x -d 'build of the firmware'

@@ -174,13 +174,13 @@ const struct {
     {{"nack@102"}, kWhole, "", 90, 13, " CAP=----/----V/---W USB=off"},
     {{"hwid=9"}, kWhole, "", 90, 17, " SW=----/-/---- "},  // the second half of the identity is read nevertheless
     {{"mcu=0"}, kRest, kNoAnswer, 6, 8, " SVMCU=off RST=--- SW=----/-/---- PWR=----V IN=PoE   OUT=--- CAP=notF/"},
-    {{"nack@1"}, kRest, kNoAnswer, 6, 17, " SVMCU=on  RST=--- SW=0100/0/a962 PWR=----V IN=----- OUT=--- CAP=notF/"},
+    {{"nack@1"}, kRest, kNoAnswer, 6, 17, " SVMCU=on  RST=--- SW=0100/0/4de3 PWR=----V IN=----- OUT=--- CAP=notF/"},
     {{"fail@read-pse-states"},
      kNoRecord,
      halted("read cmd error, cmd 8e, start 0e, result 80"),
      34,
      17,
-     " RST=no  SW=0100/0/a962 PWR=----V IN=Ln1/2 OUT=1+2 CAP=notF/06.0V/0.2W USB=off TEMP=45.1degC,40.1degC\n"},
+     " RST=no  SW=0100/0/4de3 PWR=----V IN=Ln1/2 OUT=1+2 CAP=notF/06.0V/0.2W USB=off TEMP=45.1degC,40.1degC\n"},
     {{"fail@read-ports"}, kNoRecord, halted("read cmd error, cmd 89, start 0e, result 80"), 80, 17, " PWR=----V "},
     {{"nack@53"}, kNoRecord, halted("I2C write error, start 0c, size 02"), 60, 17, " PWR=----V IN=Ln1/2 OUT=1+2 "},
     {{"nack@56"}, kNoRecord, halted(""), 63, 17, " PWR=----V "},  // a page

@@ -58,7 +58,7 @@ protected:
 
     /// From the board's first firmware.
     std::string doing() const {
-        return "info  : doing update in region 1 (from swid 0100 crc a962 to swid 0123 crc " + crc(1) + ")\n";
+        return "info  : doing update in region 1 (from swid 0100 crc 4de3 to swid 0123 crc " + crc(1) + ")\n";
     }
 
     std::string done() const {

@@ -17,6 +17,7 @@ BuildInput small_input() {
     input.regions[1] = Bytes(0x201, 0xFF);
     input.regions[1][0x200] = 0x5A;  // page 256 stays erased, page 257 does not
     input.swid = 0x0102;
+    input.any_content = true;
     input.prefix.notes = {"a: b"};
     return input;
 }
@@ -88,6 +89,23 @@ TEST(Builder, TakesOnlyContentThatCanBeProgrammed) {
     for (const auto& [region, content, error] : cases) {
         BuildInput input = small_input();
         input.regions[region] = content;
+        EXPECT_EQ(build_update_file(input).error, error);
+    }
+}
+
+TEST(Builder, EachRegionBeginsWithAJumpIntoItself) {
+    const std::tuple<Bytes, Bytes, std::string> cases[] = {
+        {{0x0C, 0x94, 0x02, 0x00}, {0x0D, 0x94, 0x02, 0x00}, ""},
+        {{0x00, 0xC0}, {0x00, 0xC0}, ""},
+        {{0x0D, 0x94, 0x02, 0x00},
+         {0x0D, 0x94, 0x02, 0x00},
+         "region 0 does not begin with a jump into itself (--any-content accepts it)"},
+        {{0x00, 0xC0}, {0xC0}, "region 1 does not begin with a jump into itself (--any-content accepts it)"}};
+    for (const auto& [region0, region1, error] : cases) {
+        BuildInput input = small_input();
+        input.any_content = false;
+        input.regions[0] = region0;
+        input.regions[1] = region1;
         EXPECT_EQ(build_update_file(input).error, error);
     }
 }

@@ -5,8 +5,9 @@ set -eu
 # shellcheck source-path=SCRIPTDIR source=../shipped/lib.sh
 . "$(dirname "$0")/../shipped/lib.sh"
 
-printf 123456789 >a.bin
-printf abc >b.bin
+printf '\x0c\x94\x02\x0256789' >a.bin # jmp to word 0x202
+printf '\x00\xc0c' >b.bin # rjmp to the next word
+printf text >text
 umask 022
 pack=(sv_image pack --region0 a.bin --region1 b.bin --swid 0x0101)
 # so FILTER FILE: `info --json` prints one JSON object for which the filter is true
@@ -14,15 +15,15 @@ so() { sv_image info --json "$2" | jq -es "length == 1 and (.[0] | $1)" >out || 
 
 # --- Good files. The checksums come from a bitwise CRC-16/MODBUS in another language.
 
-expect 0 "*0x0101*0xeb83*1 of 255*0x644a*1 of 255*270913 bytes" "" "${pack[@]}" --fw-version 2 --no-sha256 -o good.svu
+expect 0 "*0x0101*0x5f91*1 of 255*0x18a5*1 of 255*270913 bytes" "" "${pack[@]}" --fw-version 2 --no-sha256 -o good.svu
 expect_same "mode of a new file" "$(stat -c %a good.svu)" 644
-expect 0 "*note:  *version: 2* computed, none named*offset: *270889 bytes*0xeb83 stored, 0xeb83 computed, ok*0, 256*0 marked pages: *1 of 255*loads:  *yes" "" sv_image info good.svu
+expect 0 "*note:  *version: 2* computed, none named*offset: *270889 bytes*0x5f91 stored, 0x5f91 computed, ok*0, 256*0 marked pages: *1 of 255*loads:  *yes" "" sv_image info good.svu
 # The report goes to /dev/null.
 expect 0 "" "" sh -c 'exec sv_image info good.svu >&-'
 so '.loads and .error == null and .size == 270913 and .expected_size == 270913 and .magic_offset == 11' good.svu
 so '.sha256.named == null and .sha256.ok == null and .hwids == [] and .build == null and .file_checksum.ok' good.svu
 so '.info_offset == 270889 and .region_size == 131072 and .page_size == 512 and .memory_size == 270336' good.svu
-so '.regions[0] == {software_id: 257, checksum: {stored: 60291, computed: 60291, ok: true}, marked_pages: [0]}' good.svu
+so '.regions[0] == {software_id: 257, checksum: {stored: 24465, computed: 24465, ok: true}, marked_pages: [0]}' good.svu
 so '.regions[1].marked_pages == [256] and .never_programmed == [] and .free_bytes == [0, 0, 0, 0, 0, 0]' good.svu
 cp good.svu ./-x
 expect 1 $'-x: okay\nnone: could not open file\n-x: okay' "" sv_image verify -- -x none -x
@@ -56,6 +57,10 @@ refused "hardware id '0' is not a number from 1 to 0xFFFF" "${pack[@]}" --hwid 0
 refused "could not write good.svu: File too large" bash -c 'ulimit -f 100; exec "$@"' - "${pack[@]}" -o good.svu --force
 refused "good.svu exists*" sv_image extract --region 0 -o good.svu named.svu
 refused "./good.svu is one of the inputs" sv_image extract --region 0 --force -o ./good.svu good.svu
+refused "region 1 does not begin with a jump into itself (--any-content accepts it)" \
+  sv_image pack --region0 a.bin --region1 text --swid 1 -o new.svu
+refused "region 1 does not begin with a jump into itself (--any-content accepts it)" \
+  sv_image pack --region0 "$firmware/v2-region0.bin" --region1 "$firmware/v2-region0.bin" --swid 1 -o new.svu
 head -c $((0x42001)) /dev/zero >longer
 for file in a.bin longer; do
   refused "$file: neither an update file nor a read-back of 270336 bytes" sv_image extract --region 0 -o new.bin $file
@@ -63,7 +68,7 @@ done
 expect 105 "" "*--region*" sv_image extract --region 2 -o new.bin good.svu
 cmp good.svu before.svu
 expect_same "files" "$(find . -type f ! -name out ! -name err | sort | xargs)" \
-  "./a.bin ./b.bin ./before.svu ./good.svu ./longer ./named.svu ./prefix"
+  "./a.bin ./b.bin ./before.svu ./good.svu ./longer ./named.svu ./prefix ./text"
 
 # --- Damaged files
 
@@ -76,12 +81,15 @@ damaged image.svu 19 '\x00'
 expect 1 "image.svu: invalid file (CRC error)" "" sv_image verify image.svu
 expect 0 "*file checksum: *differs*region 0 checksum: *differs*loads:  *no (invalid file (CRC error))" "" sv_image info image.svu
 so '.loads == false and .error == "invalid file (CRC error)" and .file_checksum.ok == false' image.svu
-damaged region.svu $((270889 + 8)) '\x4b' $((270913 - 2)) '\xc5\xd9'
+damaged region.svu $((270889 + 8)) '\xa4' $((270913 - 2)) '\x65\xe3'
 expect 1 "region.svu: loads, but the checksum of region 1 is wrong (the MCU would refuse to enable it)" "" \
   sv_image verify region.svu
 so '.loads and .regions[0].checksum.ok and .regions[1].checksum.ok == false' region.svu
-damaged empty.svu $((270889 - 6 - 528 + 256)) '\x00' $((270889 + 8)) '\xc1\x1c' $((270913 - 2)) '\x13\x96'
+damaged empty.svu $((270889 - 6 - 528 + 256)) '\x00' $((270889 + 8)) '\xc1\x1c' $((270913 - 2)) '\xf3\x7f'
 expect 1 "empty.svu: loads, but region 1 is empty (the MCU would start it nevertheless)" "" sv_image verify empty.svu
+damaged jump.svu $((19 + 0x20000)) '\xfe\xcf' $((270889 + 8)) '\xc8\x03' $((270913 - 2)) '\x21\x8d' # rjmp to the word before
+expect 1 "jump.svu: loads, but region 1 does not begin with a jump into itself (the MCU would start it nevertheless)" "" \
+  sv_image verify jump.svu
 damaged reserved.svu 270889 '\x05' $((270889 + 10)) '\x07'
 expect 0 "*word 0: *0x0005*word 10: *0x0007*" "" sv_image info reserved.svu
 cp named.svu other.svu
@@ -98,6 +106,8 @@ echo >>long.svu
 expect 0 "*more than 1048576 bytes*magic offset: *11 bytes*loads:  *no (*" "" sv_image info long.svu
 so '.size == null and .sha256.computed == null and .info_offset == null and .magic_offset == 11' long.svu
 so '.magic_offset == null and .expected_size == null and .notes == [] and (.error | test("header"))' /dev/zero
+expect 0 "*" "" sv_image pack --region0 a.bin --region1 text --swid 1 --any-content -o text.svu
+so '.loads' text.svu
 mkfifo pipe
 expect 1 "" "sv_image: pipe is a pipe*" sv_image info pipe
 expect 1 "pipe: a pipe, save it as a file first" "" sv_image verify pipe
@@ -144,7 +154,7 @@ expect 2 "" "sv_image: could not write the report" sh -c 'exec sv_image diff goo
 expect 1 "" "sv_image: could not write the report" sh -c 'exec sv_image info good.svu >/dev/full'
 
 # The last page of a region: erased in an update file, as it was in a read-back
-expect 0 "*region1.bin*checksum: *0x644a*131072 bytes" "" sv_image extract --region 1 -o region1.bin good.svu
+expect 0 "*region1.bin*checksum: *0x18a5*131072 bytes" "" sv_image extract --region 1 -o region1.bin good.svu
 (cat b.bin; erased $((0x20000 - 3))) | cmp - region1.bin
 expect 0 "*" "" sv_image extract --region 0 --force -o region1.bin flash
 head -c $((0x20000)) flash | cmp - region1.bin

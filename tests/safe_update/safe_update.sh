@@ -39,7 +39,7 @@ chmod +x plotter
 # shellcheck disable=SC2016 # of the tool that runs it
 interrupt='kill -TERM $PPID; kill -INT $PPID; kill -HUP $PPID; kill -QUIT $PPID'
 
-old="region 0 runs software id 0100, checksum a962"
+old="region 0 runs software id 0100, checksum 4de3"
 new="region 1 runs software id 0101, checksum 7d2b"
 begin="file:   few.svu, software id 0101, checksums ff1b 7d2b"$'\n'"MCU:    hardware id 0003, $old"$'\n'"power:  Ln1/1"$'\n'
 okay="*info  : overall SV MCU update = okay"
@@ -213,7 +213,7 @@ as_json() {
 }
 
 objects() {
-  local was='{active: 0, swid: "0100", crc: "a962"}' is='{active: 1, swid: "0101", crc: "7d2b"}'
+  local was='{active: 0, swid: "0100", crc: "4de3"}' is='{active: 1, swid: "0101", crc: "7d2b"}'
   as_json 0 ". == {result: \"done\", exit: 0, check: false, written: true, changed: true, message: \"$new\", advice: null,
       file: {name: \"few.svu\", version: null, swid: \"0101\", crc: [\"ff1b\", \"7d2b\"]}, backup: null, power: \"Ln1/1\",
       hwid: \"0003\", before: $was, after: $is}" --

@@ -9,7 +9,7 @@ TEST(StatusLine, HealthyBoardInOneLine) {
                                       {"--status"});
     // Temperatures of the host are rounded up; (1666 - 190) * 32.6397 * 2.048 / 4095 = 24.09.
     EXPECT_EQ(run.out,
-              "2025-11-16 21:53:20 up 1d 02:03:04  DISP=on  POE=off SVMCU=on  RST=no  SW=0100/0/a962 PWR=24.1V "
+              "2025-11-16 21:53:20 up 1d 02:03:04  DISP=on  POE=off SVMCU=on  RST=no  SW=0100/0/4de3 PWR=24.1V "
               "IN=Ln1/1 OUT=1+2 CAP=full/06.0V/0.2W USB=off TEMP=45.1degC,40.1degC,25.1degC\n");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.wire.size(), 115U);

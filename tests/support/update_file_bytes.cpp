@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
 namespace {
 
@@ -58,6 +59,9 @@ void UpdateFileBytes::fill_page(uint16_t page) {
     page_map[page] = 1;
     for (size_t i = 0; i < kPageBytes; ++i) {
         image[page * kPageBytes + i] = static_cast<uint8_t>(page * 7 + page / 256 * 101 + i * 31 + i / 256);
+    }
+    if (page == 0 || page == 256) {
+        std::copy(std::begin(kFirstJump[page / 256]), std::end(kFirstJump[page / 256]), &image[page * kPageBytes]);
     }
 }
 

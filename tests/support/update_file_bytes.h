@@ -10,6 +10,9 @@
 /// CRC-16/MODBUS byte by byte: the tool's own folds in eight at once.
 uint16_t textbook_crc16(std::span<const uint8_t> bytes);
 
+/// How a program for region 0 and one for region 1 begin: jmp over the vectors, to words 0x000FA and 0x100FA.
+inline constexpr uint8_t kFirstJump[2][4] = {{0x0C, 0x94, 0xFA, 0x00}, {0x0D, 0x94, 0xFA, 0x00}};
+
 /// The parts of an update file. As it stands it is a good one without a page.
 struct UpdateFileBytes {
     std::string prefix;
@@ -30,7 +33,7 @@ struct UpdateFileBytes {
     /// Checksum of these 255 pages.
     uint16_t region_crc(int region) const;
 
-    /// Fills a page with a pattern of its own and marks it.
+    /// Fills a page with a pattern of its own and marks it. The first page of a region begins with its jump.
     void fill_page(uint16_t page);
     void fill_pages(std::initializer_list<uint16_t> pages);
 

@@ -2,6 +2,7 @@
 #include "tests/sweep/setup.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <sstream>
 #include <stdexcept>
@@ -123,6 +124,7 @@ const std::vector<uint8_t>& old_firmware(int region) {
         for (size_t i = 0; i < 40 * kPageSize; ++i) {
             program[i] = static_cast<uint8_t>(i * 13 + i / 251 + number * 77);
         }
+        std::copy(std::begin(kFirstJump[number]), std::end(kFirstJump[number]), program.begin());
         return program;
     };
     static const std::vector<uint8_t> programs[] = {make(0), make(1)};
