@@ -30,7 +30,6 @@ struct Power {
     std::optional<DiagRecord> record;
     std::optional<McuInfo> identity;
     bool checksums_known = false;  ///< of the regions, in `identity`
-    Calibration calibration;
 };
 
 /// What feeds the board: "ext", "link1", "link2", "poe", "capacitors", "none", or "unknown" for a firmware that does

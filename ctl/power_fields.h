@@ -29,7 +29,7 @@ enum class Sample {
 struct PowerField {
     const char* key;      ///< with the unit at its end
     const char* meaning;  ///< for people
-    const Unit* unit;
+    Unit unit;
     Sample sample;
     Value (*value)(const Power& power, int index);
 };

@@ -27,7 +27,7 @@ std::string words_for_people(const PowerField& field, const Value& value) {
         return *truth ? "yes" : "no";
     }
     const std::string text = printable(value_text(field, value));
-    return *field.unit->symbol == '\0' ? text : text + " " + field.unit->symbol;
+    return *field.unit.symbol == '\0' ? text : text + " " + field.unit.symbol;
 }
 
 std::string csv_value(const PowerField& field, const Value& value) {
