@@ -1,8 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "ctl/session.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
+
+Session::~Session() {
+    if (bus.fd >= 0) {
+        close(bus.fd);
+    }
+}
 
 bool Session::open(const CommonOptions& options, Failure& failure) {
     device.address = options.address;

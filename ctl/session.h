@@ -23,6 +23,7 @@ struct Session {
     Lock lock;
 
     Session() = default;
+    ~Session();  ///< closes the bus
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 

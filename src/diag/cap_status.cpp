@@ -8,51 +8,29 @@
 
 namespace {
 
-constexpr uint16_t kModeMask = 0x0003;
 constexpr uint16_t kStateMask = 0x031C;
 constexpr uint16_t kManagerMask = 0x00C0;
 constexpr uint16_t kManagerShunt = 0x0040;
-constexpr uint16_t kInputBelowPfi = 0x0800;
 
-void print_mode(uint16_t mode) {
-    switch (mode) {
-        case 1: std::printf(" mode=chg"); break;
-        case 2: std::printf(" mode=bak"); break;
-        default: std::printf(" mode=%x", mode); break;
-    }
-}
-
-void print_state(uint16_t state) {
-    switch (state) {
-        case 0x000: std::printf(" chg=off"); break;
-        case 0x004: std::printf(" chg=cv"); break;
-        case 0x008: std::printf(" chg=uvlo"); break;
-        case 0x010: std::printf(" chg=inp_cur_lim"); break;
-        case 0x100: std::printf(" chg=meas"); break;
-        case 0x200: std::printf(" chg=cc"); break;
-        default: std::printf(" chg=%03x", state); break;
-    }
-}
-
-void print_manager(uint16_t manager) {
-    switch (manager) {
-        case 0x00: std::printf(" mgr=idle"); break;
-        case kManagerShunt: std::printf(" mgr=shunt"); break;
-        case 0x80: std::printf(" mgr=bal"); break;
-        default: std::printf(" mgr=%02x", manager); break;
+/// Prints " LABEL=NAME", or the code in hexadecimal, with at least `digits` digits, if it has no name.
+void print_part(const char* label, const char* name, int code, int digits) {
+    if (name != nullptr) {
+        std::printf(" %s=%s", label, name);
+    } else {
+        std::printf(" %s=%0*x", label, digits, static_cast<unsigned>(code));
     }
 }
 
 void print_status(uint16_t status) {
     const bool full = (status & kChargerFull) != 0;
     std::printf("CAP_STATUS        = %s", full ? "full" : "not-full");
-    print_mode(status & kModeMask);
-    print_state(status & kStateMask);
+    print_part("mode", cap_mode_name(status), status & kChargerModeMask, 1);
+    print_part("chg", cap_charge_name(status), status & kStateMask, 3);
     if (!full) {
         std::printf(" Vcap<pwr_gd");
     }
-    print_manager(status & kManagerMask);
-    if ((status & kInputBelowPfi) != 0) {
+    print_part("mgr", cap_manager_name(status), status & kManagerMask, 2);
+    if ((status & kChargerInputLow) != 0) {
         std::printf(" Vin<PFI");
     } else if ((status & kManagerMask) == kManagerShunt) {
         std::printf(" Vin>PFI");
@@ -61,6 +39,35 @@ void print_status(uint16_t status) {
 }
 
 }  // namespace
+
+const char* cap_mode_name(uint16_t status) {
+    switch (status & kChargerModeMask) {
+        case 1: return "chg";
+        case kChargerBackupMode: return "bak";
+        default: return nullptr;
+    }
+}
+
+const char* cap_charge_name(uint16_t status) {
+    switch (status & kStateMask) {
+        case 0x000: return "off";
+        case 0x004: return "cv";
+        case 0x008: return "uvlo";
+        case 0x010: return "inp_cur_lim";
+        case 0x100: return "meas";
+        case 0x200: return "cc";
+        default: return nullptr;
+    }
+}
+
+const char* cap_manager_name(uint16_t status) {
+    switch (status & kManagerMask) {
+        case 0x00: return "idle";
+        case kManagerShunt: return "shunt";
+        case 0x80: return "bal";
+        default: return nullptr;
+    }
+}
 
 void print_cap_status(const CapRegisters& words) {
     print_status(words.cap_status);

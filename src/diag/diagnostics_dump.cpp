@@ -129,7 +129,7 @@ void print_settings(const Calibration& cal, const DiagRecord& record) {
                 (enable & 0x01) != 0 ? " PD1=disabled" : "", (enable & 0x04) != 0 ? " PD2=disabled" : "", enable,
                 record.input_mode);
     std::printf("Input_mode        = %x%s %s\n", (enable << 4 & 0xF00) | record.input_mode,
-                (enable & 0x20) != 0 ? " ignore-wrong-1wire" : "", kPriorityNames[record.input_mode & 3]);
+                (enable & 0x20) != 0 ? " ignore-wrong-1wire" : "", input_priority_name(record.input_mode));
     std::printf("Temperature       = %4.1f degC (%04x %04x)\n", mcu_temperature(cal, record), record.temperature_raw,
                 record.temperature_cal);
     std::printf("Vspare1_A4        = %5.2f V (%04x)\n", scaled(cal, record.vspare1_raw, cal.k_powerrail),
@@ -139,6 +139,10 @@ void print_settings(const Calibration& cal, const DiagRecord& record) {
 }
 
 }  // namespace
+
+const char* input_priority_name(uint16_t input_mode) {
+    return kPriorityNames[input_mode & 3];
+}
 
 void print_separator() {
     std::puts("-----------------");

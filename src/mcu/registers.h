@@ -98,9 +98,12 @@ enum class RegisterCommand : uint8_t {
 
 inline constexpr uint16_t kSwitchOffXlr = 0x0047;
 
-// Registers of the charger, each a 16-bit word, and the "full" bit of its status.
+// Registers of the charger, each a 16-bit word, and bits of its status.
 inline constexpr uint8_t kChargerStatusRegister = 0x1B;
+inline constexpr uint16_t kChargerModeMask = 0x0003;
+inline constexpr uint16_t kChargerBackupMode = 0x0002;
 inline constexpr uint16_t kChargerFull = 0x0020;
+inline constexpr uint16_t kChargerInputLow = 0x0800;  ///< input voltage below the PFI threshold
 inline constexpr uint8_t kChargerVinRegister = 0x25;
 inline constexpr uint8_t kChargerVcapRegister = 0x26;
 inline constexpr uint8_t kChargerIinRegister = 0x28;

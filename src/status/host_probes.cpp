@@ -30,15 +30,23 @@ bool read_temperature(const char* path, float& temperature) {
     return parse_float(text, temperature);
 }
 
+/// The first word of /proc/uptime.
+bool read_uptime_word(char (&word)[64]) {
+    if (!read_file("/proc/uptime", word, sizeof word)) {
+        return false;
+    }
+    word[std::strcspn(word, " ")] = '\0';
+    return true;
+}
+
 }  // namespace
 
 void read_uptime(char* text) {
     char content[64];
-    if (!read_file("/proc/uptime", content, sizeof content)) {
+    if (!read_uptime_word(content)) {
         std::snprintf(text, kUptimeTextSize, "no uptime");
         return;
     }
-    content[std::strcspn(content, " ")] = '\0';
     float rest = 0.0F;
     parse_float(content, rest);
     // Single precision is part of the output: after a long uptime its rounding shows in the seconds.
@@ -53,9 +61,22 @@ void read_uptime(char* text) {
                   static_cast<unsigned>(minutes), static_cast<unsigned>(seconds));
 }
 
+bool read_uptime_seconds(float& seconds) {
+    char content[64];
+    return read_uptime_word(content) && parse_float(content, seconds);
+}
+
+bool read_network_temperature(float& temperature) {
+    return read_temperature("/dev/temp_nic", temperature);
+}
+
+bool read_display_temperature(float& temperature) {
+    return read_temperature("/dev/temp_disp", temperature);
+}
+
 bool read_temperatures(float (&temperatures)[2]) {
-    read_temperature("/dev/temp_nic", temperatures[0]);
-    return read_temperature("/dev/temp_disp", temperatures[1]);
+    read_network_temperature(temperatures[0]);
+    return read_display_temperature(temperatures[1]);
 }
 
 bool read_poe_gpio(McuDevice& device, bool& present) {
