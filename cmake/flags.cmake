@@ -66,6 +66,13 @@ function(sv_library name)
   target_link_libraries(${name} PUBLIC sv_flags ${arg_LINK})
 endfunction()
 
+# Links the C++ library into the program: a board may have another version, or none.
+function(sv_own_cxx_library program)
+  if(NOT SV_STATIC)
+    target_link_options(${program} PRIVATE -static-libstdc++ -static-libgcc)
+  endif()
+endfunction()
+
 # Compiles test code faster than it would run fastest: it need not have the tool's optimisation level.
 function(sv_quick target)
   target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O1>)

@@ -25,3 +25,12 @@ function(sv_install_help component program)
   install(FILES ${completion}/_${program} DESTINATION ${SV_ZSH_COMPLETION_DIR} COMPONENT ${component})
   install(FILES ${completion}/${program}.fish DESTINATION ${SV_FISH_COMPLETION_DIR} COMPONENT ${component})
 endfunction()
+
+# sv_install_sbin_link(component program): a relative link to the program, for scripts that name it in sbin
+function(sv_install_sbin_link component program)
+  file(RELATIVE_PATH target ${CMAKE_INSTALL_FULL_SBINDIR} ${CMAKE_INSTALL_FULL_BINDIR}/${program})
+  set(link ${PROJECT_BINARY_DIR}/sbin/${program})
+  file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/sbin)
+  file(CREATE_LINK ${target} ${link} SYMBOLIC)
+  install(FILES ${link} DESTINATION ${CMAKE_INSTALL_SBINDIR} COMPONENT ${component})
+endfunction()

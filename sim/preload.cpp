@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Preloaded, before umockdev's own library, into the programs that sv_board runs: copies system-log lines to a file,
-// skips sleeps, exports the GPIO, and hides host files that the board does not have. Uses the C library only.
+// skips sleeps, exports the GPIO, hides host files that the board does not have, and has a lock of the board's own. Uses
+// the C library only.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -100,6 +101,16 @@ bool is_missing(const char* path) {
 /// descriptors would get that socket as one of them.
 bool is_null_device(const char* path) {
     return path != nullptr && std::strcmp(path, "/dev/null") == 0;
+}
+
+/// Where a path of the host leads. `name` may hold the result.
+const char* redirected(const char* path, char (&name)[512]) {
+    const char* root = std::getenv("UMOCKDEV_DIR");
+    if (root == nullptr || path == nullptr || std::strcmp(path, "/run/sv_updater/lock") != 0) {
+        return path;
+    }
+    std::snprintf(name, sizeof name, "%s/sv_board/lock", root);
+    return name;
 }
 
 mode_t mode_of(int flags, va_list values) {
@@ -217,7 +228,8 @@ int open(const char* path, int flags, ...) {
     if (is_null_device(path)) {
         return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
     }
-    return next<int(const char*, int, ...)>("open")(path, flags, mode);
+    char name[512];
+    return next<int(const char*, int, ...)>("open")(redirected(path, name), flags, mode);
 }
 
 int open64(const char* path, int flags, ...) {

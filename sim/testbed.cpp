@@ -108,7 +108,8 @@ void Testbed::add_bus() {
 }
 
 void Testbed::add_host_files() {
-    bool ok = write_text(parts_->root / fs::path(kGpioExport).relative_path(), "");
+    bool ok = write_text(parts_->root / fs::path(kGpioExport).relative_path(), "") &&
+              write_text(parts_->root / "sv_board/lock", "");  // the preload offers it under its name on a board
     missing_ = ":";
     for (const HostFile& file : host_files(board_.scenario)) {
         fs::path path = parts_->root / fs::path(file.path).relative_path();

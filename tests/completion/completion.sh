@@ -17,7 +17,7 @@ bad=0
 complain() { echo "FAILED: $*" >&2; bad=1; }
 
 # Completion must not run a tool that talks to a board, and hides the messages of sv_board, which it asks for words.
-for program in sv_updater sv_safe_update sv_image; do
+for program in sv_updater sv_ctl sv_image; do
   printf '#!/bin/sh\ntouch %s/was-run\n' "$top" >"$top/bin/$program"
 done
 printf '#!/bin/sh\necho NOISE >&2\nexec %s/sv_board "$@"\n' "$programs" >"$top/bin/sv_board"
@@ -31,9 +31,14 @@ sv_updater --update n|net.svu new.svu
 sv_updater --reset-delay |
 sv_updater --set store --upda|--update --update-with-reset --update-without-disable --update-without-reset
 sv_updater --set-mode teko2-pse off --set-mode w1validity |ignore normal
-sv_safe_update --backup new|new.svu
-sv_safe_update --lock=new|new.svu
-sv_safe_update -c --wait |15
+sv_ctl update n|net.svu new.svu
+sv_ctl update --backup new|new.svu
+sv_ctl --lock=new|new.svu
+sv_ctl --bus 0 --json wat|watch
+sv_ctl status --addr |0x08
+sv_ctl --addr 0x08 watch --csv --cou|--count
+sv_ctl watch --interval |
+sv_ctl doctor n|
 sv_image pack --region0 ot|other
 sv_image pack --swid |
 sv_image pack --region0 other -o new|new.svu
@@ -47,7 +52,7 @@ sv_board run --set poe=|
 sv_board run --set poe=0 --fault s|skip slow
 sv_board run --fault fail@co|commit
 sv_board run --fault slow=100@er|erase
-sv_board run -- sv_sa|sv_safe_update
+sv_board run -- sv_c|sv_ctl
 sv_board run --set poe=0 -- sv_updater --set-mode led2 g|gn
 sv_board run --fault nack@1 -- sv_image extract --region |0 1
 sv_board run -- cat new|new.svu

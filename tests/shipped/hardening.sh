@@ -9,7 +9,7 @@ set -eu
 has() { grep -qE -e "$1" "$2" || fail "$program: no $1"; }
 lacks() { ! grep -E -e "$1" "$2" || fail "$program: $1"; }
 
-for program in sv_image sv_board sv_updater; do
+for program in sv_image sv_board sv_ctl sv_updater; do
   file=$(command -v "$program")
   readelf -hldW "$file" >elf
   nm -D "$file" >imports

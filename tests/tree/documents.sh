@@ -60,10 +60,9 @@ check_page() {
 }
 
 check_page share/man/sv_updater.8 "$commands"$'\n'"$parameters"$'\n'"$actions" $'-h\n--help\n-?\n'"$(words parameter 2- | tr ' ' '\n')"
-check_page share/man/sv_safe_update.8 "$(options sv_safe_update)" ""
-for program in sv_image sv_board; do
+for program in sv_ctl sv_image sv_board; do
   needed=$(subcommands $program; options $program; for sub in $(subcommands $program); do options $program "$sub"; done)
-  check_page share/man/$program.1 "$needed" "$([ $program = sv_image ] || echo "$faults"$'\n'"$places"$'\n'"$knobs"$'\n'"$presets")"
+  check_page share/man/$program.[18] "$needed" "$([ $program != sv_board ] || echo "$faults"$'\n'"$places"$'\n'"$knobs"$'\n'"$presets")"
 done
 
 lint=$(mandoc -T lint -W warning share/man/*.[158] 2>&1 | grep -v 'referenced manual not found' || true)
@@ -88,7 +87,12 @@ want() { echo "$1|${*:2}" >>"$top/table"; }
   while read -r parameter values; do
     want "sv_updater --set-mode $parameter " $values
   done < <(words parameter 1-)
-  want "sv_safe_update -" $(options sv_safe_update)
+  want "sv_ctl " $(subcommands sv_ctl)
+  want "sv_ctl -" $(options sv_ctl)
+  for sub in $(subcommands sv_ctl); do
+    # The options that all have may stand before and after the subcommand.
+    want "sv_ctl $sub -" $(options sv_ctl) $(options sv_ctl $sub)
+  done
   for program in sv_image sv_board; do
     want "$program " $(subcommands $program)
     want "$program -" $(options $program)
