@@ -25,11 +25,6 @@ bool has(const std::vector<std::string>& flags, const char* flag) {
     return std::find(flags.begin(), flags.end(), flag) != flags.end();
 }
 
-bool holds(const sim::Board& board, int region, const std::vector<uint8_t>& expected) {
-    return std::equal(expected.begin(), expected.end(),
-                      board.flash.memory().begin() + region * static_cast<std::ptrdiff_t>(kRegionSize));
-}
-
 }  // namespace
 
 Judge::Judge(sim::Board& board, const Setup& setup)

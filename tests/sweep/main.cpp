@@ -12,6 +12,7 @@
 
 #include "tests/sweep/pattern.h"
 #include "tests/sweep/point.h"
+#include "tests/sweep/states.h"
 
 namespace {
 
@@ -33,6 +34,7 @@ struct Options {
     uint64_t share_number = 0;
     uint64_t shares = 1;
     bool merge = false;
+    bool states = false;
 
     bool is_complete() const {
         return sample == 0 && points.empty();
@@ -174,6 +176,17 @@ void print_row(const char* name, const Row& row) {
     std::printf("%-40s %8" PRIu64 " %8" PRIu64 "  %s\n", name, row.points, row.outcomes[0], exceptions.c_str());
 }
 
+/// What interrupted runs of sv_updater leave.
+int print_states() {
+    const sweep::ReachedStates& reached = sweep::reached_states();
+    for (const sweep::ReachedState& state : reached.states) {
+        std::printf("%-40s %s\n", state.text.c_str(), state.way.c_str());
+    }
+    std::printf("%zu states, found with %" PRIu64 " runs; %" PRIu64 " power cuts left no region that can start\n",
+                reached.states.size(), reached.runs, reached.dead);
+    return 0;
+}
+
 int print_table(Table& table, bool complete) {
     Row sum;
     std::printf("%-40s %8s %8s  %s\n", "kind", "points", "held", "exceptions");
@@ -201,12 +214,16 @@ int main(int argc, char** argv) {
     app.add_option("--point", options.points, "only these points of each kind and setup");
     app.add_option("--share", options.share, "I/N: only the Ith of N shares, from 0; print the counts for --merge");
     app.add_flag("--merge", options.merge, "read the counts of all shares from standard input and print the table");
+    app.add_flag("--states", options.states, "only list the states in which interrupted runs can leave the board");
     CLI11_PARSE(app, argc, argv);
     if (!options.share.empty() &&
         (std::sscanf(options.share.c_str(), "%" SCNu64 "/%" SCNu64, &options.share_number, &options.shares) != 2 ||
          options.share_number >= options.shares)) {
         std::fprintf(stderr, "--share: I/N with I below N\n");
         return 2;
+    }
+    if (options.states) {
+        return print_states();
     }
     Table table = try_points(options);
     if (!options.share.empty()) {

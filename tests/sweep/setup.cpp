@@ -19,6 +19,7 @@ namespace {
 
 constexpr uint64_t kBitNs = 2500;
 constexpr uint16_t kFileSwid = 0x0123;
+constexpr uint16_t kOtherSwid = 0x0456;
 constexpr uint64_t kSettleUs = 60'000'000;
 
 const std::map<std::string, Start> kStarts = {{"both-enabled", Start::kBothEnabled},
@@ -26,19 +27,27 @@ const std::map<std::string, Start> kStarts = {{"both-enabled", Start::kBothEnabl
                                               {"up-to-date", Start::kUpToDate},
                                               {"reboot-only", Start::kRebootOnly}};
 
-bool is_marked(const std::string& pages, int page) {
-    const std::map<std::string, bool> marked = {{"all", true},
-                                                {"three", page < 3},
-                                                {"eighth", page % 8 == 0},
-                                                {"edges", page == 0 || page == kProgrammedPages - 1},
-                                                {"none", false}};
-    return marked.at(pages);
-}
+struct FileForm {
+    uint16_t swid;
+    bool (*is_marked)(int page);
+};
+
+const std::map<std::string, FileForm> kFiles = {
+    {"all", {kFileSwid, [](int) { return true; }}},
+    {"three", {kFileSwid, [](int page) { return page < 3; }}},
+    {"eighth", {kFileSwid, [](int page) { return page % 8 == 0; }}},
+    {"edges", {kFileSwid, [](int page) { return page == 0 || page == kProgrammedPages - 1; }}},
+    {"none", {kFileSwid, [](int) { return false; }}},
+    {"other", {kOtherSwid, [](int page) { return page == 0 || page == 3; }}},
+    {"zero", {0, [](int page) { return page == 0 || page == 3; }}},
+};
 
 UpdateFileBytes make_file(const std::string& pages) {
+    const FileForm& form = kFiles.at(pages);
     UpdateFileBytes file;
+    file.swid0 = file.swid1 = form.swid;
     for (int page = 0; page < kProgrammedPages; ++page) {
-        if (is_marked(pages, page)) {
+        if (form.is_marked(page)) {
             file.fill_page(static_cast<uint16_t>(page));
             file.fill_page(static_cast<uint16_t>(kRegionPages + page));
         }
@@ -86,6 +95,7 @@ const Material& material(const std::string& pages) {
         const UpdateFileBytes file = make_file(pages);
         const std::vector<uint8_t> bytes = file.bytes();
         made.file.assign(bytes.begin(), bytes.end());
+        made.swid = file.swid0;
         for (const int region : {0, 1}) {
             made.regions[region] = file.programmed(region);
             made.regions[region].resize(kRegionSize, 0xFF);
@@ -156,9 +166,17 @@ std::unique_ptr<sim::Board> make_board(const Setup& setup) {
 
 Run run_update(sim::Board& board, const std::vector<std::string>& flags, const std::string& pages) {
     std::vector<std::string> words = flags;
-    words.insert(words.end(), {"--update", "file"});
+    words.insert(words.end(), {"--update", pages});
+    return run_updater(board, std::move(words));
+}
+
+Run run_updater(sim::Board& board, std::vector<std::string> words) {
     FakeKernel kernel(board);
-    kernel.files["file"] = material(pages).file;
+    for (const std::string& word : words) {
+        if (kFiles.count(word) != 0) {
+            kernel.files[word] = material(word).file;
+        }
+    }
     kernel.keep_wire = false;
     kernel.bit_ns = kBitNs;
     kernel.now_us = board.now_us;
@@ -175,6 +193,11 @@ Run run_update(sim::Board& board, const std::vector<std::string>& flags, const s
 const sim::FrameForm* frame_of(const sim::Transfer& transfer) {
     const auto command = transfer.messages.size() == 1 ? sim::command_of(transfer.messages[0].bytes) : std::nullopt;
     return command && command->frame ? sim::find_frame_form(command->code) : nullptr;
+}
+
+bool holds(const sim::Board& board, int region, const std::vector<uint8_t>& expected) {
+    return std::equal(expected.begin(), expected.end(),
+                      board.flash.memory().begin() + region * static_cast<std::ptrdiff_t>(kRegionSize));
 }
 
 void settle(sim::Board& board) {

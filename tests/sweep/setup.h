@@ -23,7 +23,8 @@ enum class Start {
 struct Setup {
     int running = 0;
     /// Marked in the file: "all" 255 of both regions and some that are never programmed, the first "three", every
-    /// "eighth", the first and the last ("edges"), or "none".
+    /// "eighth", the first and the last ("edges"), or "none". Two more for reached_states(): "other" marks the first,
+    /// which is the same in "three", and the fourth; "zero" is "other" with software id 0.
     std::string pages = "all";
     std::string boot_choice = "latest";
     uint32_t boot_ms = 5;
@@ -43,7 +44,8 @@ struct Counts {
 };
 
 struct Material {
-    std::string file;                 ///< the bytes of the update file
+    std::string file;  ///< the bytes of the update file
+    uint16_t swid = 0;
     std::vector<uint8_t> regions[2];  ///< what each region holds once the file has been programmed
 };
 
@@ -66,11 +68,17 @@ struct Run {
     uint64_t slept_us = 0;
 };
 
-/// One process of the tool, on a bus of 400 kHz.
+/// One process of the tool, on a bus of 400 kHz. A word that names the pages of a file stands for this file.
+Run run_updater(sim::Board& board, std::vector<std::string> words);
+
+/// The same with the words for an update.
 Run run_update(sim::Board& board, const std::vector<std::string>& flags, const std::string& pages);
 
 /// The form of the frame that a transfer writes; null when it writes none.
 const sim::FrameForm* frame_of(const sim::Transfer& transfer);
+
+/// Whether the region holds these bytes.
+bool holds(const sim::Board& board, int region, const std::vector<uint8_t>& expected);
 
 /// Clears all faults and lets a minute pass.
 void settle(sim::Board& board);

@@ -1,0 +1,275 @@
+// SPDX-License-Identifier: MIT
+#include "tests/sweep/states.h"
+
+#include <algorithm>
+#include <set>
+
+#include "mcu/flash_geometry.h"
+#include "tests/support/fake_kernel.h"
+#include "tests/sweep/setup.h"
+
+namespace sweep {
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+/// Interrupted after each of their steps, which is all that --update-without-reset and the like amount to, and also
+/// tried with a fault at each step.
+const std::vector<Words> kForms = {
+    {"--update", "three"}, {"--update", "other"}, {"--update", "zero"}, {"--upd", "three"},
+    {"--upd", "other"},    {"--erase"},           {"--reset"},
+};
+
+const std::vector<Words> kUndisturbedForms = {
+    {"--update-without-reset", "--update", "three"},
+    {"--update-without-disable", "--update", "three"},
+    {"--update-without-disable", "--update", "other"},
+    {"--update-without-disable", "--update", "zero"},
+    {"--update-without-reset", "--update-without-disable", "--update", "three"},
+    {"--update-without-reset", "--upd", "three"},
+    {"--reset-now-sync"},
+};
+
+/// Two programs at once: the second one begins, and may be killed, inside the first.
+const Words kAtOnce[] = {{"--update", "three"}, {"--update", "other"}};
+
+std::string join(const Words& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : " ") + word;
+    }
+    return text;
+}
+
+std::string running_text(const std::string& state) {
+    const size_t open = state.find('[');
+    return state.substr(open, state.find(']') + 1 - open) + (open == 0 ? "0" : "1");
+}
+
+const char* content_name(const sim::Board& board, int region) {
+    static const std::vector<uint8_t> blank(kChecksumSize, 0xFF);
+    return holds(board, region, blank)                               ? "blank"
+           : holds(board, region, material("three").regions[region]) ? "three"
+           : holds(board, region, material("other").regions[region]) ? "other"
+           : holds(board, region, old_firmware(region))              ? "old"
+                                                                     : "part";
+}
+
+const char* id_name(uint16_t id) {
+    return id == 0 ? "0" : id == material("three").swid ? "three" : id == material("other").swid ? "other" : "old";
+}
+
+/// A frame that can lead to another state.
+bool is_step(const sim::FrameForm* frame) {
+    return frame != nullptr && frame->changes && frame->command != FrameCommand::kWriteSegment;
+}
+
+class StateNames {
+public:
+    /// As if `running` were the running region and, with `pending`, a reset pending.
+    std::string text(const sim::Board& board, int running, bool pending) {
+        std::string all;
+        for (const int region : {0, 1}) {
+            if (writes_[region] != board.flash.writes(region)) {
+                writes_[region] = board.flash.writes(region);
+                contents_[region] = content_name(board, region);
+            }
+            const sim::RegionState& state = board.flash.regions[static_cast<size_t>(region)];
+            const bool can_start = board.flash.next_start(region) == region;
+            const std::string one = std::string(contents_[region]) + "/" + id_name(state.swid) +
+                                    (can_start       ? "+"
+                                     : state.enabled ? "!"
+                                                     : "-");
+            all += (region == running ? "[" + one + "]" : one) + (region == 0 ? " " : "");
+        }
+        return all + (pending ? " due" : "");
+    }
+
+private:
+    uint64_t writes_[2] = {UINT64_MAX, UINT64_MAX};
+    const char* contents_[2] = {};
+};
+
+class Search {
+public:
+    explicit Search(ReachedStates& found) : found_(found) {}
+
+    void run() {
+        for (const char* start : {"runs=0", "runs=1"}) {
+            const auto board = make_board(parse_setup(std::string(start) + " pages=three"));
+            names_ = {};
+            observe(*board, start);
+        }
+        for (size_t i = 0; i < found_.states.size(); ++i) {
+            const sim::Board& board = *found_.states[i].board;
+            const bool pending = board.mcu.state().reset_due_us.has_value();
+            // What the other region held matters only up to the erase.
+            const bool new_running = running_.insert(running_text(found_.states[i].text)).second;
+            for (const Words& form : kForms) {
+                apply(i, form, pending ? Faults::kNone : new_running ? Faults::kAll : Faults::kAtFirstStep);
+            }
+            for (const Words& form : kUndisturbedForms) {
+                apply(i, form, Faults::kNone);
+            }
+            for (size_t pair = 0; new_running && pair < 4; ++pair) {
+                apply_at_once(i, kAtOnce[pair / 2], kAtOnce[pair % 2]);
+            }
+        }
+    }
+
+private:
+    /// A pending reset strikes by itself.
+    enum class Faults { kNone, kAtFirstStep, kAll };
+
+    /// The board as it is (everything is killed), and as it is after the power of the MCU was cut.
+    void observe(const sim::Board& board, const std::string& way) {
+        const bool pending = board.mcu.state().reset_due_us.has_value();
+        add(board, board.flash.running(), pending, way);
+        for (const int choice : {0, 1}) {
+            const int next = board.flash.next_start(choice);
+            found_.dead += next < 0 ? 1 : 0;
+            if (next >= 0) {
+                add(board, next, false, way + ", power cut");
+            }
+        }
+    }
+
+    void add(const sim::Board& board, int running, bool pending, const std::string& way) {
+        std::string text = names_.text(board, running, pending);
+        if (running < 0 || !known_.insert(text).second) {
+            return;
+        }
+        std::unique_ptr<sim::Board> copy(new sim::Board(board.clone()));
+        copy->scenario.boot_ms = 5;
+        copy->flash.history.clear();
+        if (running != board.flash.running() || pending != board.mcu.state().reset_due_us.has_value()) {
+            copy->scenario.boot_choice = std::to_string(running);
+            copy->mcu.restart();
+        }
+        if (!pending) {
+            settle(*copy);
+        }
+        found_.states.push_back({std::move(text), way, std::move(copy)});
+    }
+
+    /// The form undisturbed, then with each fault at its steps. A fault after which a further attempt begins anew (a
+    /// lost answer, a refusal) is left out: it does what a kill and a new process do.
+    void apply(size_t state, const Words& form, Faults faults) {
+        std::vector<uint64_t> steps;
+        try_form(state, form, "", &steps);
+        for (size_t i = 0; i < steps.size() && faults != Faults::kNone; ++i) {
+            for (const char* fault : {"restart", "cut", "skip", "tear=1", "tear=256"}) {
+                try_form(state, form, fault + ("@any-change#" + std::to_string(steps[i])), nullptr);
+            }
+            if (faults == Faults::kAtFirstStep) {
+                return;
+            }
+        }
+    }
+
+    void try_form(size_t state, const Words& form, const std::string& fault, std::vector<uint64_t>* steps) {
+        const std::string way = found_.states[state].way + "; " + join(form) + (fault.empty() ? "" : " with " + fault);
+        for (const char* choice : {"0", "1"}) {
+            const auto board = begin(state, choice);
+            if (!fault.empty()) {
+                board->add_fault(fault);
+            }
+            bool chose = false;
+            uint64_t changes = 0;
+            board->on_transfer = [&](const sim::Transfer& transfer) {
+                chose = chose || board->flash.next_start(0) != board->flash.next_start(1);
+                const sim::FrameForm* frame = frame_of(transfer);
+                changes += frame != nullptr && frame->changes ? 1 : 0;
+                if (is_step(frame)) {
+                    observe(*board, way + ", killed after " + std::string(frame->name));
+                    if (steps != nullptr && *choice == '0') {
+                        steps->push_back(changes);
+                    }
+                }
+            };
+            run(*board, form);
+            observe(*board, way);
+            settle(*board);
+            observe(*board, way + ", a minute");
+            if (!chose) {
+                break;
+            }
+        }
+    }
+
+    /// `second` runs inside `first`, after each of its steps, to its end or killed after each of its own steps.
+    void apply_at_once(size_t state, const Words& first, const Words& second) {
+        int last_outer = 1;
+        for (int outer = 1; outer <= last_outer; ++outer) {
+            int last_inner = 1;
+            for (int inner = 1; inner <= last_inner; ++inner) {
+                try_at_once(state, first, second, outer, inner, last_outer, last_inner);
+            }
+        }
+    }
+
+    void try_at_once(size_t state, const Words& first, const Words& second, int outer, int inner, int& last_outer,
+                     int& last_inner) {
+        const std::string way = found_.states[state].way + "; " + join(first) + " and, after its step " +
+                                std::to_string(outer) + ", " + join(second) + " killed after its step " +
+                                std::to_string(inner);
+        const auto board = begin(state, "0");
+        int steps[2] = {};
+        bool inside = false;
+        board->on_transfer = [&](const sim::Transfer& transfer) {
+            if (!is_step(frame_of(transfer))) {
+                return;
+            }
+            observe(*board, way);
+            const int step = ++steps[inside ? 1 : 0];
+            if (inside && step == inner) {
+                FakeKernel::current()->on_bus = [](std::span<const sim::Message>) { return false; };
+            }
+            if (!inside && step == outer) {
+                inside = true;
+                run(*board, second);
+                inside = false;
+            }
+        };
+        run(*board, first);
+        observe(*board, way);
+        last_outer = std::max(last_outer, std::min(steps[0], 8));
+        last_inner = std::max(last_inner, steps[1] == inner ? inner + 1 : inner);
+    }
+
+    std::unique_ptr<sim::Board> begin(size_t state, const char* choice) {
+        std::unique_ptr<sim::Board> board(new sim::Board(found_.states[state].board->clone()));
+        board->scenario.boot_choice = choice;
+        board->scenario.boot_ms = 0;  // the tool goes on after a restart
+        names_ = {};
+        return board;
+    }
+
+    void run(sim::Board& board, const Words& words) {
+        ++found_.runs;
+        run_updater(board, words);
+    }
+
+    ReachedStates& found_;
+    std::set<std::string> known_;
+    std::set<std::string> running_;  // what was known of running regions
+    StateNames names_;
+};
+
+}  // namespace
+
+const ReachedStates& reached_states() {
+    static const ReachedStates all = [] {
+        ReachedStates found;
+        Search(found).run();
+        return found;
+    }();
+    return all;
+}
+
+std::string state_text(const sim::Board& board) {
+    return StateNames().text(board, board.flash.running(), board.mcu.state().reset_due_us.has_value());
+}
+
+}  // namespace sweep
