@@ -391,7 +391,7 @@ SV_TWIN(time, __time64);
 }  // extern "C"
 
 void* operator new(size_t size) {
-    void* memory = __wrap_malloc(size);
+    void* memory = fails(ENOMEM) ? nullptr : __real_malloc(size);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
