@@ -45,6 +45,28 @@ bool compare_region(McuDevice& device, int region, bool& same, Failure& failure)
     return true;
 }
 
+bool same_regions(const McuInfo& a, const McuInfo& b) {
+    return a.active_region == b.active_region && a.swid0 == b.swid0 && a.swid1 == b.swid1 && a.crc0 == b.crc0 &&
+           a.crc1 == b.crc1;
+}
+
+/// No checksum covers the ids on the bus, and an id misread as 0 would cost a region that can start.
+bool identify_twice(McuDevice& device, Failure& failure) {
+    for (int attempt = 0; attempt < kReadAttempts; ++attempt) {
+        if (!identify(device, failure)) {
+            return false;
+        }
+        const McuInfo first = device.info();
+        if (!identify(device, failure)) {
+            return false;
+        }
+        if (first.active_region <= 1 && same_regions(first, device.info())) {
+            return true;
+        }
+    }
+    return fail(failure, Reason::kBusyMcu, "the MCU reports something else each time; is another program at work?");
+}
+
 uint16_t file_crc(const McuDevice& device, int region) {
     return region == 0 ? device.file_crc0 : device.file_crc1;
 }
@@ -60,7 +82,7 @@ uint16_t region_crc(const McuInfo& info, int region) {
 }
 
 bool read_board_state(McuDevice& device, BoardState& state, Failure& failure) {
-    if (!identify(device, failure)) {
+    if (!identify_twice(device, failure)) {
         return false;
     }
     state.info = device.info();

@@ -278,6 +278,31 @@ TEST(CtlUpdate, EachEndHasItsStatusReasonAndRow) {
     }
 }
 
+/// The other region is the only one that can start, and once its id is read as 0.
+TEST(CtlUpdate, AnIdThatIsMisreadOnceErasesNothing) {
+    Trial trial;
+    trial.board.flash.install(1, std::vector<uint8_t>(kRegionSize / 2, 0x55), 0x0100);
+    trial.board.flash.regions[0].enabled = false;
+    int identities = 0;
+    trial.board.on_transfer = [&](const sim::Transfer& transfer) {
+        const bool is_identity = transfer.messages.size() == 2 && transfer.messages[1].bytes.size() == 32;
+        if (is_identity && ++identities == 1) {
+            transfer.messages[1].bytes[4] = transfer.messages[1].bytes[5] = 0;
+        }
+    };
+    EXPECT_EQ(trial.update().status, 0);
+    ASSERT_FALSE(trial.board.flash.history.empty());
+    EXPECT_EQ(trial.board.flash.history[0], (sim::RegionEvent{sim::RegionEvent::kStarted, 1}));
+}
+
+/// The path leads to another file as soon as the bus is used.
+TEST(CtlUpdate, WhatWasCheckedIsProgrammed) {
+    Trial trial;
+    trial.board.on_transfer = [&](const sim::Transfer&) { trial.kernel.files[kFile] = "something else"; };
+    EXPECT_EQ(trial.update().status, 0);
+    EXPECT_TRUE(trial.holds_file(1));
+}
+
 /// Whatever call fails: one object, a status of sv_ctl's own that is true about the flash, and a board that can start.
 TEST(CtlUpdate, AnyCallMayFail) {
     std::map<int, int> statuses;
