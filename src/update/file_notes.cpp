@@ -39,11 +39,11 @@ std::optional<std::string> named_value(const std::string& prefix, const std::str
 }
 
 std::vector<std::string> named_hwids(const std::string& prefix) {
-    constexpr char kBlanks[] = " \t\v\f\r";
+    const char* const blanks = " \t\v\f\r";
     const std::string value = named_value(prefix, "hwid").value_or("");
     std::vector<std::string> hwids;
-    for (size_t begin = 0, end = 0; (begin = value.find_first_not_of(kBlanks, end)) != std::string::npos;) {
-        end = std::min(value.find_first_of(kBlanks, begin), value.size());
+    for (size_t begin = 0, end = 0; (begin = value.find_first_not_of(blanks, end)) != std::string::npos;) {
+        end = std::min(value.find_first_of(blanks, begin), value.size());
         hwids.push_back(value.substr(begin, end - begin));
     }
     return hwids;
