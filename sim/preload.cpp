@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Preloaded, before umockdev's own library, into the programs that sv_board runs: copies system-log lines to a file,
-// skips sleeps, exports the GPIO, hides host files that the board does not have, and has a lock of the board's own. Uses
-// the C library only.
+// skips sleeps, exports the GPIO, hides host files that the board does not have, and offers a lock of the board's own.
+// Uses the C library only.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>

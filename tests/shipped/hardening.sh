@@ -20,7 +20,16 @@ for program in sv_image sv_board sv_ctl sv_updater; do
   has '__stack_chk_fail' imports
 done
 
+# sv_ctl brings the C++ library along.
+program=sv_ctl
+readelf -dW "$(command -v sv_ctl)" >elf
+lacks 'NEEDED.*libstdc\+\+' elf
+strip -o stripped "$(command -v sv_ctl)"
+[ "$(stat -c %s stripped)" -le 1200000 ] || fail "sv_ctl is larger than 1.2 MB"
+
 # From here on: sv_updater alone
+program=sv_updater
+readelf -dW "$file" >elf
 for call in printf fprintf snprintf vsnprintf syslog; do
   has " U __${call}_chk" imports
   lacks " U ${call}(@|$)" imports

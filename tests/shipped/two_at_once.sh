@@ -19,6 +19,10 @@ transfers() { sed 's/^ *[0-9]* *[0-9.]* //' trace; }
 together "$update"
 transfers >alone
 
+# Every board has the lock of a board, which an update does not share with readers.
+expect 75 "" "sv_ctl: somebody else holds the lock /run/sv_updater/lock" run_board -- flock /run/sv_updater/lock sv_ctl doctor
+expect 0 "node     ok  *power    ok  *" "" run_board -- flock -s /run/sv_updater/lock sv_ctl doctor
+
 # Probes do not disturb an update: without their transfers the trace is that of the update alone.
 together "$update & u=\$!; while kill -0 \$u; do sv_updater --probe >>probes; done 2>/dev/null; wait \$u"
 transfers | grep -v 'mcu reset marker |' >rest
@@ -42,6 +46,7 @@ expect_same "failures by log and by status" "$(count log 'update = ERROR')" "$(c
 awk '{ print $1 }' trace | cmp - <(seq "$(wc -l <trace)") || fail "the trace has gaps"
 
 # With one lock around both, the second starts after the first, and both succeed.
+# shellcheck disable=SC2086 # words on purpose
 locked="flock lock sv_updater --reset-delay 0 --update few.svu --version"
 together "$locked & $locked >second; s=\$?; wait \$! && exit \$s"
 expect_same "verdicts of locked updates" "$(count log 'update = okay')" 2

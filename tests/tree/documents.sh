@@ -65,6 +65,15 @@ for program in sv_ctl sv_image sv_board; do
   check_page share/man/$program.[18] "$needed" "$([ $program != sv_board ] || echo "$faults"$'\n'"$places"$'\n'"$knobs"$'\n'"$presets")"
 done
 
+# words_of SUBSECTION: the words of its list in sv_ctl(8), with the star of those that may be tried again
+words_of() {
+  sed -n "/^\.Ss $1\$/,/^\.El/s/^\.It Li //p" share/man/sv_ctl.8 | sed 's/ Ta .*//; s/ \*/*/g; s/ , /\n/g' | sort
+}
+listed=$(sed -nE 's/^ *\{Reason::k[A-Za-z]+, "([a-z-]+)", (true|false)\},/\1\2/p' ctl/outcome.cpp | sed 's/true$/*/; s/false$//' | sort)
+[ "$(words_of Reasons)" = "$listed" ] || complain "reasons of sv_ctl(8): $(diff <(words_of Reasons) - <<<"$listed")"
+listed=$(sed -n 's/.*case Row::.*return "\(.*\)";/\1/p' ctl/decision.cpp | sort)
+[ "$(sed -n '/^\.Bl -column/,/^\.El/s/^\.It Li \([a-z-]*\) .*/\1/p' share/man/sv_ctl.8 | sort)" = "$listed" ] || complain "rows of sv_ctl(8)"
+
 lint=$(mandoc -T lint -W warning share/man/*.[158] 2>&1 | grep -v 'referenced manual not found' || true)
 [ -z "$lint" ] || complain "$lint"
 
