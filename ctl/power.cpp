@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "ctl/interruption.h"
+#include "ctl/power_source.h"
 #include "diag/read_diagnostics.h"
 #include "mcu/identity.h"
 #include "mcu/transactions.h"
@@ -113,14 +114,8 @@ const char* power_source(const Power& power) {
     if (!power.inputs) {
         return power.mcu_silent && power.poe_present.value_or(false) ? "poe" : nullptr;
     }
-    if (!power.inputs->reports_inputs) {
-        return "unknown";
-    }
-    switch (power.inputs->source) {
-        case PowerSource::kExt: return "ext";
-        case PowerSource::kLink1: return "link1";
-        case PowerSource::kLink2: return "link2";
-        case PowerSource::kNone: break;
+    if (const char* source = reported_source(*power.inputs)) {
+        return source;
     }
     if (power.poe_present.value_or(false)) {
         return "poe";

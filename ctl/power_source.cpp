@@ -1,27 +1,21 @@
 // SPDX-License-Identifier: MIT
 #include "ctl/power_source.h"
 
-#include "diag/input_status.h"
 #include "mcu/transactions.h"
 #include "status/host_probes.h"
 
-namespace {
-
-/// The name of the source that the status block reports; null: none.
 const char* reported_source(const InputStatus& status) {
     if (!status.reports_inputs) {
         return "unknown";
     }
     switch (status.source) {
-        case PowerSource::kExt: return "XLR";
-        case PowerSource::kLink1: return "Link1";
-        case PowerSource::kLink2: return "Link2";
+        case PowerSource::kExt: return "ext";
+        case PowerSource::kLink1: return "link1";
+        case PowerSource::kLink2: return "link2";
         case PowerSource::kNone: break;
     }
     return nullptr;
 }
-
-}  // namespace
 
 bool find_power_source(McuDevice& device, const char*& name, Failure& failure) {
     uint8_t block[kStatusBlockBufferSize];
@@ -32,7 +26,7 @@ bool find_power_source(McuDevice& device, const char*& name, Failure& failure) {
     name = reported_source(decode_status_block(block));
     bool poe = false;
     if (name == nullptr && read_poe_gpio(device, poe) && poe) {
-        name = "PoE";
+        name = "poe";
     }
     return name != nullptr || fail(failure, Reason::kNoPower, "no source feeds the board");
 }

@@ -12,14 +12,9 @@
 namespace {
 
 constexpr const char* kFile = "new.svu";
-constexpr uint8_t kJumpTo0[] = {0x0C, 0x94, 0x10, 0x00};  // jmp 0x00020 in region 0
-constexpr uint8_t kJumpTo1[] = {0x0D, 0x94, 0x10, 0x00};  // jmp 0x20020 in region 1
-
 UpdateFileBytes make_file() {
     UpdateFileBytes file;
     file.fill_pages({0, 1, 256, 257});
-    std::copy_n(kJumpTo0, 4, file.image.begin());
-    std::copy_n(kJumpTo1, 4, file.image.begin() + kRegionSize);
     return file;
 }
 
