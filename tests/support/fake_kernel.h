@@ -50,6 +50,7 @@ public:
     size_t largest_block = SIZE_MAX;          ///< no memory is left for anything larger
     uint64_t now_us = 1'763'330'000'000'000;  ///< 2025-11-16 21:53:20 UTC
     uint64_t slept_us = 0;
+    int lock = -1;  ///< the file of the default lock, made at its first use
 
 private:
     FakeKernel* older_;

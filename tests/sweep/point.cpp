@@ -3,6 +3,8 @@
 
 #include <sstream>
 
+#include "tests/sweep/ctl_judge.h"
+
 namespace sweep {
 
 namespace {
@@ -10,6 +12,7 @@ namespace {
 using Report = std::function<void(const Point&, const Outcome&)>;
 
 constexpr uint64_t kPowerOffUs = 1'000'000;
+const std::string kDeny = "denied@";  // not a fault of the board: CtlJudge::deny
 
 void add_faults(sim::Board& board, const Point& point) {
     std::istringstream words(point.text);
@@ -25,14 +28,42 @@ void run_again(sim::Board& board, Judge& judge, const Setup& setup) {
     judge.end_undisturbed_run(run_update(board, {}, setup.pages), counts(plain).transfers);
 }
 
+Outcome ctl_goes_on(const Setup& setup, const sim::Board& fresh, const Point& point) {
+    sim::Board board = fresh.clone();
+    CtlJudge judge(board, setup, find_beginning(board));
+    if (point.text.starts_with(kDeny)) {
+        judge.deny(std::stoull(point.text.substr(kDeny.size())));
+    } else {
+        add_faults(board, point);
+    }
+    const Run run = judge.run_disturbed();
+    judge.follow_advice(run);
+    return {judge.window(), judge.failure(), run.status == 6};
+}
+
+void cut_power(sim::Board& board) {
+    board.mcu.restart();
+    board.now_us += kPowerOffUs;
+    board.mcu.advance(board.now_us);
+}
+
+Outcome run_ctl_on_copy(const sim::Board& board, const Setup& setup, const Beginning& beginning, bool power_cut) {
+    sim::Board copy = board.clone();
+    CtlJudge judge(copy, setup, beginning);
+    if (power_cut) {
+        cut_power(copy);
+    }
+    judge.check_now();
+    judge.run_undisturbed();
+    return {judge.window(), judge.failure()};
+}
+
 /// A new process of the tool on the board as it is; with `power_cut` the MCU starts anew before it.
 Outcome run_on_copy(const sim::Board& board, const Setup& setup, bool power_cut) {
     sim::Board copy = board.clone();
     Judge judge(copy, setup);
     if (power_cut) {
-        copy.mcu.restart();
-        copy.now_us += kPowerOffUs;
-        copy.mcu.advance(copy.now_us);
+        cut_power(copy);
         judge.check_now();
     }
     if (!judge.is_lost()) {
@@ -75,37 +106,41 @@ bool is_change(const sim::Transfer& transfer) {
 }
 
 /// One undisturbed update; the board is copied at each of the points.
-void cut_at_each(const Setup& setup, const sim::Board& fresh, bool power, const std::vector<Point>& points,
+void cut_at_each(const Setup& setup, const sim::Board& fresh, Mode mode, const std::vector<Point>& points,
                  const Report& report) {
+    const bool power = mode == Mode::kBothCut;
+    const Beginning beginning = find_beginning(fresh);
     sim::Board board = fresh.clone();
     uint64_t now = 0;
     auto next = points.begin();
     const auto cut_here = [&] {
         for (; next != points.end() && next->number == now; ++next) {
-            report(*next, run_on_copy(board, setup, power));
+            report(*next,
+                   setup.ctl ? run_ctl_on_copy(board, setup, beginning, power) : run_on_copy(board, setup, power));
         }
         ++now;
     };
     cut_here();
     board.on_transfer = [&](const sim::Transfer& transfer) {
-        if (!power || is_change(transfer)) {
+        if (mode == Mode::kKilled || is_change(transfer)) {
             cut_here();
         }
     };
-    run_update(board, setup.flags, setup.pages);
+    run_setup(board, setup);
 }
 
 }  // namespace
 
 void run_points(const Kind& kind, const Setup& setup, const std::vector<Point>& points, const Report& report) {
     const auto fresh = make_board(setup);
-    if (kind.mode == Mode::kKilled || kind.mode == Mode::kBothCut) {
-        cut_at_each(setup, *fresh, kind.mode == Mode::kBothCut, points, report);
+    if (kind.mode == Mode::kKilled || kind.mode == Mode::kKilledAtChange || kind.mode == Mode::kBothCut) {
+        cut_at_each(setup, *fresh, kind.mode, points, report);
         return;
     }
     for (const Point& point : points) {
-        report(point,
-               kind.mode == Mode::kTornAndCut ? tear_and_cut(setup, *fresh, point) : go_on(kind, setup, *fresh, point));
+        report(point, setup.ctl                        ? ctl_goes_on(setup, *fresh, point)
+                      : kind.mode == Mode::kTornAndCut ? tear_and_cut(setup, *fresh, point)
+                                                       : go_on(kind, setup, *fresh, point));
     }
 }
 
