@@ -67,11 +67,11 @@ void CtlJudge::fail(const std::string& text) {
     }
 }
 
-void CtlJudge::excuse(const std::string& text) {
-    if (beginning_.window == Window::kNone) {
+void CtlJudge::excuse(Window window, const std::string& text) {
+    if (window == Window::kNone) {
         fail(text);
     }
-    window_ = beginning_.window;
+    window_ = window;
 }
 
 bool CtlJudge::is_lost() const {
@@ -88,7 +88,7 @@ void CtlJudge::check_now() {
     if (!is_lost() && can_start(board_)) {
         beginning_ = find_beginning(board_);
     } else if (is_lost() || beginning_.could_start) {
-        excuse("no region could start");
+        excuse(beginning_.window, "no region could start");
     }
 }
 
@@ -98,7 +98,7 @@ void CtlJudge::watch(const sim::Transfer& transfer) {
         changes_ += form->changes ? 1 : 0;
         const bool reset = form->command == FrameCommand::kResetDelayed || form->command == FrameCommand::kResetNow;
         if (reset && !is_lost() && !can_start(board_)) {
-            excuse("a reset while no region could start");
+            excuse(beginning_.window, "a reset while no region could start");
         }
     }
     const bool is_poll = transfer.messages.size() == 2 && (transfer.messages[0].bytes[0] == kFrameCommandRegister ||
@@ -139,53 +139,43 @@ void CtlJudge::check_status(const Run& run, const std::string& content_before) {
         fail("status " + std::to_string(run.status) + " is not true: " + state_text(board_));
     }
     if (run.status == kDone && sure && board_.flash.next_start(1 - running) != running) {
-        fail("next_start is not the same: " + state_text(board_));
+        const bool zero = board_.flash.regions[static_cast<size_t>(1 - running)].swid == 0;
+        excuse(zero ? Window::kIdZero : Window::kNone, "next_start is not the same: " + state_text(board_));
     }
 }
 
-Run CtlJudge::run_disturbed() {
+Run CtlJudge::run(const std::vector<std::string>& words) {
     const std::string before = content_text(board_, board_.flash.running());
     changes_ = 0;
-    const Run run = run_ctl_update(board_, setup_);
-    check_status(run, before);
-    board_.clear_faults();
-    denied_ = 0;
-    return run;
+    const Run result = run_words(board_, words);
+    check_status(result, before);
+    return result;
 }
 
-void CtlJudge::follow_advice(const Run& run) {
+std::vector<std::string> CtlJudge::next_words(const Run& run) {
+    std::vector<std::string> advice = advice_of(run.out);
     if (run.status != kFailed && run.status != kUnconfirmed) {
-        run_undisturbed();
-        return;
+        return ctl_words(setup_);
     }
-    const std::vector<std::string> advice = advice_of(run.out);
     if (advice.empty() && !is_lost()) {
         fail("no advice");
-    } else if (!is_lost()) {
-        check_end(run_words(board_, advice));
     }
+    return advice;
 }
 
-void CtlJudge::run_undisturbed() {
-    if (is_lost()) {
-        return;
-    }
-    const std::string before = content_text(board_, board_.flash.running());
-    changes_ = 0;
-    const Run run = run_ctl_update(board_, setup_);
-    check_status(run, before);
-    check_end(run);
-}
-
-void CtlJudge::check_end(const Run& run) {
+void CtlJudge::run_undisturbed(const std::vector<std::string>& words) {
     if (is_lost()) {
         return;  // as check_now has reported
     }
-    if (run.status != kDone && run.status != kCurrent) {
-        fail("the undisturbed run ended with " + std::to_string(run.status) + ": " + run.verdict);
+    const Run result = run(words);
+    if (is_lost()) {
+        return;
+    }
+    if (result.status != kDone && result.status != kCurrent) {
+        fail("the undisturbed run ended with " + std::to_string(result.status) + ": " + result.verdict);
     }
     // What runs "now" may not be what a pending reset starts.
-    if (run.status == kDone) {
+    if (result.status == kDone) {
         settle(board_);
         check_now();
     }

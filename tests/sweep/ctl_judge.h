@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "sim/board.h"
 #include "tests/sweep/judge.h"
@@ -31,17 +32,22 @@ public:
         denied_ = command;
     }
 
-    /// Runs `sv_ctl update`, and compares its status with the flash.
-    Run run_disturbed();
+    /// Runs these words, and compares the status with the flash.
+    Run run(const std::vector<std::string>& words);
 
-    /// Carries out what that run advised, or else repeats it: this must end with the file running.
-    void follow_advice(const Run& run);
+    /// The same undisturbed: it must end with the file running.
+    void run_undisturbed(const std::vector<std::string>& words);
 
-    /// Runs it undisturbed: it must end with the file running.
-    void run_undisturbed();
+    /// What is to be done after this run: what it advises, or the same again.
+    std::vector<std::string> next_words(const Run& run);
 
     /// Which region would start now.
     void check_now();
+
+    /// How a further run begins.
+    const Beginning& beginning() const {
+        return beginning_;
+    }
 
     Window window() const {
         return window_;
@@ -55,11 +61,10 @@ public:
 private:
     void watch(const sim::Transfer& transfer);
     void check_status(const Run& run, const std::string& content_before);
-    void check_end(const Run& run);
     bool is_lost() const;
     bool file_runs() const;
     void fail(const std::string& text);
-    void excuse(const std::string& text);
+    void excuse(Window window, const std::string& text);
 
     sim::Board& board_;
     const Setup& setup_;

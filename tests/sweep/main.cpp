@@ -24,6 +24,7 @@ using sweep::Setup;
 
 constexpr size_t kMaxProblems = 20;
 constexpr size_t kSampledStates = 20;
+constexpr uint64_t kStateShares = 4;
 const std::string kUnexplained = "UNEXPLAINED: ";
 
 struct Options {
@@ -88,11 +89,23 @@ Table try_points(const Options& options) {
             continue;
         }
         Row row{&kind};
+        // Each share that tries such a kind has to find the states: few do, and take all points of a setup.
+        const bool by_setup = kind.setups.find("{state}") != std::string::npos;
+        const uint64_t shares = by_setup ? std::min(options.shares, kStateShares) : options.shares;
+        if (options.share_number >= shares) {
+            table.rows.push_back(row);
+            continue;
+        }
         for (const std::string& text : sweep::expand(kind.setups, {})) {
+            if (by_setup && !options.merge && total++ % shares != options.share_number) {
+                continue;
+            }
             const Setup setup = sweep::parse_setup(text);
             std::vector<Point> points = choose_points(kind, setup, options, random);
             row.points += points.size();
-            std::erase_if(points, [&](const Point&) { return total++ % options.shares != options.share_number; });
+            if (!by_setup) {
+                std::erase_if(points, [&](const Point&) { return total++ % shares != options.share_number; });
+            }
             if (options.merge || points.empty()) {
                 continue;
             }
@@ -235,7 +248,9 @@ int main(int argc, char** argv) {
     if (options.states) {
         return print_states();
     }
-    if (options.kind.find("three") == std::string::npos && options.kind.find("sv_ctl:") == std::string::npos) {     sweep::find_states(options.sample != 0 ? kSampledStates : SIZE_MAX);}
+    if (options.sample != 0) {
+        sweep::find_states(kSampledStates);
+    }
     Table table = try_points(options);
     if (!options.share.empty()) {
         print_share(table);

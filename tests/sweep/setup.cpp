@@ -188,12 +188,12 @@ Run run_update(sim::Board& board, const std::vector<std::string>& flags, const s
     return run_words(board, std::move(words));
 }
 
-Run run_ctl_update(sim::Board& board, const Setup& setup) {
-    return run_words(board, {"sv_ctl", "update", "--json", setup.pages});
+std::vector<std::string> ctl_words(const Setup& setup) {
+    return {"sv_ctl", "update", "--json", setup.pages};
 }
 
 Run run_setup(sim::Board& board, const Setup& setup) {
-    return setup.ctl ? run_ctl_update(board, setup) : run_update(board, setup.flags, setup.pages);
+    return setup.ctl ? run_words(board, ctl_words(setup)) : run_update(board, setup.flags, setup.pages);
 }
 
 Run run_words(sim::Board& board, std::vector<std::string> words) {

@@ -77,7 +77,7 @@ struct Run {
 Run run_words(sim::Board& board, std::vector<std::string> words);
 
 /// `sv_ctl update --json` with the file of the setup.
-Run run_ctl_update(sim::Board& board, const Setup& setup);
+std::vector<std::string> ctl_words(const Setup& setup);
 
 /// The update that the setup describes, by either program.
 Run run_setup(sim::Board& board, const Setup& setup);
