@@ -136,8 +136,10 @@ int content_descriptor(const std::string& content) {
 
 /// One file for all openings, as the lock of a board is.
 int open_lock() {
-    static const int lock = memfd_create("lock", MFD_CLOEXEC);
-    return __real_open(("/proc/self/fd/" + std::to_string(lock)).c_str(), O_RDWR | O_CLOEXEC);
+    if (kernel->lock < 0) {
+        kernel->lock = memfd_create("lock", MFD_CLOEXEC);
+    }
+    return __real_open(("/proc/self/fd/" + std::to_string(kernel->lock)).c_str(), O_RDWR | O_CLOEXEC);
 }
 
 ssize_t write_export(void* /*cookie*/, const char* bytes, size_t count) {
@@ -165,6 +167,9 @@ FakeKernel::FakeKernel(sim::Board& board) : buses{{0, &board}}, older_(kernel) {
 }
 
 FakeKernel::~FakeKernel() {
+    if (lock >= 0) {
+        close(lock);
+    }
     kernel = older_;
 }
 

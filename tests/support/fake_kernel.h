@@ -54,6 +54,7 @@ public:
     uint64_t calls = 0;
     uint64_t now_us = 1'763'330'000'000'000;  ///< 2025-11-16 21:53:20 UTC
     uint64_t slept_us = 0;
+    int lock = -1;  ///< the file of the default lock, made at its first use
 
 private:
     FakeKernel* older_;

@@ -22,10 +22,15 @@ enum class Window {
     kRegionsSwitched,  ///< the MCU restarts into its other enabled region during an update
     kResetLost,        ///< the new firmware is ready, and the MCU has not restarted
     kFalseSuccess,     ///< the MCU restarts while its status is read, and the bus reads as success
+    // How sv_ctl may find a board.
+    kUnstartableBefore,  ///< no region could start: neither is enabled
+    kOverwritten,        ///< no region could start: two programs wrote at once into what one of them then enabled
+    kIdZero,             ///< the only region that can start is the other one, and its software id is 0
 };
 
 inline constexpr const char* kWindowNames[] = {
-    "", "answer-lost", "before-restart", "restart-between", "regions-switched", "reset-lost", "false-success"};
+    "",           "answer-lost",   "before-restart",     "restart-between", "regions-switched",
+    "reset-lost", "false-success", "unstartable-before", "overwritten",     "id-zero"};
 inline constexpr size_t kWindows = std::size(kWindowNames);
 
 /// What a run through the faults may need at most.

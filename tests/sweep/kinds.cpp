@@ -16,6 +16,9 @@ const std::string kBackAtOnce = kThree + " boot_ms=0";
 const std::string kBothEnabled = kBackAtOnce + " start=both-enabled";
 const std::string kUpdated = kThree + " start=updated";
 const std::string kFlags = kThree + " {,--without-force-update} {,--update-without-reset} {,--update-without-disable}";
+const std::string kCtl = "sv_ctl runs=0";
+const std::string kCtlThree = "sv_ctl " + kChoices + kThree;
+const std::string kReached = "sv_ctl state={state} boots={0,1} pages={three,other}";
 const std::string kNothing = kThree + " start={up-to-date,reboot-only} --without-force-update";
 
 constexpr const char* kNack = "nack@{transfer}";
@@ -24,6 +27,10 @@ constexpr const char* kRestart = "restart@{transfer}";
 constexpr const char* kKill = "killed before the first transfer|kill@{transfer}";
 constexpr const char* kCut = "restart@any-change|cut@any-change#{change}";
 constexpr const char* kCutBoth = "both cut before the first change|both cut after any-change#{change}";
+constexpr const char* kLost = "lost@{transfer}";
+constexpr const char* kHang = "hang@any-command#{command}";
+constexpr const char* kDenied = "denied@{command}";
+constexpr const char* kKillAtChange = "killed before the first change|killed after any-change#{change}";
 constexpr const char* kTear =
     "tear={erased pages}@erase|tear={0,256,512}@commit#{commit}|tear={0,1}@enable|tear={0,1}@disable";
 
@@ -82,6 +89,24 @@ const std::vector<Kind> kAll = {
     {"second update, MCU restarts", kGoesOn, kChoices + kUpdated, kRestart, kUnanswered,
      {{kBeforeRestart, 436}, {kRegionsSwitched, 116}}},
     {"second update, power of both cut", kBothCut, kChoices + kUpdated, kCutBoth, kOnce, {{kBeforeRestart, 208}}},
+    {"sv_ctl: no acknowledge", kGoesOn, kCtl, kNack, {}},
+    {"sv_ctl: bus dead from then on", kGoesOn, kCtl, kDead, {}},
+    {"sv_ctl: answer lost", kGoesOn, kCtl, kLost, {}},
+    {"sv_ctl: command never finishes", kGoesOn, kCtl, kHang, {}},
+    {"sv_ctl: command done, reported failed", kGoesOn, kCtl, kDenied, {}},
+    {"sv_ctl: MCU restarts", kGoesOn, kCtl, kRestart, {}},
+    {"sv_ctl: killed, then run again", kKilled, kCtl, kKill, {}},
+    {"sv_ctl: power of both cut", kBothCut, kCtl, kCutBoth, {}},
+    {"sv_ctl, three pages: no acknowledge", kGoesOn, kCtlThree, kNack, {}},
+    {"sv_ctl, three pages: bus dead", kGoesOn, kCtlThree, kDead, {}},
+    {"sv_ctl, three pages: answer lost", kGoesOn, kCtlThree, kLost, {}},
+    {"sv_ctl, three pages: never finishes", kGoesOn, kCtlThree, kHang, {}},
+    {"sv_ctl, three pages: done, failed", kGoesOn, kCtlThree, kDenied, {}},
+    {"sv_ctl, three pages: MCU restarts", kGoesOn, kCtlThree, kRestart, {}},
+    {"sv_ctl, three pages: killed", kKilled, kCtlThree, kKill, {}},
+    {"sv_ctl, three pages: power of both cut", kBothCut, kCtlThree, kCutBoth, {}},
+    {"sv_ctl, every state: killed", kKilledAtChange, kReached, kKillAtChange, {}},
+    {"sv_ctl, every state: power of both cut", kBothCut, kReached, kCutBoth, {}},
 };
 // clang-format on
 

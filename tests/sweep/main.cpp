@@ -23,6 +23,8 @@ using sweep::Point;
 using sweep::Setup;
 
 constexpr size_t kMaxProblems = 20;
+constexpr size_t kSampledStates = 20;
+constexpr uint64_t kStateShares = 4;
 const std::string kUnexplained = "UNEXPLAINED: ";
 
 struct Options {
@@ -48,6 +50,7 @@ struct Row {
     const Kind* kind = nullptr;
     uint64_t points = 0;
     std::array<uint64_t, kWindows + 1> outcomes{};
+    uint64_t unconfirmed = 0;  ///< of these, runs of sv_ctl that ended with status 6
 };
 
 struct Table {
@@ -86,17 +89,30 @@ Table try_points(const Options& options) {
             continue;
         }
         Row row{&kind};
+        // Each share that tries such a kind has to find the states: few do, and take all points of a setup.
+        const bool by_setup = kind.setups.find("{state}") != std::string::npos;
+        const uint64_t shares = by_setup ? std::min(options.shares, kStateShares) : options.shares;
+        if (options.share_number >= shares) {
+            table.rows.push_back(row);
+            continue;
+        }
         for (const std::string& text : sweep::expand(kind.setups, {})) {
+            if (by_setup && !options.merge && total++ % shares != options.share_number) {
+                continue;
+            }
             const Setup setup = sweep::parse_setup(text);
             std::vector<Point> points = choose_points(kind, setup, options, random);
             row.points += points.size();
-            std::erase_if(points, [&](const Point&) { return total++ % options.shares != options.share_number; });
+            if (!by_setup) {
+                std::erase_if(points, [&](const Point&) { return total++ % shares != options.share_number; });
+            }
             if (options.merge || points.empty()) {
                 continue;
             }
             sweep::run_points(kind, setup, points, [&](const Point& point, const Outcome& outcome) {
                 const bool failed = !outcome.failure.empty();
                 ++row.outcomes[failed ? kFailed : static_cast<size_t>(outcome.window)];
+                row.unconfirmed += outcome.unconfirmed ? 1 : 0;
                 if (failed && table.problems.size() < kMaxProblems) {
                     table.problems.push_back(std::string(kind.name) + ", point " + std::to_string(point.number) + ": " +
                                              text + ", " + point.text + ": " + outcome.failure);
@@ -120,7 +136,7 @@ void print_share(const Table& table) {
         for (const uint64_t number : row.outcomes) {
             std::printf("%" PRIu64 " ", number);
         }
-        std::printf("\n");
+        std::printf("%" PRIu64 "\n", row.unconfirmed);
     }
     print_problems(table);
 }
@@ -134,11 +150,14 @@ void add_shares(std::istream& in, Table& table) {
             continue;
         }
         std::istringstream numbers(line);
-        for (uint64_t& sum : table.rows[next++ % table.rows.size()].outcomes) {
-            uint64_t number = 0;
+        Row& row = table.rows[next++ % table.rows.size()];
+        uint64_t number = 0;
+        for (uint64_t& sum : row.outcomes) {
             numbers >> number;
             sum += number;
         }
+        numbers >> number;
+        row.unconfirmed += number;
     }
 }
 
@@ -173,6 +192,9 @@ void print_row(const char* name, const Row& row) {
                           std::to_string(row.outcomes[i]);
         }
     }
+    if (row.unconfirmed != 0) {
+        exceptions += std::string(exceptions.empty() ? "" : ", ") + "status 6: " + std::to_string(row.unconfirmed);
+    }
     std::printf("%-40s %8" PRIu64 " %8" PRIu64 "  %s\n", name, row.points, row.outcomes[0], exceptions.c_str());
 }
 
@@ -194,6 +216,7 @@ int print_table(Table& table, bool complete) {
         check_row(row, complete, table.problems);
         print_row(row.kind->name, row);
         sum.points += row.points;
+        sum.unconfirmed += row.unconfirmed;
         for (size_t i = 0; i <= kFailed; ++i) {
             sum.outcomes[i] += row.outcomes[i];
         }
@@ -224,6 +247,9 @@ int main(int argc, char** argv) {
     }
     if (options.states) {
         return print_states();
+    }
+    if (options.sample != 0) {
+        sweep::find_states(kSampledStates);
     }
     Table table = try_points(options);
     if (!options.share.empty()) {

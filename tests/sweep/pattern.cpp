@@ -4,6 +4,7 @@
 #include <map>
 
 #include "mcu/flash_geometry.h"
+#include "tests/sweep/states.h"
 
 namespace sweep {
 
@@ -17,6 +18,9 @@ struct Axis {
 
 /// `left` is the number of the axis to the left in the same text.
 Axis find_axis(const std::string& name, const Counts& counts, uint64_t left) {
+    if (name == "state") {
+        return {0, reached_states().states.size() - 1};
+    }
     const uint64_t poll = counts.transfers - 2 * counts.changes + 2 * left;
     const std::map<std::string, Axis> axes = {
         {"transfer", {1, counts.transfers}},

@@ -10,7 +10,8 @@ namespace sweep {
 
 struct Outcome {
     Window window = Window::kNone;
-    std::string failure;  ///< empty: every rule held, or was broken only as the window explains
+    std::string failure;       ///< empty: every rule held, or was broken only as the window explains
+    bool unconfirmed = false;  ///< sv_ctl ended with status 6
 };
 
 struct Point {

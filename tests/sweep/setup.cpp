@@ -12,6 +12,7 @@
 #include "tests/support/fake_kernel.h"
 #include "tests/support/tool_run.h"
 #include "tests/support/update_file_bytes.h"
+#include "tests/sweep/states.h"
 
 namespace sweep {
 
@@ -52,6 +53,13 @@ UpdateFileBytes make_file(const std::string& pages) {
             file.fill_page(static_cast<uint16_t>(kRegionPages + page));
         }
     }
+    for (const uint16_t first : {uint16_t{0}, kRegionPages}) {
+        if (file.page_map[first] != 0) {
+            // jmp 0x20 bytes into its own region
+            const uint8_t jump[] = {static_cast<uint8_t>(first == 0 ? 0x0C : 0x0D), 0x94, 0x10, 0x00};
+            std::copy_n(jump, sizeof jump, &file.image[first * kPageSize]);
+        }
+    }
     if (pages == "all") {
         // No update may write these: the last page of each region, and the pages above the regions.
         for (const int page : {kRegionPages - 1, 2 * kRegionPages - 1, 2 * kRegionPages, kMemoryPages - 1}) {
@@ -68,7 +76,11 @@ Setup parse_setup(const std::string& text) {
     std::istringstream words(text);
     for (std::string word; words >> word;) {
         const std::string value = word.substr(word.find('=') + 1);
-        if (word.starts_with("--")) {
+        if (word == "sv_ctl") {
+            setup.ctl = true;
+        } else if (word.starts_with("state=")) {
+            setup.state = std::stoi(value);
+        } else if (word.starts_with("--")) {
             setup.flags.push_back(word);
         } else if (word.starts_with("runs=")) {
             setup.running = std::stoi(value);
@@ -105,8 +117,9 @@ const Material& material(const std::string& pages) {
 }
 
 const Counts& counts(const Setup& setup) {
-    static std::map<std::tuple<std::string, Start, std::vector<std::string>>, Counts> all;
-    const auto [entry, is_new] = all.try_emplace({setup.pages, setup.start, setup.flags});
+    static std::map<std::tuple<std::string, Start, std::vector<std::string>, bool, int, std::string>, Counts> all;
+    const auto [entry, is_new] =
+        all.try_emplace({setup.pages, setup.start, setup.flags, setup.ctl, setup.state, setup.boot_choice});
     Counts& counts = entry->second;
     if (!is_new) {
         return counts;
@@ -114,7 +127,7 @@ const Counts& counts(const Setup& setup) {
     Setup usual;
     usual.pages = setup.pages;
     usual.start = setup.start;
-    const auto board = make_board(usual);
+    const auto board = make_board(setup.ctl ? setup : usual);
     board->on_transfer = [&](const sim::Transfer& transfer) {
         ++counts.transfers;
         if (transfer.messages.size() == 1 && sim::command_of(transfer.messages[0].bytes)) {
@@ -124,7 +137,7 @@ const Counts& counts(const Setup& setup) {
             counts.changes += form != nullptr && form->changes ? 1 : 0;
         }
     };
-    run_update(*board, setup.flags, setup.pages);
+    run_setup(*board, setup);
     return counts;
 }
 
@@ -142,6 +155,12 @@ const std::vector<uint8_t>& old_firmware(int region) {
 }
 
 std::unique_ptr<sim::Board> make_board(const Setup& setup) {
+    if (setup.state >= 0) {
+        const sim::Board& reached = *reached_states().states.at(static_cast<size_t>(setup.state)).board;
+        std::unique_ptr<sim::Board> board(new sim::Board(reached.clone()));
+        board->scenario.boot_choice = setup.boot_choice;
+        return board;
+    }
     auto board = std::make_unique<sim::Board>();
     board->scenario.boot_choice = setup.boot_choice;
     board->scenario.boot_ms = setup.boot_ms;
@@ -166,11 +185,20 @@ std::unique_ptr<sim::Board> make_board(const Setup& setup) {
 
 Run run_update(sim::Board& board, const std::vector<std::string>& flags, const std::string& pages) {
     std::vector<std::string> words = flags;
+    words.insert(words.begin(), "sv_updater");
     words.insert(words.end(), {"--update", pages});
-    return run_updater(board, std::move(words));
+    return run_words(board, std::move(words));
 }
 
-Run run_updater(sim::Board& board, std::vector<std::string> words) {
+std::vector<std::string> ctl_words(const Setup& setup) {
+    return {"sv_ctl", "update", "--json", setup.pages};
+}
+
+Run run_setup(sim::Board& board, const Setup& setup) {
+    return setup.ctl ? run_words(board, ctl_words(setup)) : run_update(board, setup.flags, setup.pages);
+}
+
+Run run_words(sim::Board& board, std::vector<std::string> words) {
     FakeKernel kernel(board);
     for (const std::string& word : words) {
         if (kFiles.count(word) != 0) {
@@ -182,7 +210,11 @@ Run run_updater(sim::Board& board, std::vector<std::string> words) {
     kernel.now_us = board.now_us;
     const uint64_t before = board.transfers();
     Run run;
-    run.status = run_tool_words(std::move(words)).status;
+    const bool ctl = words.front() == "sv_ctl";
+    words.erase(words.begin());
+    ToolRun program = ctl ? run_ctl_words(std::move(words)) : run_tool_words(std::move(words));
+    run.status = program.status;
+    run.out = std::move(program.out);
     run.verdict = kernel.syslog.empty() ? "" : kernel.syslog.back().text;
     run.transfers = board.transfers() - before;
     run.slept_us = kernel.slept_us;

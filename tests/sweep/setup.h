@@ -30,9 +30,12 @@ struct Setup {
     uint32_t boot_ms = 5;
     Start start = Start::kUsual;
     std::vector<std::string> flags;  ///< commands before --update
+    bool ctl = false;                ///< `sv_ctl update` in place of sv_updater
+    int state = -1;                  ///< the board begins in this one of reached_states()
 };
 
-/// From words like "runs=1 boots=0 pages=three start=updated boot_ms=0 --update-without-reset". Throws on any other.
+/// From words like "runs=1 boots=0 pages=three start=updated boot_ms=0 --update-without-reset"
+/// or "sv_ctl state=7 boots=0 pages=other". Throws on any other.
 Setup parse_setup(const std::string& text);
 
 /// An undisturbed update in numbers.
@@ -52,7 +55,7 @@ struct Material {
 /// Made at the first call with these pages.
 const Material& material(const std::string& pages);
 
-/// Of an update with this start, these pages and these flags.
+/// Of an update in this setup. For sv_updater only pages, start and flags make a difference.
 const Counts& counts(const Setup& setup);
 
 /// What a region holds before the update.
@@ -64,12 +67,20 @@ std::unique_ptr<sim::Board> make_board(const Setup& setup);
 struct Run {
     int status = 0;
     std::string verdict;  ///< the last line in the system log
+    std::string out;      ///< of sv_ctl
     uint64_t transfers = 0;
     uint64_t slept_us = 0;
 };
 
-/// One process of the tool, on a bus of 400 kHz. A word that names the pages of a file stands for this file.
-Run run_updater(sim::Board& board, std::vector<std::string> words);
+/// One process of "sv_updater WORDS" or "sv_ctl WORDS", on a bus of 400 kHz. A word that names the pages of a file
+/// stands for this file.
+Run run_words(sim::Board& board, std::vector<std::string> words);
+
+/// `sv_ctl update --json` with the file of the setup.
+std::vector<std::string> ctl_words(const Setup& setup);
+
+/// The update that the setup describes, by either program.
+Run run_setup(sim::Board& board, const Setup& setup);
 
 /// The same with the words for an update.
 Run run_update(sim::Board& board, const std::vector<std::string>& flags, const std::string& pages);

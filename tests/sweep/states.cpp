@@ -14,14 +14,15 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-/// Interrupted after each of their steps, which is all that --update-without-reset and the like amount to, and also
-/// tried with a fault at each step.
-const std::vector<Words> kForms = {
-    {"--update", "three"}, {"--update", "other"}, {"--update", "zero"}, {"--upd", "three"},
-    {"--upd", "other"},    {"--erase"},           {"--reset"},
-};
+/// Interrupted after each of their steps, and also tried with a fault at each step.
+const std::vector<Words> kForms = {{"--update", "three"}, {"--update", "other"}, {"--reset"}};
 
-const std::vector<Words> kUndisturbedForms = {
+/// Interrupted after each of their steps.
+const std::vector<Words> kFurtherForms = {
+    {"--update", "zero"},
+    {"--upd", "three"},
+    {"--upd", "other"},
+    {"--erase"},
     {"--update-without-reset", "--update", "three"},
     {"--update-without-disable", "--update", "three"},
     {"--update-without-disable", "--update", "other"},
@@ -93,7 +94,7 @@ private:
 
 class Search {
 public:
-    explicit Search(ReachedStates& found) : found_(found) {}
+    Search(ReachedStates& found, size_t limit) : found_(found), limit_(limit) {}
 
     void run() {
         for (const char* start : {"runs=0", "runs=1"}) {
@@ -101,7 +102,7 @@ public:
             names_ = {};
             observe(*board, start);
         }
-        for (size_t i = 0; i < found_.states.size(); ++i) {
+        for (size_t i = 0; i < found_.states.size() && found_.states.size() < limit_; ++i) {
             const sim::Board& board = *found_.states[i].board;
             const bool pending = board.mcu.state().reset_due_us.has_value();
             // What the other region held matters only up to the erase.
@@ -109,7 +110,7 @@ public:
             for (const Words& form : kForms) {
                 apply(i, form, pending ? Faults::kNone : new_running ? Faults::kAll : Faults::kAtFirstStep);
             }
-            for (const Words& form : kUndisturbedForms) {
+            for (const Words& form : kFurtherForms) {
                 apply(i, form, Faults::kNone);
             }
             for (size_t pair = 0; new_running && pair < 4; ++pair) {
@@ -248,10 +249,13 @@ private:
 
     void run(sim::Board& board, const Words& words) {
         ++found_.runs;
-        run_updater(board, words);
+        Words all = words;
+        all.insert(all.begin(), "sv_updater");
+        run_words(board, std::move(all));
     }
 
     ReachedStates& found_;
+    size_t limit_;
     std::set<std::string> known_;
     std::set<std::string> running_;  // what was known of running regions
     StateNames names_;
@@ -259,13 +263,21 @@ private:
 
 }  // namespace
 
-const ReachedStates& reached_states() {
-    static const ReachedStates all = [] {
+const ReachedStates& find_states(size_t limit) {
+    static const ReachedStates all = [limit] {
         ReachedStates found;
-        Search(found).run();
+        Search(found, limit).run();
         return found;
     }();
     return all;
+}
+
+const ReachedStates& reached_states() {
+    return find_states(SIZE_MAX);
+}
+
+std::string content_text(const sim::Board& board, int region) {
+    return region < 0 ? "nothing" : content_name(board, region);
 }
 
 std::string state_text(const sim::Board& board) {

@@ -27,9 +27,15 @@ struct ReachedStates {
     uint64_t dead = 0;  ///< moments at which a power cut leaves no region that can start
 };
 
-/// All of them, for files of three pages; found at the first call. Starts from both regions, then applies each form
+/// Finds all of them, for files of three pages, or the first `limit`: starts from both regions, then applies each form
 /// again to every state found.
+const ReachedStates& find_states(size_t limit);
+
+/// Those that were found, or all.
 const ReachedStates& reached_states();
+
+/// What a region holds.
+std::string content_text(const sim::Board& board, int region);
 
 /// The text of the state that the board is in.
 std::string state_text(const sim::Board& board);
