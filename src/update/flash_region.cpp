@@ -16,10 +16,22 @@ int other_region(const McuDevice& device) {
     return device.active_region == 0 ? 1 : 0;
 }
 
-void read_page(McuDevice& device, uint16_t page, uint8_t* data) {
+[[gnu::always_inline]] inline bool read_segment_inline(McuDevice& device, uint16_t page, uint8_t segment,
+                                                       uint8_t* data) {
+    uint8_t bytes[kSegmentSize];
+    if (!run_frame_command(device, read_segment_frame(page, segment), bytes, sizeof bytes)) {
+        return false;
+    }
+    std::memcpy(data, bytes, sizeof bytes);
+    return true;
+}
+
+// Flattened, like write_segment, because both run for every 32 bytes: a read-back takes a quarter fewer instructions.
+[[gnu::flatten]] void read_page(McuDevice& device, uint16_t page, uint8_t* data) {
     for (uint32_t offset = 0; offset < device.page_size; offset += kSegmentSize) {
         // Result ignored: what cannot be read stays as it is.
-        static_cast<void>(read_segment(device, page, static_cast<uint8_t>(offset / kSegmentSize), data + offset));
+        static_cast<void>(
+            read_segment_inline(device, page, static_cast<uint8_t>(offset / kSegmentSize), data + offset));
     }
 }
 
@@ -79,14 +91,8 @@ bool request_disable(McuDevice& device, int region) {
     return true;
 }
 
-// Flattened, like write_segment, because both run for every 32 bytes: a read-back takes a quarter fewer instructions.
-[[gnu::flatten]] bool read_segment(McuDevice& device, uint16_t page, uint8_t segment, uint8_t* data) {
-    uint8_t bytes[kSegmentSize];
-    if (!run_frame_command(device, read_segment_frame(page, segment), bytes, sizeof bytes)) {
-        return false;
-    }
-    std::memcpy(data, bytes, sizeof bytes);
-    return true;
+bool read_segment(McuDevice& device, uint16_t page, uint8_t segment, uint8_t* data) {
+    return read_segment_inline(device, page, segment, data);
 }
 
 bool read_memory(McuDevice& device, uint16_t first_page, uint16_t end_page, uint8_t* buffer, uint32_t buffer_size) {
