@@ -26,7 +26,7 @@ plot csv using (elapsed(0)):(from_cap(0)) axes x1y2 with fillsteps linecolor "#e
      csv using (elapsed(0)):"powerrail_volts" with steps linewidth 2 linecolor "#d55e00" title "power rail"
 set key at screen 0.5, 0.465 center horizontal samplen 2
 set xlabel "seconds"
-set y2range [*:*]
+set y2range [*<-1:1<*]
 set y2tics
 set ytics nomirror
 set y2label "mA"
