@@ -26,11 +26,12 @@ plot csv using (elapsed(0)):(from_cap(0)) axes x1y2 with fillsteps linecolor "#e
      csv using (elapsed(0)):"powerrail_volts" with steps linewidth 2 linecolor "#d55e00" title "power rail"
 set key at screen 0.5, 0.465 center horizontal samplen 2
 set xlabel "seconds"
-set y2range [*<-1:1<*]
+set y2range [*:*]
 set y2tics
 set ytics nomirror
 set y2label "mA"
 plot csv using (elapsed(0)):"cap_volts" with steps linewidth 2 linecolor "#cc79a7" title "CAP voltage", \
      csv using (elapsed(0)):(1000 * column("cap_charge_amperes")) axes x1y2 with steps linewidth 2 \
-         linecolor "#555555" title "CAP charge current (right)"
+         linecolor "#555555" title "CAP charge current (right)", \
+     0 axes x1y2 linecolor "#cccccc" notitle
 unset multiplot
