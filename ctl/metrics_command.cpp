@@ -45,7 +45,7 @@ int run_metrics_command(const CommonOptions& common, const MetricsOptions& optio
     }
     return ending.json ? print_result(JsonObject()
                                           .add("result", json_string("done"))
-                                          .add("reason", json_string(""))
+                                          .add("reason", "null")
                                           .add("retry", "false")
                                           .text() +
                                       "\n")

@@ -180,7 +180,7 @@ constexpr PowerField kBoard[] = {
     {"reset_since_marker", "MCU reset since the marker was set", kPlain, kGauge,
      inputs([](auto& s) { return s.reset_marker_read == 0; })},
     {"message_pending", "message pending", kPlain, kGauge, inputs([](auto& s) { return s.message_pending; })},
-    {"message", "message", kPlain, kNone,
+    {"pending_message", "message", kPlain, kNone,
      inputs([](auto& s) { return s.message_pending ? measured(hex(s.message)) : Value(); })},
     {"killpowers", "power-off commands", kPlain, kCounter, record([](auto& r) { return killpower_count(r); })},
     {"undervoltages", "under-voltages", kPlain, kCounter, record([](auto& r) { return undervoltage_count(r); })},

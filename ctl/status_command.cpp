@@ -9,7 +9,7 @@ std::string status_object(const Power& power, const Failure& failure) {
     const bool is_done = failure.reason == Reason::kNone;
     JsonObject object;
     object.add("result", json_string(is_done ? "done" : "refused"))
-        .add("reason", json_string(reason_word(failure.reason)))
+        .add("reason", json_reason(failure))
         .add("retry", may_retry(failure.reason) ? "true" : "false")
         .add("message", json_string(failure.text));
     add_power(object, power);

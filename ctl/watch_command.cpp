@@ -47,7 +47,7 @@ bool sleep_until(int64_t end_us) {
 
 std::string json_row(const std::string& time, const Power& power, const Failure& failure) {
     JsonObject object;
-    object.add("time", json_string(time)).add("reason", json_string(reason_word(failure.reason)));
+    object.add("time", json_string(time)).add("reason", json_reason(failure));
     add_power(object, power);
     return object.text() + "\n";
 }
