@@ -188,8 +188,9 @@ constexpr PowerField kBoard[] = {
      record([](auto& r) { return input_priority_name(r.input_mode); })},
     {"ignore_wrong_w1", "wrong 1-Wire device ignored", kPlain, kNone,
      record([](auto& r) { return (r.teko_enable & 0x20) != 0; })},
-    {"ps_flags", "power-supply flags", kPlain, kNone,
-     record([](auto& r) { return hex4(teko2_view(r).page.ps_flags << 8U | teko1_view(r).page.ps_flags); })},
+    {"ps_flags", "power-supply flags", kPlain, kNone, record([](auto& r) {
+         return hex({teko2_view(r).page.ps_flags, teko1_view(r).page.ps_flags});
+     })},
     {"ports", "ports A to F: latch, level, direction", kPlain, kNone, record([](auto& r) { return ports(r); })},
     {"w1_rom", "1-Wire ROM code", kPlain, kNone,
      record([](auto& r) { return r.w1_rom_status == 0 ? measured(hex(r.w1_rom)) : Value(); })},

@@ -31,86 +31,88 @@ std::string member(const std::string& json, const std::string& key) {
     return json.substr(begin, json.find_first_of(",}", json[begin] == '"' ? json.find('"', begin + 1) : begin) - begin);
 }
 
+const std::string kNoInputs = "status=" + std::string(40, '0');
+
+const struct {
+    Words situation;
+    const char* key;
+    const char* value;
+} kValues[] = {
+    // (code - 190) x 32.6397 x 2.048 / 4095
+    {{"powerrail_raw=1666"}, "powerrail_volts", "24.094"},
+    {{"ext_raw=1650"}, "ext_volts", "23.833"},
+    {{"ext_raw=190"}, "ext_volts", "0.000"},
+    {{"vcc_raw=850"}, "vcc_volts", "3.301"},
+    {{"teko1_voltage_raw=1660"}, "teko1_volts", "23.996"},
+    {{"teko2_voltage_raw=1660"}, "teko2_volts", "23.996"},
+    {{"teko1_current_raw=700"}, "teko1_amperes", "0.4816"},
+    {{"teko2_voltage_raw=1660", "teko2_current_raw=700"}, "teko2_watts", "11.555"},
+    // 0x1000 / 4 = 1024; (1024 - 190) x 25.3 x 2.048 / 4095, with high power x 21.1
+    {{"teko1_cable_sum=0x1000", "teko1_cable_count=4"}, "teko1_cable_volts", "10.553"},
+    {{"teko1_cable_sum=0x1000", "teko1_cable_count=4", "teko1_hpwr=1"}, "teko1_cable_volts", "8.801"},
+    {{}, "teko2_cable_volts", "null"},
+    {{"teko1_imp=0x3f0c"}, "teko1_impedance_0_1_ohms", "12"},
+    {{"teko1_imp=0x3f0c"}, "teko1_impedance_1_2_ohms", "null"},
+    {{"teko1_imp=0x3f0c"}, "teko1_impedance_1_2", "\"open\""},
+    {{"teko2_imp=0x0040"}, "teko2_impedance_0_1_ohms", "null"},
+    {{"teko2_imp=0x0040"}, "teko2_impedance_0_1", "\"invalid\""},
+    // 6388 + (300 - 190) / 4095 x 2.048 x 657.2
+    {{"teko1_imp_valid_raw=300", "teko1_imp_valid_count=1"}, "teko1_impedance_valid_ohms", "6424"},
+    {{"teko1_imp_valid_raw=300", "teko1_imp_valid_count=0"}, "teko1_impedance_valid_ohms", "null"},
+    {{"pse_states=0x1d01"}, "teko2_pse_state_name", "\"enable_powersw\""},
+    {{"pd_states=0x0019"}, "teko1_pd_state", "25"},
+    {{"teko_enable=0x06"}, "teko1_pse_enabled", "false"},
+    {{"teko_enable=0x06"}, "teko2_pse_enabled", "true"},
+    {{"teko_enable=0x06"}, "teko1_pd_enabled", "true"},
+    {{"teko_enable=0x06"}, "teko2_pd_enabled", "false"},
+    {{"teko2_oc_shtd=255"}, "teko2_overcurrent_shutdowns", "255"},
+    {{"killpower_count=7"}, "killpowers", "7"},
+    // (1274 - 190) x 358.15 / (2560 / 2.048) - 273.15
+    {{"temperature_raw=1274", "temperature_cal=2560"}, "temperature_mcu_celsius", "37.4"},
+    {{"temperature_cal=0"}, "temperature_mcu_celsius", "null"},
+    {{"temperature_cal=0", "temperature_raw=190"}, "temperature_mcu_celsius", "null"},
+    {{"temp_nic=-3.5"}, "temperature_nic_celsius", "-3.5"},
+    {{"temp_nic=none"}, "temperature_nic_celsius", "null"},
+    {{"temp_disp=nan"}, "temperature_display_celsius", "null"},
+    {{"temp_disp=x"}, "temperature_display_celsius", "null"},
+    {{"uptime=none"}, "uptime_seconds", "null"},
+    {{"poe=none"}, "poe_present", "null"},
+    {{"poe=0"}, "poe_present", "true"},
+    {{"cap_vcap=0x1000"}, "cap_volts", "6.046"},
+    {{"cap_vin=0x2000"}, "cap_input_volts", "18.104"},
+    {{"cap_ichg=0xfff0"}, "cap_charge_amperes", "-0.0063"},
+    {{"cap_iin=0x0100", "cap_ichg=0x0010"}, "cap_input_amperes", "0.0084"},
+    {{"cap_vin=0x2000", "cap_iin=0x0100", "cap_ichg=0x0010"}, "cap_supply_watts", "0.217"},
+    {{"cap_status=0x0005"}, "cap_charge", "\"cv\""},
+    {{"cap_status=0x0003"}, "cap_mode", "\"0003\""},
+    {{"charger=off"}, "cap_volts", "null"},
+    {{"charger=off"}, "cap_full", "null"},
+    {{"source=1"}, "source", "\"ext\""},
+    {{"source=2"}, "source", "\"link1\""},
+    {{"source=3"}, "source", "\"link2\""},
+    {{"source=0"}, "source", "\"none\""},
+    {{"source=0", "poe=0", "cap_status=0x0842"}, "source", "\"poe\""},
+    {{"source=0", "cap_status=0x0842"}, "source", "\"capacitors\""},
+    {{"source=2", "cap_status=0x0842"}, "source", "\"link1\""},
+    {{kNoInputs, "poe=0"}, "source", "\"unknown\""},
+    {{"marker=0x11"}, "reset_since_marker", "false"},
+    {{"marker=5"}, "reset_marker", "5"},
+    {{}, "reset_since_marker", "true"},
+    {{"w1_rom_status=6"}, "w1_rom", "null"},
+    {{"w1_rom_status=6"}, "w1_rom_status", "\"NOT_PRESENT\""},
+    {{"message_pending=1", "handshake=1"}, "pending_message", "\"0000000000\""},
+    {{"hwid=0xffff"}, "hwid", "\"ffff\""},
+    {{"hwid=0xffff", "reported_page_size=7"}, "region0_checksum", "\"4de3\""},
+    {{"version_crc_good=off"}, "identity_valid", "false"},
+    {{"production_minutes=29500000"}, "production_timestamp_seconds", "1770000000"},
+    {{"production_minutes=0"}, "production_time", "\"1970-01-01 00:00:00\""},
+    {{}, "region0_running", "true"},
+    {{}, "region1_swid", "\"0000\""},
+    {{}, "reason", "null"},
+};
+
 TEST(Power, Values) {
-    const std::string no_inputs = "status=" + std::string(40, '0');
-    const struct {
-        Words situation;
-        const char* key;
-        const char* value;
-    } cases[] = {
-        // (code - 190) x 32.6397 x 2.048 / 4095
-        {{"powerrail_raw=1666"}, "powerrail_volts", "24.094"},
-        {{"ext_raw=1650"}, "ext_volts", "23.833"},
-        {{"ext_raw=190"}, "ext_volts", "0.000"},
-        {{"vcc_raw=850"}, "vcc_volts", "3.301"},
-        {{"teko1_voltage_raw=1660"}, "teko1_volts", "23.996"},
-        {{"teko2_voltage_raw=1660"}, "teko2_volts", "23.996"},
-        {{"teko1_current_raw=700"}, "teko1_amperes", "0.4816"},
-        {{"teko2_voltage_raw=1660", "teko2_current_raw=700"}, "teko2_watts", "11.555"},
-        // 0x1000 / 4 = 1024; (1024 - 190) x 25.3 x 2.048 / 4095, with high power x 21.1
-        {{"teko1_cable_sum=0x1000", "teko1_cable_count=4"}, "teko1_cable_volts", "10.553"},
-        {{"teko1_cable_sum=0x1000", "teko1_cable_count=4", "teko1_hpwr=1"}, "teko1_cable_volts", "8.801"},
-        {{}, "teko2_cable_volts", "null"},
-        {{"teko1_imp=0x3f0c"}, "teko1_impedance_0_1_ohms", "12"},
-        {{"teko1_imp=0x3f0c"}, "teko1_impedance_1_2_ohms", "null"},
-        {{"teko1_imp=0x3f0c"}, "teko1_impedance_1_2", "\"open\""},
-        {{"teko2_imp=0x0040"}, "teko2_impedance_0_1_ohms", "null"},
-        {{"teko2_imp=0x0040"}, "teko2_impedance_0_1", "\"invalid\""},
-        // 6388 + (300 - 190) / 4095 x 2.048 x 657.2
-        {{"teko1_imp_valid_raw=300", "teko1_imp_valid_count=1"}, "teko1_impedance_valid_ohms", "6424"},
-        {{"teko1_imp_valid_raw=300", "teko1_imp_valid_count=0"}, "teko1_impedance_valid_ohms", "null"},
-        {{"pse_states=0x1d01"}, "teko2_pse_state_name", "\"enable_powersw\""},
-        {{"pd_states=0x0019"}, "teko1_pd_state", "25"},
-        {{"teko_enable=0x06"}, "teko1_pse_enabled", "false"},
-        {{"teko_enable=0x06"}, "teko2_pse_enabled", "true"},
-        {{"teko_enable=0x06"}, "teko1_pd_enabled", "true"},
-        {{"teko_enable=0x06"}, "teko2_pd_enabled", "false"},
-        {{"teko2_oc_shtd=255"}, "teko2_overcurrent_shutdowns", "255"},
-        {{"killpower_count=7"}, "killpowers", "7"},
-        // (1274 - 190) x 358.15 / (2560 / 2.048) - 273.15
-        {{"temperature_raw=1274", "temperature_cal=2560"}, "temperature_mcu_celsius", "37.4"},
-        {{"temperature_cal=0"}, "temperature_mcu_celsius", "null"},
-        {{"temperature_cal=0", "temperature_raw=190"}, "temperature_mcu_celsius", "null"},
-        {{"temp_nic=-3.5"}, "temperature_nic_celsius", "-3.5"},
-        {{"temp_nic=none"}, "temperature_nic_celsius", "null"},
-        {{"temp_disp=nan"}, "temperature_display_celsius", "null"},
-        {{"temp_disp=x"}, "temperature_display_celsius", "null"},
-        {{"uptime=none"}, "uptime_seconds", "null"},
-        {{"poe=none"}, "poe_present", "null"},
-        {{"poe=0"}, "poe_present", "true"},
-        {{"cap_vcap=0x1000"}, "cap_volts", "6.046"},
-        {{"cap_vin=0x2000"}, "cap_input_volts", "18.104"},
-        {{"cap_ichg=0xfff0"}, "cap_charge_amperes", "-0.0063"},
-        {{"cap_iin=0x0100", "cap_ichg=0x0010"}, "cap_input_amperes", "0.0084"},
-        {{"cap_vin=0x2000", "cap_iin=0x0100", "cap_ichg=0x0010"}, "cap_supply_watts", "0.217"},
-        {{"cap_status=0x0005"}, "cap_charge", "\"cv\""},
-        {{"cap_status=0x0003"}, "cap_mode", "\"0003\""},
-        {{"charger=off"}, "cap_volts", "null"},
-        {{"charger=off"}, "cap_full", "null"},
-        {{"source=1"}, "source", "\"ext\""},
-        {{"source=2"}, "source", "\"link1\""},
-        {{"source=3"}, "source", "\"link2\""},
-        {{"source=0"}, "source", "\"none\""},
-        {{"source=0", "poe=0", "cap_status=0x0842"}, "source", "\"poe\""},
-        {{"source=0", "cap_status=0x0842"}, "source", "\"capacitors\""},
-        {{"source=2", "cap_status=0x0842"}, "source", "\"link1\""},
-        {{no_inputs, "poe=0"}, "source", "\"unknown\""},
-        {{"marker=0x11"}, "reset_since_marker", "false"},
-        {{"marker=5"}, "reset_marker", "5"},
-        {{}, "reset_since_marker", "true"},
-        {{"w1_rom_status=6"}, "w1_rom", "null"},
-        {{"w1_rom_status=6"}, "w1_rom_status", "\"NOT_PRESENT\""},
-        {{"message_pending=1", "handshake=1"}, "pending_message", "\"0000000000\""},
-        {{"hwid=0xffff"}, "hwid", "\"ffff\""},
-        {{"hwid=0xffff", "reported_page_size=7"}, "region0_checksum", "\"4de3\""},
-        {{"version_crc_good=off"}, "identity_valid", "false"},
-        {{"production_minutes=29500000"}, "production_timestamp_seconds", "1770000000"},
-        {{"production_minutes=0"}, "production_time", "\"1970-01-01 00:00:00\""},
-        {{}, "region0_running", "true"},
-        {{}, "region1_swid", "\"0000\""},
-        {{}, "reason", "null"},
-    };
-    for (const auto& c : cases) {
+    for (const auto& c : kValues) {
         Situation situation(c.situation);
         const ToolRun run = run_ctl_words({"status", "--json"});
         EXPECT_EQ(run.status, 0) << run.err;
