@@ -50,25 +50,20 @@ bool same_regions(const McuInfo& a, const McuInfo& b) {
            a.crc1 == b.crc1;
 }
 
-/// No checksum covers the ids on the bus, and an id misread as 0 would cost a region that can start.
-bool identify_twice(McuDevice& device, Failure& failure) {
-    for (int attempt = 0; attempt < kReadAttempts; ++attempt) {
-        if (!identify(device, failure)) {
-            return false;
-        }
-        const McuInfo first = device.info();
-        if (!identify(device, failure)) {
-            return false;
-        }
-        if (first.active_region <= 1 && same_regions(first, device.info())) {
-            return true;
-        }
-    }
-    return fail(failure, Reason::kBusyMcu, "the MCU reports something else each time; is another program at work?");
-}
-
 uint16_t file_crc(const McuDevice& device, int region) {
     return region == 0 ? device.file_crc0 : device.file_crc1;
+}
+
+/// Compares the regions whose id and checksum leave it open.
+bool compare_regions(McuDevice& device, BoardState& state, Failure& failure) {
+    const auto may_be_file = [&](int region) { return region_crc(state.info, region) == file_crc(device, region); };
+    if (region_swid(state.info, state.running()) == device.file_swid && may_be_file(state.running()) &&
+        !compare_region(device, state.running(), state.running_is_file, failure)) {
+        return false;
+    }
+    const uint16_t other_swid = region_swid(state.info, state.other());
+    return (other_swid != device.file_swid && other_swid != 0) || !may_be_file(state.other()) ||
+           compare_region(device, state.other(), state.other_is_file, failure);
 }
 
 }  // namespace
@@ -82,20 +77,20 @@ uint16_t region_crc(const McuInfo& info, int region) {
 }
 
 bool read_board_state(McuDevice& device, BoardState& state, Failure& failure) {
-    if (!identify_twice(device, failure)) {
-        return false;
+    for (int attempt = 0; attempt < kReadAttempts; ++attempt) {
+        if (!identify(device, failure)) {
+            return false;
+        }
+        state = BoardState{};
+        state.info = device.info();
+        if (!compare_regions(device, state, failure) || !identify(device, failure)) {
+            return false;
+        }
+        if (state.info.active_region <= 1 && same_regions(state.info, device.info())) {
+            return true;
+        }
     }
-    state.info = device.info();
-    state.running_is_file = false;
-    state.other_is_file = false;
-    const auto may_be_file = [&](int region) { return region_crc(state.info, region) == file_crc(device, region); };
-    if (region_swid(state.info, state.running()) == device.file_swid && may_be_file(state.running()) &&
-        !compare_region(device, state.running(), state.running_is_file, failure)) {
-        return false;
-    }
-    const uint16_t other_swid = region_swid(state.info, state.other());
-    return (other_swid != device.file_swid && other_swid != 0) || !may_be_file(state.other()) ||
-           compare_region(device, state.other(), state.other_is_file, failure);
+    return fail(failure, Reason::kBusyMcu, "the MCU reports something else each time; is another program at work?");
 }
 
 bool read_segment_patiently(McuDevice& device, uint16_t page, uint8_t segment, uint8_t* data, Failure& failure) {

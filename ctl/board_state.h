@@ -27,9 +27,10 @@ uint16_t region_swid(const McuInfo& info, int region);
 /// The checksum that the MCU reports for region 0 or 1.
 uint16_t region_crc(const McuInfo& info, int region);
 
-/// Reads the identity, twice with the same result, and, where ids and checksum fit the loaded file, all bytes of that
-/// region: 16 bits prove nothing. Sends only frames that read. Failure: as identify(), or kNoAnswer when a region
-/// cannot be read, or kInterrupted.
+/// Reads the identity and, where ids and checksum fit the loaded file, all bytes of that region: 16 bits prove nothing.
+/// Then reads the identity once more, which must be the same: no checksum covers the ids on the bus, and a pending
+/// reset may have come. Sends only frames that read. Failure: as identify(), kNoAnswer when a region cannot be read,
+/// kBusyMcu when the identities differ in three attempts, kInterrupted.
 bool read_board_state(McuDevice& device, BoardState& state, Failure& failure);
 
 /// Reads a segment of 32 bytes, in up to three attempts. Failure: kNoAnswer.

@@ -99,12 +99,12 @@ void run(Session& session, const UpdateOptions& options, Row row, Progress& prog
         return;
     }
     report.after = device.info();
-    // With --sure, a firmware that ran before may have been seen to start: nothing is new then.
-    report.status = row == Row::kRuns && runs_file(device) && report.after.active_region == report.before.active_region
-                        ? kCurrent
-                        : kDone;
+    // Nothing is new if the file ran before: a pending reset may have come meanwhile, or --sure has seen it start
+    // again.
+    const bool again = row == Row::kRuns && report.after.active_region == report.before.active_region;
+    report.status = again || !result.changing ? kCurrent : kDone;
     const bool alone = region_swid(report.after, 1 - report.after.active_region) == 0;
-    report.next_start = alone || result.disabled_other || report.status == kCurrent ? "same" : "unknown";
+    report.next_start = alone || result.disabled_other || again ? "same" : "unknown";
 }
 
 }  // namespace

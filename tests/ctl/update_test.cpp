@@ -305,7 +305,7 @@ TEST(CtlUpdate, AnyCallMayFail) {
         Trial trial;
         trial.board.flash.regions[1].swid = 0x0100;
         trial.kernel.failing_call = failing;
-        const std::string backup = write_temporary("backup", {}) + ".new";
+        const std::string backup = testing::TempDir() + "sv_backup_" + std::to_string(getpid());
         const ToolRun run = trial.update({"--backup", backup});
         const bool kept = unlink(backup.c_str()) == 0;
         SCOPED_TRACE(std::to_string(failing) + ": " + run.out + run.err);

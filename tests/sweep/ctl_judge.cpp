@@ -174,6 +174,11 @@ void CtlJudge::run_undisturbed(const std::vector<std::string>& words) {
     if (result.status != kDone && result.status != kCurrent) {
         fail("the undisturbed run ended with " + std::to_string(result.status) + ": " + result.verdict);
     }
+    if (!can_start(board_)) {
+        // Without --sure, a firmware that runs is left alone, and no answer of the MCU tells that nothing can start.
+        const bool known = result.status == kCurrent && !beginning_.could_start;
+        excuse(known ? beginning_.window : Window::kNone, "no region could start at the end");
+    }
     // What runs "now" may not be what a pending reset starts.
     if (result.status == kDone) {
         settle(board_);
