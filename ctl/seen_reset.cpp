@@ -54,7 +54,7 @@ bool reset_and_see(McuDevice& device, Failure& failure) {
     device.reset_delay = 0;
     device.reset_now_sync = 0;
     for (int attempt = 0; attempt < kResets; ++attempt) {
-        if (!set_marker(device)) {
+        if (attempt > 0 && !set_marker(device)) {
             return fail(failure, Reason::kResetNotSeen, "the reset marker of the MCU could not be set");
         }
         reset_mcu(device, WaitMarks::kSilent);

@@ -28,6 +28,7 @@ public:
 
 private:
     bool begin_changes();
+    bool mark();
     bool reset();
     bool program(int region);
     bool verify(int region);
@@ -39,6 +40,7 @@ private:
     Progress& progress_;
     CourseResult& result_;
     Failure& failure_;
+    bool begun_ = false;
 };
 
 bool Course::attempt() {
@@ -66,23 +68,30 @@ bool Course::attempt() {
     return fail(failure_, Reason::kNotConfirmed, "the MCU restarts again and again");
 }
 
+/// The last moment to interrupt.
 bool Course::begin_changes() {
-    if (!result_.changing && interrupted()) {
+    if (begun_) {
+        return true;
+    }
+    if (interrupted()) {
         return fail(failure_, Reason::kInterrupted, "interrupted");
     }
-    if (!result_.changing) {
-        ignore_interruptions();
-        progress_.begin_changes();
-    }
-    result_.changing = true;
+    ignore_interruptions();
+    progress_.begin_changes();
+    begun_ = true;
     return true;
 }
 
+bool Course::mark() {
+    return set_marker(device_) || fail(failure_, Reason::kNoAnswer, "the reset marker of the MCU could not be set");
+}
+
 bool Course::reset() {
-    if (!begin_changes()) {
+    if (!begin_changes() || !mark()) {
         return false;
     }
     progress_.say("resetting the MCU");
+    result_.changing = true;
     result_.started = -1;
     result_.disabled_other = false;
     if (!reset_and_see(device_, failure_)) {
@@ -97,6 +106,7 @@ bool Course::program(int region) {
     if (!check_region_content(device_, region, options_.any_content, failure_) || !begin_changes()) {
         return false;
     }
+    result_.changing = true;
     result_.disabled_other = false;
     progress_.begin_region(device_, region, options_.verify);
     if (!request_erase(device_)) {
@@ -146,15 +156,13 @@ bool Course::verify_page(uint16_t page, const uint8_t* wanted) {
 }
 
 bool Course::start_other(int running) {
-    if (!begin_changes()) {
+    if (!begin_changes() || !mark()) {
         return false;
     }
     const int region = 1 - running;
     progress_.say("enabling the new region");
+    result_.changing = true;
     const uint16_t checksum = region == 0 ? device_.file_crc0 : device_.file_crc1;
-    if (!set_marker(device_)) {
-        return fail(failure_, Reason::kNoAnswer, "the reset marker of the MCU could not be set");
-    }
     if (!request_enable(device_, region, device_.file_swid, checksum)) {
         return fail(failure_, Reason::kEnableFailed, "%s", device_.last_error.c_str());
     }
