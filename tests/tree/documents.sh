@@ -72,7 +72,7 @@ words_of() {
 listed=$(sed -nE 's/^ *\{Reason::k[A-Za-z]+, "([a-z-]+)", (true|false)\},/\1\2/p' ctl/outcome.cpp | sed 's/true$/*/; s/false$//' | sort)
 [ "$(words_of Reasons)" = "$listed" ] || complain "reasons of sv_ctl(8): $(diff <(words_of Reasons) - <<<"$listed")"
 listed=$(sed -n 's/.*case Row::.*return "\(.*\)";/\1/p' ctl/decision.cpp | sort)
-[ "$(sed -n '/^\.Bl -column/,/^\.El/s/^\.It Li \([a-z-]*\) .*/\1/p' share/man/sv_ctl.8 | sort)" = "$listed" ] || complain "rows of sv_ctl(8)"
+[ "$(sed -n '/^\.Bl -tag -width "never-enabled"/,/^\.El/s/^\.It Li //p' share/man/sv_ctl.8 | sort)" = "$listed" ] || complain "rows of sv_ctl(8)"
 
 lint=$(mandoc -T lint -W warning share/man/*.[158] 2>&1 | grep -v 'referenced manual not found' || true)
 [ -z "$lint" ] || complain "$lint"
