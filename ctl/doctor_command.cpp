@@ -172,13 +172,13 @@ bool check_power(Examination& all, Finding& finding) {
     return advise(finding, "connect a source to XLR, link or PoE, then", ctl_words(all.options, "status"));
 }
 
-struct Row {
+struct DoctorRow {
     const char* name;
     bool takes_lock;  ///< before its check: the first row that uses the bus
     bool (*check)(Examination& all, Finding& finding);
 };
 
-constexpr Row kRows[] = {
+constexpr DoctorRow kRows[] = {
     {"node", false, check_node},       {"rights", false, check_rights}, {"adapter", true, check_adapter},
     {"address", false, check_address}, {"frame", false, check_frame},   {"power", false, check_power},
 };
@@ -238,7 +238,7 @@ int run_doctor_command(const CommonOptions& common) {
     Examination all{common, {}, {}, {}};
     std::vector<Result> results;
     Finding last;
-    for (const Row& row : kRows) {
+    for (const DoctorRow& row : kRows) {
         if (last.failure.reason != Reason::kNone) {
             results.push_back({row.name, "not tried", ""});
             continue;

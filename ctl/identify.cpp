@@ -12,11 +12,11 @@
 namespace {
 
 constexpr int kTries = 3;
-constexpr useconds_t kPauseUs = 1'000'000;
+constexpr useconds_t kTryPauseUs = 1'000'000;
 
 template <typename Try>
 bool patiently(Try attempt) {
-    for (int left = kTries; !attempt(); usleep(kPauseUs)) {
+    for (int left = kTries; !attempt(); usleep(kTryPauseUs)) {
         if (--left == 0) {
             return false;
         }

@@ -8,21 +8,15 @@
 
 #include <cerrno>
 #include <cstring>
-#include <ctime>
 
 #include "ctl/interruption.h"
+#include "util/clock.h"
 
 namespace {
 
-constexpr useconds_t kPauseUs = 50'000;
+constexpr useconds_t kLockPauseUs = 50'000;
 // Not blocking: a FIFO would wait for its writer.
 constexpr int kOpenFlags = O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK;
-
-double seconds_now() {
-    timespec time{};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
 
 bool is_default(const char* path) {
     return std::strcmp(path, kDefaultLock) == 0;
@@ -89,7 +83,7 @@ void Lock::release() {
 }
 
 bool Lock::take(const char* path, Sharing sharing, double seconds, Failure& failure) {
-    const double end = seconds_now() + seconds;
+    const timespec start = monotonic_now();
     const int operation = (sharing == Sharing::kAlone ? LOCK_EX : LOCK_SH) | LOCK_NB;
     for (;;) {
         release();
@@ -106,9 +100,9 @@ bool Lock::take(const char* path, Sharing sharing, double seconds, Failure& fail
         if (interrupted()) {
             return fail(failure, Reason::kInterrupted, "interrupted while waiting for the lock");
         }
-        if (seconds_now() >= end) {
+        if (elapsed_ms(start, monotonic_now()) >= seconds * 1000) {
             return fail(failure, Reason::kHeldLock, "somebody else holds the lock %s", path);
         }
-        usleep(kPauseUs);
+        usleep(kLockPauseUs);
     }
 }

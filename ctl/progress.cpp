@@ -6,19 +6,13 @@
 #include <cstdio>
 
 #include "mcu/flash_geometry.h"
-#include "mcu/reset.h"
+#include "util/clock.h"
 
 namespace {
 
 constexpr uint32_t kBarWidth = 30;
 constexpr char kBar[] = "##############################";
 static_assert(sizeof kBar == kBarWidth + 1);
-
-timespec now() {
-    timespec time{};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    return time;
-}
 
 }  // namespace
 
@@ -46,7 +40,7 @@ void Progress::start(const char* what, uint32_t total) {
     total_ = total;
     done_ = 0;
     shown_ = 0;
-    began_ = now();
+    began_ = monotonic_now();
 }
 
 void Progress::begin_region(const McuDevice& device, int region, bool verify) {
@@ -103,7 +97,7 @@ void Progress::draw(uint32_t percent) {
         std::fprintf(stderr, "%s: %u %%\n", what_, percent / 10 * 10);
         return;
     }
-    const uint32_t left_ms = percent == 0 ? 0 : elapsed_ms(began_, now()) / percent * (100 - percent);
+    const uint32_t left_ms = percent == 0 ? 0 : elapsed_ms(began_, monotonic_now()) / percent * (100 - percent);
     const int filled = static_cast<int>(percent * kBarWidth / 100);
     std::fprintf(stderr, "\r%s [%-30.*s] %3u %%, %u s left ", what_, filled, kBar, percent, (left_ms + 999) / 1000);
     line_open_ = true;

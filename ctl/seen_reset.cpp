@@ -13,7 +13,7 @@ constexpr int kResets = 2;
 constexpr int kMarkerAttempts = 3;
 // An accepted reset without delay has begun by then: a restart that was due before it must not be taken for it.
 constexpr useconds_t kBeginUs = 100'000;
-constexpr useconds_t kPauseUs = 100'000;
+constexpr useconds_t kLookPauseUs = 100'000;
 constexpr int kPauses = 150;
 
 bool read_marker(McuDevice& device, uint8_t& marker) {
@@ -28,7 +28,7 @@ bool await_restart(McuDevice& device) {
             read_flash_status(device, nullptr)) {
             return true;
         }
-        usleep(kPauseUs);
+        usleep(kLookPauseUs);
     }
     return false;
 }
@@ -40,7 +40,7 @@ bool set_marker(McuDevice& device) {
         if (write_reset_marker(device) && marker_stands(device)) {
             return true;
         }
-        usleep(kPauseUs);
+        usleep(kLookPauseUs);
     }
     return false;
 }

@@ -13,15 +13,9 @@
 #include "ctl/report.h"
 #include "ctl/update_course.h"
 #include "ctl/update_report.h"
-#include "mcu/reset.h"
+#include "util/clock.h"
 
 namespace {
-
-timespec now() {
-    timespec time{};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    return time;
-}
 
 bool check_hardware(const McuDevice& device, const FirmwareNotes& notes, Failure& failure) {
     const bool fits =
@@ -110,7 +104,7 @@ void run(Session& session, const UpdateOptions& options, Row row, Progress& prog
 }  // namespace
 
 int run_update_command(const CommonOptions& common, const UpdateOptions& options) {
-    const timespec start = now();
+    const timespec start = monotonic_now();
     catch_interruptions();
     Session session;
     UpdateReport report;
@@ -129,7 +123,7 @@ int run_update_command(const CommonOptions& common, const UpdateOptions& options
         // Nothing has been changed: from the first change on no memory is needed.
         fail(report.failure, Reason::kNoMemory, "out of memory");
     }
-    report.seconds = elapsed_ms(start, now()) / 1000.0;
+    report.seconds = elapsed_ms(start, monotonic_now()) / 1000.0;
     report_update(common, options, session.device, report);
     return report.status;
 }

@@ -14,6 +14,7 @@
 #include "ctl/power_output.h"
 #include "ctl/report.h"
 #include "log/timestamp.h"
+#include "util/clock.h"
 
 namespace {
 
@@ -21,8 +22,7 @@ constexpr int64_t kSecondUs = 1'000'000;
 constexpr int64_t kLongestSleepUs = 100'000;  // a signal just before a sleep does not end that sleep
 
 int64_t microseconds() {
-    timespec time{};
-    clock_gettime(CLOCK_MONOTONIC, &time);
+    const timespec time = monotonic_now();
     return int64_t{time.tv_sec} * kSecondUs + time.tv_nsec / 1000;
 }
 

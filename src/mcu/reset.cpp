@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "mcu/transactions.h"
+#include "util/clock.h"
 
 namespace {
 
@@ -16,12 +17,6 @@ constexpr uint32_t kRequestLimitMs = 2999;
 constexpr uint32_t kReachLimitMs = 1000;
 constexpr uint8_t kNoRequest = 0xFF;  // request status while no request has been made
 
-timespec now() {
-    timespec time{};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    return time;
-}
-
 /// The progress of waiting: prints one ".(milliseconds)" per failed try.
 class WaitingDots {
 public:
@@ -30,7 +25,7 @@ public:
     /// Waits 100 ms, then prints and returns the milliseconds since the first try began.
     uint32_t wait() {
         usleep(kRetryUs);
-        last_ = now();
+        last_ = monotonic_now();
         const uint32_t ms = elapsed_ms(first_, last_);
         if (marks_ == WaitMarks::kPrinted) {
             std::printf(".(%lu)", static_cast<unsigned long>(ms));
@@ -52,7 +47,7 @@ public:
 
 private:
     WaitMarks marks_;
-    timespec first_ = now();
+    timespec first_ = monotonic_now();
     timespec last_ = first_;
     bool printed_ = false;
 };
@@ -104,16 +99,10 @@ void wait_until_reachable(McuDevice& device, WaitMarks marks, const timespec& st
 
 }  // namespace
 
-uint32_t elapsed_ms(const timespec& from, const timespec& to) {
-    const auto ms = static_cast<int64_t>((to.tv_nsec - from.tv_nsec) / 1'000'000);
-    const auto seconds = static_cast<int64_t>(to.tv_sec) - static_cast<int64_t>(from.tv_sec);
-    return static_cast<uint32_t>(ms + 1000 * seconds);
-}
-
 bool reset_mcu(McuDevice& device, WaitMarks marks) {
     usleep(kSettleUs);
     device.info() = McuInfo{};
-    const timespec start = now();
+    const timespec start = monotonic_now();
     uint8_t request_status = kNoRequest;
     if (device.reset_now_sync == 0 && request_delayed_reset(device, marks, request_status)) {
         return true;

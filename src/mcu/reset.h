@@ -2,9 +2,6 @@
 // Resets the MCU.
 #pragma once
 
-#include <cstdint>
-#include <ctime>
-
 #include "mcu/mcu_device.h"
 
 enum class WaitMarks { kPrinted, kSilent };
@@ -15,6 +12,3 @@ enum class WaitMarks { kPrinted, kSilent };
 /// after each failed try, unless `marks` is kSilent. Always true, with a report in last_error. Clears the McuInfo of
 /// the device.
 bool reset_mcu(McuDevice& device, WaitMarks marks = WaitMarks::kPrinted);
-
-/// Milliseconds from `from` to `to`.
-uint32_t elapsed_ms(const timespec& from, const timespec& to);

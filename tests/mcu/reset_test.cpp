@@ -2,6 +2,7 @@
 #include "mcu/reset.h"
 
 #include "tests/support/device_test.h"
+#include "util/clock.h"
 
 namespace {
 

@@ -4,9 +4,7 @@
 #include <fcntl.h>
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
-#include <sys/file.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -17,7 +15,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <new>
 #include <optional>
 
 #include "sim/host_model.h"
@@ -33,17 +30,6 @@ constexpr bool kWideTime = sizeof(time_t) > sizeof(long);
 constexpr bool kWideOffsets = sizeof(off_t) > sizeof(long);
 
 FakeKernel* kernel = nullptr;
-
-int own_calls = 1;  // 0: the program under test calls
-
-/// Counts a call of the program under test; true when it is to fail.
-bool fails(int error) {
-    if (kernel == nullptr || own_calls != 0 || ++kernel->calls != kernel->failing_call) {
-        return false;
-    }
-    errno = error;
-    return true;
-}
 
 std::string describe(std::span<const sim::Message> messages) {
     char text[32];
@@ -177,22 +163,6 @@ FakeKernel* FakeKernel::current() {
     return kernel;
 }
 
-OwnCalls::OwnCalls() {
-    ++own_calls;
-}
-
-OwnCalls::~OwnCalls() {
-    --own_calls;
-}
-
-ProgramCalls::ProgramCalls() {
-    --own_calls;
-}
-
-ProgramCalls::~ProgramCalls() {
-    ++own_calls;
-}
-
 // The linker sends the tool's calls here (--wrap).
 extern "C" {
 
@@ -205,11 +175,10 @@ time_t __real___time64(time_t* out);
 std::FILE* __real_fopen(const char* path, const char* mode);
 std::FILE* __real_fopen64(const char* path, const char* mode);
 int __real_access(const char* path, int kind);
-void* __real_malloc(size_t size);
 void __real_openlog(const char* identity, int option, int facility);
 
 int __wrap_open(const char* path, int flags, ...) {
-    if (fails(EMFILE)) {
+    if (call_fails(EMFILE)) {
         return -1;
     }
     const OwnCalls own;
@@ -317,7 +286,7 @@ std::FILE* __wrap_fopen(const char* path, const char* mode) {
     if (kernel == nullptr) {
         return open_really(path, mode);
     }
-    if (fails(EMFILE)) {
+    if (call_fails(EMFILE)) {
         return nullptr;
     }
     const OwnCalls own;
@@ -338,51 +307,11 @@ std::FILE* __wrap_fopen(const char* path, const char* mode) {
     return open_really(path, mode);
 }
 
-void* __wrap_malloc(size_t size) {
-    if (kernel != nullptr && size > kernel->largest_block) {
-        errno = ENOMEM;
-        return nullptr;
-    }
-    return fails(ENOMEM) ? nullptr : __real_malloc(size);
-}
-
 int __wrap_access(const char* path, int kind) {
     if (kernel == nullptr || std::strcmp(path, sim::kGpioFolder) != 0) {
         return __real_access(path, kind);
     }
     return kernel->buses[0]->scenario.gpio_exported ? 0 : -1;
-}
-
-// These only fail, see failing_call.
-int __real_fstat(int fd, struct stat* status);
-int __real_flock(int fd, int operation);
-ssize_t __real_read(int fd, void* bytes, size_t count);
-ssize_t __real_write(int fd, const void* bytes, size_t count);
-int __real_fsync(int fd);
-int __real_linkat(int old_folder, const char* old_path, int folder, const char* path, int flags);
-
-int __wrap_fstat(int fd, struct stat* status) {
-    return fails(EIO) ? -1 : __real_fstat(fd, status);
-}
-
-int __wrap_flock(int fd, int operation) {
-    return fails(ENOLCK) ? -1 : __real_flock(fd, operation);
-}
-
-ssize_t __wrap_read(int fd, void* bytes, size_t count) {
-    return fails(EIO) ? -1 : __real_read(fd, bytes, count);
-}
-
-ssize_t __wrap_write(int fd, const void* bytes, size_t count) {
-    return fails(ENOSPC) ? -1 : __real_write(fd, bytes, count);
-}
-
-int __wrap_fsync(int fd) {
-    return fails(EIO) ? -1 : __real_fsync(fd);
-}
-
-int __wrap_linkat(int old_folder, const char* old_path, int folder, const char* path, int flags) {
-    return fails(EIO) ? -1 : __real_linkat(old_folder, old_path, folder, path, flags);
 }
 
 // Where off_t or time_t is wider than the processor's long, the C library's headers rename these calls.
@@ -394,19 +323,3 @@ SV_TWIN(clock_gettime, __clock_gettime64);
 SV_TWIN(time, __time64);
 
 }  // extern "C"
-
-void* operator new(size_t size) {
-    void* memory = fails(ENOMEM) ? nullptr : __real_malloc(size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, size_t /*size*/) noexcept {
-    std::free(memory);
-}

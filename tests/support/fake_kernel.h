@@ -75,3 +75,6 @@ struct OwnCalls {
     OwnCalls(const OwnCalls&) = delete;
     OwnCalls& operator=(const OwnCalls&) = delete;
 };
+
+/// For the fakes: counts a call of the program under test. True, with errno set, when it is to fail.
+bool call_fails(int error);
