@@ -1,18 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "tests/sweep/ctl_judge.h"
 
+#include "ctl/outcome.h"
 #include "mcu/registers.h"
 #include "tests/sweep/states.h"
 
 namespace sweep {
 
 namespace {
-
-constexpr int kDone = 0;
-constexpr int kCurrent = 3;
-constexpr int kRefused = 4;
-constexpr int kFailed = 5;
-constexpr int kUnconfirmed = 6;
 
 bool can_start(const sim::Board& board) {
     return board.flash.next_start(0) >= 0;  // with either choice, or with none
@@ -98,7 +93,9 @@ void CtlJudge::watch(const sim::Transfer& transfer) {
         changes_ += form->changes ? 1 : 0;
         const bool reset = form->command == FrameCommand::kResetDelayed || form->command == FrameCommand::kResetNow;
         if (reset && !is_lost() && !can_start(board_)) {
-            excuse(beginning_.window, "a reset while no region could start");
+            // A region that two programs spoilt together looks like a good one.
+            excuse(beginning_.window == Window::kOverwritten ? beginning_.window : Window::kNone,
+                   "a reset while no region could start");
         }
     }
     const bool is_poll = transfer.messages.size() == 2 && (transfer.messages[0].bytes[0] == kFrameCommandRegister ||
@@ -147,7 +144,7 @@ void CtlJudge::check_status(const Run& run, const std::string& content_before) {
 Run CtlJudge::run(const std::vector<std::string>& words) {
     const std::string before = content_text(board_, board_.flash.running());
     changes_ = 0;
-    const Run result = run_words(board_, words);
+    Run result = run_words(board_, words);
     check_status(result, before);
     return result;
 }

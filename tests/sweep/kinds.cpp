@@ -36,7 +36,7 @@ constexpr const char* kTear =
 
 constexpr Limits kOnce = {.attempts = 2, .timeouts = 0, .page_retries = 1};
 constexpr Limits kUnanswered = {.attempts = 2, .timeouts = 2, .page_retries = 5};
-constexpr Limits kRefused = {.attempts = 2, .timeouts = 0, .page_retries = 15};
+constexpr Limits kAllRefused = {.attempts = 2, .timeouts = 0, .page_retries = 15};
 // All commands of the power summary may time out, then two identities or the five tries of one page.
 constexpr Limits kAllTimeOut = {.attempts = 2, .timeouts = 40, .page_retries = 15};
 constexpr Limits kTwice = {.attempts = 3, .timeouts = 2, .page_retries = 10};
@@ -49,7 +49,7 @@ const std::vector<Kind> kAll = {
     {"no acknowledge, once", kGoesOn, kRegions, kNack, kOnce},
     {"bus dead from then on", kGoesOn, kRegions, kDead, kUnanswered, {{kBeforeRestart, 2}, {kResetLost, 2}}},
     {"command fails, once", kGoesOn, kRegions, "fail@any-command#{command}", kOnce},
-    {"commands fail from then on", kGoesOn, kRegions, "fail@any-command#{command}x*", kRefused, {{kResetLost, 2}}},
+    {"commands fail from then on", kGoesOn, kRegions, "fail@any-command#{command}x*", kAllRefused, {{kResetLost, 2}}},
     {"command never finishes, once", kGoesOn, kRegions, "hang@any-command#{command}", kUnanswered},
     {"commands never finish from then on", kGoesOn, kRegions, "hang@any-command#{command}x*", kAllTimeOut,
      {{kResetLost, 2}}},
@@ -106,8 +106,10 @@ const std::vector<Kind> kAll = {
     {"sv_ctl, three pages: MCU back at once", kGoesOn, kCtlThree + " boot_ms=0", kRestart, {}},
     {"sv_ctl, three pages: killed", kKilled, kCtlThree, kKill, {}},
     {"sv_ctl, three pages: power of both cut", kBothCut, kCtlThree, kCutBoth, {}},
-    {"sv_ctl, every state: killed", kKilledAtChange, kReached, kKillAtChange, {}},
-    {"sv_ctl, every state: power of both cut", kBothCut, kReached, kCutBoth, {}},
+    {"sv_ctl, every state: killed", kKilledAtChange, kReached, kKillAtChange, {},
+     {{kUnstartableBefore, 160}, {kOverwritten, 264}, {kIdZero, 1506}}},
+    {"sv_ctl, every state: power of both cut", kBothCut, kReached, kCutBoth, {},
+     {{kUnstartableBefore, 6520}, {kOverwritten, 2376}, {kIdZero, 1248}}},
 };
 // clang-format on
 

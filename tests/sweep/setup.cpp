@@ -155,12 +155,16 @@ const std::vector<uint8_t>& old_firmware(int region) {
 }
 
 std::unique_ptr<sim::Board> make_board(const Setup& setup) {
-    if (setup.state >= 0) {
-        const sim::Board& reached = *reached_states().states.at(static_cast<size_t>(setup.state)).board;
-        std::unique_ptr<sim::Board> board(new sim::Board(reached.clone()));
-        board->scenario.boot_choice = setup.boot_choice;
-        return board;
+    if (setup.state < 0) {
+        return make_start(setup);
     }
+    const sim::Board& reached = *reached_states().states.at(static_cast<size_t>(setup.state)).board;
+    std::unique_ptr<sim::Board> board(new sim::Board(reached.clone()));
+    board->scenario.boot_choice = setup.boot_choice;
+    return board;
+}
+
+std::unique_ptr<sim::Board> make_start(const Setup& setup) {
     auto board = std::make_unique<sim::Board>();
     board->scenario.boot_choice = setup.boot_choice;
     board->scenario.boot_ms = setup.boot_ms;

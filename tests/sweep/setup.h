@@ -64,6 +64,9 @@ const std::vector<uint8_t>& old_firmware(int region);
 /// A new board in this setup.
 std::unique_ptr<sim::Board> make_board(const Setup& setup);
 
+/// Of a setup that names no state.
+std::unique_ptr<sim::Board> make_start(const Setup& setup);
+
 struct Run {
     int status = 0;
     std::string verdict;  ///< the last line in the system log

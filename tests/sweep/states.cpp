@@ -98,7 +98,7 @@ public:
 
     void run() {
         for (const char* start : {"runs=0", "runs=1"}) {
-            const auto board = make_board(parse_setup(std::string(start) + " pages=three"));
+            const auto board = make_start(parse_setup(std::string(start) + " pages=three"));
             names_ = {};
             observe(*board, start);
         }
