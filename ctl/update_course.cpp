@@ -170,6 +170,10 @@ bool Course::start_other(int running) {
         return false;
     }
     if (device_.active_region == running) {
+        // Disabled now, a board whose enable was lost could not start.
+        if (region_swid(device_, region) != device_.file_swid || region_crc(device_, region) != checksum) {
+            return fail(failure_, Reason::kEnableFailed, "region %d was not enabled", region);
+        }
         // Had the MCU restarted, the disable could hit the region that was just enabled.
         if (!marker_stands(device_)) {
             return fail(failure_, Reason::kNotConfirmed, "the MCU restarted by itself");

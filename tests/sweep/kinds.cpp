@@ -28,6 +28,7 @@ constexpr const char* kKill = "killed before the first transfer|kill@{transfer}"
 constexpr const char* kCut = "restart@any-change|cut@any-change#{change}";
 constexpr const char* kCutBoth = "both cut before the first change|both cut after any-change#{change}";
 constexpr const char* kLost = "lost@{transfer}";
+constexpr const char* kSkip = "skip@{commit,enable,reset-delayed}x{1,2,3,*}";
 constexpr const char* kHang = "hang@any-command#{command}";
 constexpr const char* kDenied = "denied@{command}";
 constexpr const char* kKillAtChange = "killed before the first change|killed after any-change#{change}";
@@ -104,6 +105,7 @@ const std::vector<Kind> kAll = {
     {"sv_ctl, three pages: done, failed", kGoesOn, kCtlThree, kDenied, {}},
     {"sv_ctl, three pages: MCU restarts", kGoesOn, kCtlThree, kRestart, {}},
     {"sv_ctl, three pages: MCU back at once", kGoesOn, kCtlThree + " boot_ms=0", kRestart, {}},
+    {"sv_ctl, three pages: reports a lost success", kGoesOn, kCtlThree, kSkip, {}},
     {"sv_ctl, three pages: killed", kKilled, kCtlThree, kKill, {}},
     {"sv_ctl, three pages: power of both cut", kBothCut, kCtlThree, kCutBoth, {}},
     {"sv_ctl, every state: killed", kKilledAtChange, kReached, kKillAtChange, {},
