@@ -1,0 +1,367 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Disturbs real processes of sv_ctl on the simulated board: with signals at random times, and, if run as root, with an
+unprivileged neighbour who may write to its folders. Prints a table; exits with status 1 if a status was not true."""
+import argparse
+import collections
+import fcntl
+import json
+import multiprocessing
+import os
+import random
+import shutil
+import signal
+import stat
+import subprocess
+import sys
+import tempfile
+import time
+
+FLASH_SIZE, REGION_SIZE, PROGRAMMED = 0x42000, 0x20000, 255 * 512
+KINDS = {"INT": ["INT"], "TERM": ["TERM"], "HUP": ["HUP"], "QUIT": ["QUIT"], "TSTP, CONT": ["TSTP"], "KILL": ["KILL"],
+         "all but KILL": ["INT", "TERM", "HUP", "QUIT", "TSTP"]}
+TARGETS = {"lock": "lock", "backup": "flash.bin", "file": "new.svu", "metrics": "sorvan.prom", "temporary": "any"}
+FOLDER_MODES = {"sticky": 0o1777, "open": 0o777}
+NOBODY = 65534
+STALL = 5  # seconds, beyond those of an undisturbed run
+LOCK_WAIT = 1
+CHUNK = 20  # runs on one board, one after the other
+Ended = collections.namedtuple("Ended", "status out err seconds begun")
+
+
+class Board:
+    """What a state file of sv_board holds."""
+
+    def __init__(self, path):
+        with open(path, "rb") as file:
+            content = file.read()
+        self.flash = content[:FLASH_SIZE]
+        lines = dict(line.split("=", 1) for line in content[FLASH_SIZE:].decode().splitlines())
+        self.regions = {name: value for name, value in lines.items() if name.startswith(("running", "region"))}
+
+    def runs(self, version):
+        number = int(self.regions["running"])
+        if number < 0:
+            return False
+        with open(f"{setup.firmware}/{version}-region{number}.bin", "rb") as file:
+            wanted = file.read().ljust(PROGRAMMED, b"\xff")
+        return self.flash[number * REGION_SIZE :][:PROGRAMMED] == wanted
+
+    def __eq__(self, other):
+        return self.flash == other.flash and self.regions == other.regions
+
+
+def read_text(path):
+    with open(path, encoding="utf-8", errors="replace") as file:
+        return file.read()
+
+
+def has_begun():
+    return "the update begins" in read_text("err")
+
+
+def run_ctl(words, disturb=None, program="exec sv_ctl"):
+    """Runs sv_ctl with the board of the current folder; disturb(pid, pidfd) acts on its process meanwhile."""
+    for name in ("pid", "trace"):
+        open(name, "w", encoding="ascii").close()
+    start = time.monotonic()
+    with open("out", "wb") as out, open("err", "wb") as err:
+        # A process group of its own that has a parent in the session: the kernel does not stop orphaned groups.
+        board = subprocess.Popen(["sv_board", "run", "--fast", "--state", "board", "--trace", "trace", "--", "sh", "-c",
+                                  f'echo $$ >pid; {program} "$@"', "sh", *words],
+                                 stdin=subprocess.DEVNULL, stdout=out, stderr=err, process_group=0)
+    begun = None
+    if disturb:
+        while not read_text("pid").endswith("\n"):
+            time.sleep(0.001)
+        pid = int(read_text("pid"))
+        try:
+            pidfd = os.pidfd_open(pid)
+            begun = disturb(pid, pidfd)
+            os.close(pidfd)
+        except ProcessLookupError:
+            pass
+    status = board.wait()
+    return Ended(status, read_text("out"), read_text("err"), time.monotonic() - start, begun)
+
+
+def complaint_about_output(ended):
+    try:
+        result = json.loads(ended.out)
+    except ValueError:
+        return "standard output is not one JSON object"
+    if "violation" in ended.err:
+        return "violation of the board's rules"
+    return "" if result.get("exit", ended.status) == ended.status else "JSON and exit status differ"
+
+
+def complaint_about_update(ended, before, after, version):
+    """Nothing disturbs the board, and signals have no effect once it is being changed."""
+    if ended.status == 0:
+        problem = "" if after.runs(version) else "the file does not run"
+    elif ended.status == 3:
+        problem = "" if after.runs(version) and after == before else "not current"
+    elif ended.status in (4, 75):
+        problem = "" if after == before and not has_begun() else "refused, but changed"
+    else:
+        problem = f"status {ended.status}"
+    return problem or complaint_about_output(ended)
+
+
+def signals_at(chance, kind, span):
+    """Returns a disturbance: sends the signals of this kind, and says for each whether the update had begun."""
+    count = 1 if len(KINDS[kind]) == 1 else chance.randint(2, 5)
+    plan = sorted((chance.uniform(0, span), chance.choice(KINDS[kind])) for _ in range(count))
+
+    def disturb(pid, pidfd):
+        start = time.monotonic()
+        notes = []
+        for moment, name in plan:
+            time.sleep(max(0, start + moment - time.monotonic()))
+            begun = has_begun()
+            signal.pidfd_send_signal(pidfd, signal.Signals["SIG" + name])
+            if name == "TSTP":
+                time.sleep(0.01)
+                stopped = read_text(f"/proc/{pid}/stat").rpartition(")")[2].split()[0] == "T"
+                notes.append("stopped while changing" if stopped and begun else "stop" if stopped else "")
+                signal.pidfd_send_signal(pidfd, signal.SIGCONT)
+        return notes
+
+    return disturb
+
+
+def judge_signalled(ended, kind, before, version):
+    """Returns a word for the table, and what is wrong."""
+    after = Board("board")
+    if ended.status == 128 + signal.SIGKILL and kind == "KILL":
+        again = run_ctl(["update", "--json", f"{setup.folder}/{version}.svu"])
+        problem = "" if again.status in (0, 3) else f"status {again.status} when repeated"
+        problem = problem or "violation" in ended.err + again.err and "violation of the board's rules"
+        return "killed", problem or ("" if Board("board").runs(version) else "the file does not run when repeated")
+    if ended.status in [128 + signal.Signals["SIG" + name] for name in KINDS[kind]] and os.path.getsize("trace") == 0:
+        # Before the program could catch anything
+        return "early", "" if after == before and ended.out == "" else "ended early, but changed"
+    problem = complaint_about_update(ended, before, after, version)
+    if ended.begun and "stopped while changing" in ended.begun:
+        problem = problem or "stopped while changing"
+    return str(ended.status), problem
+
+
+def try_signals(number):
+    """One board; yields (kind, end, problem, stalled, stops) for each run."""
+    chance = random.Random(f"{setup.seed} {number}")
+    folder = tempfile.mkdtemp(dir=setup.folder)
+    os.chdir(folder)
+    shutil.copy(f"{setup.folder}/fresh", "board")
+    rows = []
+    for run in range(number * CHUNK, min((number + 1) * CHUNK, setup.runs)):
+        version = ("v1", "v2")[run % 2]
+        kind = list(KINDS)[run % len(KINDS)]
+        before = Board("board")
+        words = ["update", "--json", f"{setup.folder}/{version}.svu"]
+        if chance.random() < 0.25:
+            words += ["--backup", f"backup{run}"]
+        ended = run_ctl(words, signals_at(chance, kind, 1.1 * setup.usual))
+        end, problem = judge_signalled(ended, kind, before, version)
+        if problem:
+            print(f"run {run}, {kind}, {' '.join(words)}: {problem}\n{ended}", file=sys.stderr)
+        rows.append((kind, end, bool(problem), ended.seconds > STALL + setup.usual, (ended.begun or []).count("stop")))
+    return rows
+
+
+def plant(chance, folder, name, contents):
+    """Something of the neighbour's own under this name, or a lock on what stands there."""
+    new = f"{folder}/mine{chance.random()}"
+    path = f"{folder}/{name}"
+    action = chance.choice(["link", "dangling", "hard link", "fifo", "folder", "file", "file", "in place", "hold", "remove"])
+    if action == "hold":
+        held = os.open(path, os.O_RDONLY | os.O_NONBLOCK)
+        fcntl.flock(held, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        time.sleep(chance.uniform(0, 0.03))
+        os.close(held)
+    elif action == "in place":
+        with open(os.open(path, os.O_WRONLY | os.O_NONBLOCK), "wb") as file:
+            file.write(chance.choice(contents))
+    elif action == "remove":
+        os.rmdir(path) if os.path.isdir(path) and not os.path.islink(path) else os.unlink(path)
+    else:
+        if action == "link":
+            os.symlink(f"{setup.folder}/outside/victim", new)
+        elif action == "dangling":
+            os.symlink(f"{setup.folder}/outside/new", new)
+        elif action == "hard link":
+            os.link(f"{setup.folder}/outside/readable", new)
+        elif action == "fifo":
+            os.mkfifo(new, 0o666)
+        elif action == "folder":
+            os.mkdir(new)
+        else:
+            with open(new, "wb") as file:
+                file.write(chance.choice(contents))
+        if os.path.isdir(path) and not os.path.islink(path):
+            os.rmdir(path)
+        try:
+            os.rename(new, path)
+        except OSError:
+            os.rmdir(new) if action == "folder" else os.unlink(new)
+
+
+def be_neighbour(seed, folder, kind, contents, log):
+    """Never returns. Logs the names of what others make here."""
+    os.setgroups([])
+    os.setgid(NOBODY)
+    os.setuid(NOBODY)
+    chance = random.Random(seed)
+    while True:
+        try:
+            for entry in os.scandir(folder):
+                if entry.stat(follow_symlinks=False).st_uid != NOBODY:
+                    os.write(log, (entry.name + "\n").encode())
+                    if chance.random() < 0.3:  # also the unfinished files of the program
+                        plant(chance, folder, entry.name, contents)
+            if chance.random() < 0.7:
+                plant(chance, folder, TARGETS[kind], contents)
+        except OSError:
+            pass
+        time.sleep(chance.uniform(0, 0.004))
+
+
+def outside_state():
+    """Content, mode, owner of all that is not the neighbour's."""
+    state = {}
+    for entry in sorted(os.scandir(f"{setup.folder}/outside"), key=lambda entry: entry.name):
+        info = entry.stat(follow_symlinks=False)
+        with open(entry.path, "rb") as file:
+            state[entry.name] = file.read(), info.st_mode, info.st_uid, info.st_gid, info.st_mtime_ns
+    return state
+
+
+def judge_race(ended, kind, folder, sticky, before, foreign):
+    after = Board("board")
+    if kind == "metrics":
+        problem = "" if ended.status in (0, 4, 75) and after == before else f"status {ended.status}"
+        problem = problem or complaint_about_output(ended)
+    else:
+        problem = complaint_about_update(ended, before, after, "v2")
+    if outside_state() != setup.outside:
+        problem = problem or "a file outside was changed"
+    # Only in a sticky folder a file of root's stays what it was.
+    if ended.status == 0 and sticky and kind in ("backup", "metrics"):
+        path = f"{folder}/{TARGETS[kind]}"
+        with open(path, "rb") as file:
+            content = file.read()
+        whole = content == before.flash if kind == "backup" else b"sorvan_up 1\n" in content
+        if not whole or os.lstat(path).st_uid != 0 or not stat.S_ISREG(os.lstat(path).st_mode):
+            problem = problem or "the output is not what was written"
+    if kind == "temporary" and foreign:
+        problem = problem or f"made {foreign} in the temporary folder"
+    return problem
+
+
+def try_race(kind, mode, number):
+    seed = f"{setup.seed} {kind} {mode} {number}"
+    work = tempfile.mkdtemp(dir=setup.folder)
+    os.chdir(work)
+    shutil.copy(f"{setup.folder}/fresh", "board")
+    folder = f"{work}/shared"
+    os.mkdir(folder)
+    os.chmod(work, 0o755)
+    os.chmod(folder, FOLDER_MODES[mode])
+    paths = {"lock": f"{work}/lock", "file": f"{setup.folder}/v2.svu", "backup": "", "metrics": ""}
+    paths[kind] = f"{folder}/{TARGETS[kind]}"
+    words = ["--lock", paths["lock"], "--lock-wait", str(LOCK_WAIT), "--json"]
+    words += ["metrics", "--output", paths["metrics"]] if kind == "metrics" else ["update", paths["file"]]
+    words += ["--backup", paths["backup"]] if paths["backup"] else []
+    before = Board("board")
+    log = os.open("foreign", os.O_WRONLY | os.O_CREAT | os.O_APPEND)
+    with open(f"{setup.folder}/v2.svu", "rb") as file:
+        good = file.read()
+    flipped = good[:-70000] + bytes([good[-70000] ^ 1]) + good[-69999:]
+    child = os.fork()
+    if child == 0:
+        be_neighbour(seed, folder, kind, [good, good, flipped, good[:100000]], log)
+    time.sleep(random.Random(seed).uniform(0, 0.03))
+    ended = run_ctl(words, program=f"exec env TMPDIR={folder} sv_ctl")
+    os.kill(child, signal.SIGKILL)
+    os.waitpid(child, 0)
+    os.close(log)
+    problem = judge_race(ended, kind, folder, mode == "sticky", before, read_text("foreign"))
+    # Waiting takes no time on this board, but its clock counts it.
+    waited = json.loads(ended.out).get("seconds", 0) - setup.usual_clock - LOCK_WAIT if ended.out else 0
+    if problem:
+        print(f"race {seed}: {problem}\n{ended}", file=sys.stderr)
+    shutil.rmtree(work)
+    return f"{kind}, {mode}", str(ended.status), bool(problem), max(ended.seconds - setup.usual, waited) > STALL, 0
+
+
+def work_on(task):
+    return try_signals(task) if isinstance(task, int) else [try_race(*task)]
+
+
+def prepare(options):
+    """Update files, a fresh board, files outside the neighbour's folder, and the time of an undisturbed run."""
+    setup.runs, setup.seed = options.runs, options.seed
+    setup.firmware = os.path.realpath(options.source) + "/examples/firmware"
+    os.environ["PATH"] = os.path.realpath(options.programs) + ":" + os.environ["PATH"]
+    os.chmod(setup.folder, 0o755)
+    os.chdir(setup.folder)
+    for version, swid in (("v1", "0x0201"), ("v2", "0x0202")):
+        regions = [f"--region{number}={setup.firmware}/{version}-region{number}.bin" for number in (0, 1)]
+        subprocess.run(["sv_image", "pack", *regions, "--swid", swid, "-o", version + ".svu"], check=True,
+                       stdout=subprocess.DEVNULL)
+    subprocess.run(["sv_board", "run", "--state", "fresh", "--", "true"], check=True)
+    os.mkdir("outside")
+    for name, mode in (("victim", 0o600), ("readable", 0o644)):
+        with open(f"outside/{name}", "w", encoding="ascii") as file:
+            file.write("root's own\n")
+        os.chmod(f"outside/{name}", mode)
+    setup.outside = outside_state()
+    shutil.copy("fresh", "board")
+    undisturbed = [run_ctl(["update", "--json", version + ".svu"]) for version in ("v1", "v2", "v1")]
+    if [ended.status for ended in undisturbed] != [0, 0, 0]:
+        sys.exit(f"undisturbed updates fail: {undisturbed}")
+    setup.usual = max(ended.seconds for ended in undisturbed)
+    setup.usual_clock = max(json.loads(ended.out)["seconds"] for ended in undisturbed)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("programs", help="folder of the programs")
+    parser.add_argument("source", help="source folder")
+    parser.add_argument("--runs", type=int, default=1000, help="runs with signals")
+    parser.add_argument("--races", type=int, default=100, help="races for each of the neighbour's targets")
+    parser.add_argument("--seed", type=int, default=1)
+    options = parser.parse_args()
+    signal.signal(signal.SIGHUP, signal.SIG_DFL)  # nohup would be inherited
+    start = time.monotonic()
+    with tempfile.TemporaryDirectory() as setup.folder:
+        prepare(options)
+        tasks = list(range((options.runs + CHUNK - 1) // CHUNK))
+        if os.getuid() == 0:
+            tasks += [(kind, list(FOLDER_MODES)[number % 2], number) for kind in TARGETS
+                      for number in range(options.races)]
+        else:
+            print("not root: no races with a neighbour")
+        with multiprocessing.Pool(os.cpu_count()) as pool:
+            rows = [row for rows in pool.imap_unordered(work_on, tasks) for row in rows]
+        os.chdir("/")
+    bad = print_table(rows)
+    print(f"seed {options.seed}, {setup.usual:.2f} s for an undisturbed update, {time.monotonic() - start:.0f} s in all")
+    sys.exit(1 if bad else 0)
+
+
+def print_table(rows):
+    """Returns how many rows were not as they must be."""
+    ends = sorted({row[1] for row in rows})
+    print(f"{'disturbance':18}{'runs':>6}" + "".join(f"{end:>8}" for end in ends) + f"{'stops':>7}{'untrue':>8}{'stalls':>8}")
+    for kind in dict.fromkeys([*KINDS, *sorted(row[0] for row in rows)]):
+        mine = [row for row in rows if row[0] == kind]
+        counts = [sum(row[1] == end for row in mine) for end in ends]
+        print(f"{kind:18}{len(mine):6}" + "".join(f"{count:8}" for count in counts) +
+              f"{sum(row[4] for row in mine):7}{sum(row[2] for row in mine):8}{sum(row[3] for row in mine):8}")
+    return sum(row[2] or row[3] for row in rows)
+
+
+setup = argparse.Namespace()
+if __name__ == "__main__":
+    main()
