@@ -173,9 +173,10 @@ def try_signals(number):
         usual = setup.usual_slow if slow else setup.usual
         ended = run_ctl(words, signals_at(chance, kind, 0.9 * usual))
         end, problem = judge_signalled(ended, kind, before, version)
-        if problem:
-            print(f"run {run}, {kind}, {' '.join(words)}: {problem}\n{ended}", file=sys.stderr)
-        rows.append((kind, end, bool(problem), ended.seconds > STALL + usual, ended.notes.count("stop")))
+        stalled = ended.seconds > STALL + usual
+        if problem or stalled:
+            print(f"run {run}, {kind}, {' '.join(words)}: {problem or 'stalled'}\n{ended}", file=sys.stderr)
+        rows.append((kind, end, bool(problem), stalled, ended.notes.count("stop")))
     return rows
 
 
@@ -255,7 +256,7 @@ def outside_state():
     return state
 
 
-def judge_race(ended, kind, folder, sticky, before, foreign):
+def judge_race(ended, kind, folder, sticky, before):
     after = Board("board")
     if kind == "metrics":
         problem = "" if ended.status in (0, 4, 75) and after == before else f"status {ended.status}"
@@ -270,8 +271,9 @@ def judge_race(ended, kind, folder, sticky, before, foreign):
         whole = content == before.flash if kind == "backup" else b"sorvan_up 1\n" in content
         if not whole or os.lstat(path).st_uid != 0 or not stat.S_ISREG(os.lstat(path).st_mode):
             problem = problem or "the output is not what was written"
+    foreign = read_text("foreign").split()
     if kind == "temporary" and foreign:
-        problem = problem or f"made {foreign} in the temporary folder"
+        problem = problem or f"made {foreign[0]} in the temporary folder"
     return problem
 
 
@@ -298,20 +300,26 @@ def try_race(kind, mode, number):
     flipped = good[:-70000] + bytes([good[-70000] ^ 1]) + good[-69999:]
     child = os.fork()
     if child == 0:
+        if kind == "file":
+            shutil.copy(f"{setup.folder}/v2.svu", paths[kind])
+            os.chown(paths[kind], NOBODY, NOBODY)
         be_neighbour(seed, folder, kind, [good, good, flipped, good[:100000]], log)
     time.sleep(random.Random(seed).uniform(0, 0.03))
     ended = run_ctl(words, program=f"exec env TMPDIR={folder} sv_ctl")
     os.kill(child, signal.SIGKILL)
     os.waitpid(child, 0)
     os.close(log)
-    problem = "a file outside was changed" if outside_state() != outside else judge_race(ended, kind, folder, mode == "sticky", before, read_text("foreign"))
+    problem = judge_race(ended, kind, folder, mode == "sticky", before)
+    if outside_state() != outside:
+        problem = "a file outside was changed"
     usual = setup.usual_slow if kind == "backup" else setup.usual
     # Waiting takes no time on this board, but its clock counts it.
     waited = max(ended.seconds, (result_of(ended) or {}).get("seconds", 0) - LOCK_WAIT)
-    if problem:
-        print(f"race {seed}: {problem}\n{ended}", file=sys.stderr)
+    stalled = waited > STALL + usual
+    if problem or stalled:
+        print(f"race {seed}: {problem or 'stalled'}\n{ended}", file=sys.stderr)
     shutil.rmtree(work)
-    return f"{kind}, {mode}", str(ended.status), bool(problem), waited > STALL + usual, 0
+    return f"{kind}, {mode}", str(ended.status), bool(problem), stalled, 0
 
 
 def work_on(task):
