@@ -8,6 +8,7 @@ import fcntl
 import json
 import multiprocessing
 import os
+import pathlib
 import random
 import shutil
 import signal
@@ -34,8 +35,7 @@ class Board:
     """What a state file of sv_board holds."""
 
     def __init__(self, path):
-        with open(path, "rb") as file:
-            content = file.read()
+        content = pathlib.Path(path).read_bytes()
         self.flash = content[:FLASH_SIZE]
         lines = dict(line.split("=", 1) for line in content[FLASH_SIZE:].decode().splitlines())
         self.regions = {name: value for name, value in lines.items() if name.startswith(("running", "region"))}
@@ -53,8 +53,7 @@ class Board:
 
 
 def read_text(path):
-    with open(path, encoding="utf-8", errors="replace") as file:
-        return file.read()
+    return pathlib.Path(path).read_text("utf-8", "replace")
 
 
 def has_begun():
@@ -65,7 +64,7 @@ def run_ctl(words, disturb=None, program="exec sv_ctl"):
     """Runs sv_ctl with the board of the current folder; disturb(pid, pidfd) acts on its process meanwhile, and yields
     what it notices."""
     for name in ("pid", "trace"):
-        open(name, "w", encoding="ascii").close()
+        pathlib.Path(name).write_bytes(b"")
     start = time.monotonic()
     with open("out", "wb") as out, open("err", "wb") as err:
         # A process group of its own that has a parent in the session: the kernel does not stop orphaned groups.
@@ -184,27 +183,20 @@ def plant(chance, folder, name, contents):
     """Something of the neighbour's own under this name, or a lock on what stands there."""
     new = f"{folder}/mine{chance.random()}"
     path = f"{folder}/{name}"
-    action = chance.choice(["link", "dangling", "hard link", "fifo", "folder", "file", "file", "in place", "remove",
-                            "remove"])
+    makers = {"link": lambda: os.symlink(f"{folder}/../outside/victim", new),
+              "dangling": lambda: os.symlink(f"{folder}/../outside/new", new),
+              "hard link": lambda: os.link(f"{folder}/../common", new),
+              "fifo": lambda: os.mkfifo(new, 0o666),
+              "folder": lambda: os.mkdir(new),
+              "file": lambda: pathlib.Path(new).write_bytes(chance.choice(contents))}
+    action = chance.choice([*makers, "file", "in place", "remove", "remove"])
     if action == "in place":
         with open(os.open(path, os.O_WRONLY | os.O_NONBLOCK), "wb") as file:
             file.write(chance.choice(contents))
     elif action == "remove":
         os.rmdir(path) if os.path.isdir(path) and not os.path.islink(path) else os.unlink(path)
     else:
-        if action == "link":
-            os.symlink(f"{folder}/../outside/victim", new)
-        elif action == "dangling":
-            os.symlink(f"{folder}/../outside/new", new)
-        elif action == "hard link":
-            os.link(f"{folder}/../common", new)
-        elif action == "fifo":
-            os.mkfifo(new, 0o666)
-        elif action == "folder":
-            os.mkdir(new)
-        else:
-            with open(new, "wb") as file:
-                file.write(chance.choice(contents))
+        makers[action]()
         if os.path.isdir(path) and not os.path.islink(path):
             os.rmdir(path)
         try:
@@ -241,17 +233,15 @@ def make_outside():
     """Root's files: one that the neighbour's links lead to, and one that he may lock and link."""
     os.mkdir("outside")
     for path, mode in (("outside/victim", 0o600), ("common", 0o666)):
-        with open(path, "w", encoding="ascii") as file:
-            file.write("root's own\n")
+        pathlib.Path(path).write_bytes(b"root's own")
         os.chmod(path, mode)
 
 
 def outside_state():
     state = {}
-    for entry in os.scandir("outside"):
-        info = entry.stat(follow_symlinks=False)
-        with open(entry.path, "rb") as file:
-            state[entry.name] = file.read(), info.st_mode, info.st_uid, info.st_gid, info.st_mtime_ns
+    for path in pathlib.Path("outside").iterdir():
+        info = path.lstat()
+        state[path.name] = path.read_bytes(), info.st_mode, info.st_uid, info.st_gid, info.st_mtime_ns
     return state
 
 
@@ -265,8 +255,7 @@ def judge_race(ended, kind, folder, sticky, before):
     # Only in a sticky folder a file of root's stays what it was.
     if ended.status == 0 and sticky and kind in ("backup", "metrics"):
         path = f"{folder}/{TARGETS[kind]}"
-        with open(path, "rb") as file:
-            content = file.read()
+        content = pathlib.Path(path).read_bytes()
         whole = content == before.flash if kind == "backup" else b"sorvan_up 1\n" in content
         if not whole or os.lstat(path).st_uid != 0 or not stat.S_ISREG(os.lstat(path).st_mode):
             problem = problem or "the output is not what was written"
@@ -294,21 +283,23 @@ def try_race(kind, mode, number):
     words += ["--backup", paths["backup"]] if paths["backup"] else []
     before = Board("board")
     log = os.open("foreign", os.O_WRONLY | os.O_CREAT | os.O_APPEND)
-    with open(f"{setup.folder}/v2.svu", "rb") as file:
-        good = file.read()
+    good = pathlib.Path(f"{setup.folder}/v2.svu").read_bytes()
     flipped = good[:-70000] + bytes([good[-70000] ^ 1]) + good[-69999:]
     child = os.fork()
     if child == 0:
-        if kind == "file":
-            shutil.copy(f"{setup.folder}/v2.svu", paths[kind])
-            os.chown(paths[kind], NOBODY, NOBODY)
-        be_neighbour(seed, folder, kind, [good, good, flipped, good[:100000]], log)
+        try:
+            if kind == "file":
+                pathlib.Path(paths[kind]).write_bytes(good)
+                os.chown(paths[kind], NOBODY, NOBODY)
+            be_neighbour(seed, folder, kind, [good, good, flipped, good[:100000]], log)
+        finally:
+            os._exit(1)
     time.sleep(random.Random(seed).uniform(0, 0.03))
     ended = run_ctl(words, program=f"exec env TMPDIR={folder} sv_ctl")
     os.kill(child, signal.SIGKILL)
-    os.waitpid(child, 0)
+    killed = os.WIFSIGNALED(os.waitpid(child, 0)[1])
     os.close(log)
-    problem = judge_race(ended, kind, folder, mode == "sticky", before)
+    problem = judge_race(ended, kind, folder, mode == "sticky", before) if killed else "the neighbour has failed"
     if outside_state() != outside:
         problem = "a file outside was changed"
     usual = setup.usual_slow if kind == "backup" else setup.usual
@@ -336,12 +327,11 @@ def prepare(options):
     setup.firmware = collections.defaultdict(list)
     for version, base, end in (("v1", "v1", b""), ("v2", "v2", b""), ("v3", "v2", b"3")):
         for number in (0, 1):
-            with open(f"{source}/examples/firmware/{base}-region{number}.bin", "rb") as file:
-                setup.firmware[version].append(file.read() + end)
-            with open(f"region{number}", "wb") as file:
-                file.write(setup.firmware[version][number])
-        subprocess.run(["sv_image", "pack", "--region0", "region0", "--region1", "region1", "--swid", f"0x020{version[1]}",
-                        "-o", version + ".svu"], check=True, stdout=subprocess.DEVNULL)
+            code = pathlib.Path(f"{source}/examples/firmware/{base}-region{number}.bin").read_bytes() + end
+            setup.firmware[version].append(code)
+            pathlib.Path(f"region{number}").write_bytes(code)
+        subprocess.run(["sv_image", "pack", "--region0", "region0", "--region1", "region1", "-o", version + ".svu",
+                        "--swid", f"0x020{version[1]}"], check=True, stdout=subprocess.DEVNULL)
     subprocess.run(["sv_board", "run", "--state", "fresh", "--", "true"], check=True)
     # As many at a time as later
     with multiprocessing.Pool(os.cpu_count()) as pool:
@@ -381,19 +371,21 @@ def main():
             rows = [row for rows in pool.imap_unordered(work_on, tasks) for row in rows]
         os.chdir("/")
     bad = print_table(rows)
-    print(f"seed {options.seed}, {setup.usual:.2f} s for an undisturbed update, {setup.usual_slow:.1f} s with a backup, {time.monotonic() - start:.0f} s in all")
+    print(f"seed {options.seed}; undisturbed {setup.usual:.2f} s, with a backup {setup.usual_slow:.1f} s; "
+          f"{time.monotonic() - start:.0f} s in all")
     sys.exit(1 if bad else 0)
 
 
 def print_table(rows):
     """Returns how many rows were not as they must be."""
     ends = sorted({row[1] for row in rows})
-    print(f"{'disturbance':18}{'runs':>6}" + "".join(f"{end:>8}" for end in ends) + f"{'stops':>7}{'untrue':>8}{'stalls':>8}")
+    columns = [*ends, "stops", "untrue", "stalls"]
+    print(f"{'disturbance':18}{'runs':>6}" + "".join(f"{name:>8}" for name in columns))
     for kind in dict.fromkeys([*KINDS, *sorted(row[0] for row in rows)]):
         mine = [row for row in rows if row[0] == kind]
         counts = [sum(row[1] == end for row in mine) for end in ends]
-        print(f"{kind:18}{len(mine):6}" + "".join(f"{count:8}" for count in counts) +
-              f"{sum(row[4] for row in mine):7}{sum(row[2] for row in mine):8}{sum(row[3] for row in mine):8}")
+        counts += [sum(row[column] for row in mine) for column in (4, 2, 3)]
+        print(f"{kind:18}{len(mine):6}" + "".join(f"{count:8}" for count in counts))
     return sum(row[2] or row[3] for row in rows)
 
 
