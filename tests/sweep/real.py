@@ -4,7 +4,6 @@
 unprivileged neighbour who may write to its folders. Prints a table; exits with status 1 if a status was not true."""
 import argparse
 import collections
-import fcntl
 import json
 import multiprocessing
 import os
@@ -18,12 +17,13 @@ import sys
 import tempfile
 import time
 
+sys.dont_write_bytecode = True  # the tree stays as it is
+from neighbour import NOBODY, TARGETS, be_neighbour
+
 FLASH_SIZE, REGION_SIZE, PROGRAMMED = 0x42000, 0x20000, 255 * 512
 KINDS = {"INT": ["INT"], "TERM": ["TERM"], "HUP": ["HUP"], "QUIT": ["QUIT"], "TSTP, CONT": ["TSTP"], "KILL": ["KILL"],
          "all but KILL": ["INT", "TERM", "HUP", "QUIT", "TSTP"]}
-TARGETS = {"lock": "lock", "backup": "flash.bin", "file": "new.svu", "metrics": "sorvan.prom", "temporary": "any"}
 FOLDER_MODES = {"sticky": 0o1777, "open": 0o777}
-NOBODY = 65534
 STALL = 5  # seconds, beyond those of an undisturbed run
 GIVE_UP = 60  # seconds
 LOCK_WAIT = 1
@@ -177,56 +177,6 @@ def try_signals(number):
             print(f"run {run}, {kind}, {' '.join(words)}: {problem or 'stalled'}\n{ended}", file=sys.stderr)
         rows.append((kind, end, bool(problem), stalled, ended.notes.count("stop")))
     return rows
-
-
-def plant(chance, folder, name, contents):
-    """Something of the neighbour's own under this name, or a lock on what stands there."""
-    new = f"{folder}/mine{chance.random()}"
-    path = f"{folder}/{name}"
-    makers = {"link": lambda: os.symlink(f"{folder}/../outside/victim", new),
-              "dangling": lambda: os.symlink(f"{folder}/../outside/new", new),
-              "hard link": lambda: os.link(f"{folder}/../common", new),
-              "fifo": lambda: os.mkfifo(new, 0o666),
-              "folder": lambda: os.mkdir(new),
-              "file": lambda: pathlib.Path(new).write_bytes(chance.choice(contents))}
-    action = chance.choice([*makers, "file", "in place", "remove", "remove"])
-    if action == "in place":
-        with open(os.open(path, os.O_WRONLY | os.O_NONBLOCK), "wb") as file:
-            file.write(chance.choice(contents))
-    elif action == "remove":
-        os.rmdir(path) if os.path.isdir(path) and not os.path.islink(path) else os.unlink(path)
-    else:
-        makers[action]()
-        if os.path.isdir(path) and not os.path.islink(path):
-            os.rmdir(path)
-        try:
-            os.rename(new, path)
-            if action == "hard link":
-                with open(path, "rb") as held:
-                    fcntl.flock(held, fcntl.LOCK_EX | fcntl.LOCK_NB)
-                    time.sleep(chance.uniform(0, 0.1))
-        except OSError:
-            os.rmdir(new) if action == "folder" else os.unlink(new)
-
-
-def be_neighbour(seed, folder, kind, contents, log):
-    """Never returns. Logs the names of what others make here."""
-    os.setgroups([])
-    os.setgid(NOBODY)
-    os.setuid(NOBODY)
-    chance = random.Random(seed)
-    pause = 10 ** chance.uniform(-3, 0.5 if kind == "backup" else -1)  # from hectic to patient
-    while True:
-        time.sleep(chance.uniform(0, 2 * pause))
-        try:
-            for entry in os.scandir(folder):
-                if entry.stat(follow_symlinks=False).st_uid != NOBODY:
-                    os.write(log, (entry.name + "\n").encode())
-                    if chance.random() < 0.3:  # also the unfinished files of the program
-                        plant(chance, folder, entry.name, contents)
-            plant(chance, folder, TARGETS[kind], contents)
-        except OSError:
-            pass
 
 
 def make_outside():
