@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "ctl/report.h"
 #include "diag/cap_status.h"
 #include "diag/diagnostics_dump.h"
 #include "diag/formulas.h"
@@ -87,12 +88,6 @@ Value of_two(const Power& power, int number) {
 template <int Bit>
 Value enabled(const Power& power, int number) {
     return power.record ? measured((power.record->teko_enable >> (2 * (number - 1) + Bit) & 1) == 0) : Value();
-}
-
-std::string hex4(unsigned number) {
-    char text[16];
-    std::snprintf(text, sizeof text, "%04x", number);
-    return text;
 }
 
 template <size_t Count>

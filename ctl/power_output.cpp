@@ -139,10 +139,6 @@ std::string power_lines(const Power& power) {
     return lines;
 }
 
-std::string json_reason(const Failure& failure) {
-    return failure.reason == Reason::kNone ? "null" : json_string(reason_word(failure.reason));
-}
-
 void add_power(JsonObject& object, const Power& power) {
     for_each_value([&](const PowerGroup& group, int index, const PowerField& field) {
         object.add(field_name(group, index, field), json_value(field, field.value(power, index)));

@@ -10,9 +10,6 @@
 /// A line for each value, for people; "-" for one that is absent.
 std::string power_lines(const Power& power);
 
-/// The word of a failure's reason in JSON; null if there was none.
-std::string json_reason(const Failure& failure);
-
 /// Adds each value under its name; null if absent.
 void add_power(JsonObject& object, const Power& power);
 

@@ -19,6 +19,16 @@ std::string printable(std::string_view bytes) {
     return text;
 }
 
+std::string hex4(unsigned number) {
+    char text[12];
+    std::snprintf(text, sizeof text, "%04x", number);
+    return text;
+}
+
+std::string json_reason(const Failure& failure) {
+    return failure.reason == Reason::kNone ? "null" : json_string(reason_word(failure.reason));
+}
+
 int report_failure(const CommonOptions& options, const Failure& failure) {
     if (options.json) {
         const JsonObject object = JsonObject()

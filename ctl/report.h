@@ -11,6 +11,12 @@
 /// command a terminal or forge a line of a log.
 std::string printable(std::string_view bytes);
 
+/// Four lower-case hexadecimal digits of an id or a checksum.
+std::string hex4(unsigned number);
+
+/// The word of the reason in JSON; null if there is none.
+std::string json_reason(const Failure& failure);
+
 /// Ends a command other than update that did not reach its result: prints "sv_ctl: TEXT" on standard error and, with
 /// --json, an object with result, reason, retry and message on standard output. Returns the exit status.
 int report_failure(const CommonOptions& options, const Failure& failure);

@@ -22,13 +22,6 @@ std::string text_if(const std::optional<std::string>& text) {
     return text ? json_string(*text) : "null";
 }
 
-/// A JSON array of strings.
-std::string json_strings(const std::vector<std::string>& texts) {
-    std::vector<std::string> values(texts.size());
-    std::transform(texts.begin(), texts.end(), values.begin(), json_string);
-    return json_array(values);
-}
-
 std::string json_numbers(const std::vector<uint16_t>& numbers) {
     std::vector<std::string> values(numbers.size());
     std::transform(numbers.begin(), numbers.end(), values.begin(),

@@ -71,6 +71,14 @@ std::string json_array(const std::vector<std::string>& values) {
     return '[' + text + ']';
 }
 
+std::string json_strings(const std::vector<std::string>& texts) {
+    std::vector<std::string> values;
+    for (const std::string& text : texts) {
+        values.push_back(json_string(text));
+    }
+    return json_array(values);
+}
+
 JsonObject& JsonObject::add(std::string_view key, const std::string& value) {
     members_ += (members_.empty() ? "" : ",") + json_string(key) + ':' + value;
     return *this;

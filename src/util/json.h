@@ -12,6 +12,9 @@ std::string json_string(std::string_view bytes);
 /// "[a,b]" from values in JSON.
 std::string json_array(const std::vector<std::string>& values);
 
+/// The same from texts.
+std::string json_strings(const std::vector<std::string>& texts);
+
 class JsonObject {
 public:
     /// REQUIRES: the value is JSON.
