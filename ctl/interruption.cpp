@@ -20,7 +20,7 @@ void catch_interruptions() {
     signal_seen = 0;
     struct sigaction action {};
     action.sa_handler = note_signal;
-    action.sa_flags = SA_RESTART;
+    // Without SA_RESTART: a write to a reader that does not read must end.
     for (const int signal : kEnding) {
         struct sigaction before {};
         // Whoever starts a command with a signal ignored, as nohup does, wants it ignored.

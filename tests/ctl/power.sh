@@ -30,6 +30,17 @@ wait $! || status=$?
 expect_same "status after SIGTERM" $status 0
 exec 7<&-
 
+# A reader that does not read
+sv_board run --fast -- sv_ctl watch --lock lock >pipe &
+exec 7<pipe
+read -r row <&7
+until grep -q pipe_write "/proc/$(pgrep -P $!)/wchan"; do :; done
+kill -TERM "$(pgrep -P $!)"
+status=0
+wait $! || status=$?
+expect_same "status after SIGTERM, waiting for the reader" $status 0
+exec 7<&-
+
 # Two readings at once would mix up their values
 # shellcheck disable=SC2016
 expect 75 "" "sv_ctl: somebody else reads /dev/i2c-0" \
