@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ctl/progress.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -14,12 +15,19 @@ constexpr uint32_t kBarWidth = 30;
 constexpr char kBar[] = "##############################";
 static_assert(sizeof kBar == kBarWidth + 1);
 
+/// Whether a line can be written without waiting: a terminal that was stopped with ^S, or a reader that does not read,
+/// must not hold up an update. What cannot be written is left out.
+bool is_ready() {
+    pollfd errors{STDERR_FILENO, POLLOUT, 0};
+    return poll(&errors, 1, 0) == 1 && (errors.revents & POLLOUT) != 0;
+}
+
 }  // namespace
 
 Progress::Progress() : terminal_(isatty(STDERR_FILENO) == 1) {}
 
 void Progress::end_line() {
-    if (line_open_) {
+    if (line_open_ && is_ready()) {
         std::fputc('\n', stderr);
         line_open_ = false;
     }
@@ -27,7 +35,9 @@ void Progress::end_line() {
 
 void Progress::say(const char* text) {
     end_line();
-    std::fprintf(stderr, "%s\n", text);
+    if (is_ready()) {
+        std::fprintf(stderr, "%s\n", text);
+    }
 }
 
 void Progress::begin_changes() {
@@ -79,14 +89,16 @@ void Progress::backed_up() {
 
 void Progress::failed_attempt(const Failure& failure) {
     end_line();
-    std::fprintf(stderr, "an attempt failed: %s\n", failure.text);
+    if (is_ready()) {
+        std::fprintf(stderr, "an attempt failed: %s\n", failure.text);
+    }
 }
 
 void Progress::step() {
     ++done_;
     const uint32_t percent = total_ == 0 ? 100 : done_ * 100 / total_;
     const uint32_t grain = terminal_ ? 1 : 10;
-    if (percent / grain != shown_ / grain) {
+    if (percent / grain != shown_ / grain && is_ready()) {
         draw(percent);
     }
     shown_ = percent;
