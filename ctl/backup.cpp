@@ -19,8 +19,7 @@ bool fail_to_write(const std::string& path, Failure& failure) {
     if (reason == EEXIST) {
         return fail(failure, Reason::kBackupExists, "%s exists already", path.c_str());
     }
-    const bool full = reason == ENOSPC || reason == EDQUOT || reason == EFBIG;
-    return fail(failure, full ? Reason::kNoSpace : Reason::kBackupFailed, "could not write %s: %s", path.c_str(),
+    return fail(failure, reason_not_written(reason, Reason::kBackupFailed), "could not write %s: %s", path.c_str(),
                 std::strerror(reason));
 }
 

@@ -37,6 +37,23 @@ std::string check_address(const std::string& text) {
     return good ? "" : "an address from 0x03 to 0x77, not '" + text + "'";
 }
 
+auto seconds_from(double least) {
+    return [least](const std::string& text) -> std::string {
+        float number = 0;
+        // NaN is not inside either bound.
+        const bool good = !text.empty() && parse_float(text.c_str(), number) && number >= least && number <= 86400;
+        char bounds[64];
+        std::snprintf(bounds, sizeof bounds, "seconds from %g to 86400", least);
+        return good ? "" : std::string(bounds) + ", not '" + text + "'";
+    };
+}
+
+std::string check_count(const std::string& text) {
+    int64_t number = 0;
+    const bool good = !text.empty() && parse_int(text.c_str(), number) && number >= 1 && number < INT64_MAX;
+    return good ? "" : "a number of readings from 1, not '" + text + "'";
+}
+
 void add_common(CLI::App& app, CommonOptions& common) {
     app.add_option("--bus", common.bus, "Number of the I2C bus")
         ->type_name("N")
@@ -57,7 +74,7 @@ void add_common(CLI::App& app, CommonOptions& common) {
         ->capture_default_str();
     app.add_option("--lock-wait", common.lock_wait, "Longest wait for the lock")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.0, 86400.0))
+        ->check(seconds_from(0))
         ->capture_default_str();
     app.add_flag("--json", common.json, "The result as JSON");
 }
@@ -93,9 +110,11 @@ void add_readers(CLI::App& app, Parsed& parsed) {
                                   [](const Parsed& all) { return run_watch_command(all.common, all.watch); });
     watch->add_option("--interval", parsed.watch.interval, "From one reading to the next, from 0.1")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.1, 86400.0))
+        ->check(seconds_from(0.1))
         ->capture_default_str();
-    watch->add_option("--count", parsed.watch.count, "Number of readings [until interrupted]")->type_name("N");
+    watch->add_option("--count", parsed.watch.count, "Number of readings [until interrupted]")
+        ->type_name("N")
+        ->check(check_count);
     watch->add_flag("--csv", parsed.watch.csv, "Comma-separated values with a head line");
     CLI::App* metrics = add_command(app, parsed, "metrics", "Report the measurements as Prometheus text",
                                     [](const Parsed& all) { return run_metrics_command(all.common, all.metrics); });
@@ -113,16 +132,26 @@ bool asks_for_json(int argc, const char* const* argv) {
     return false;
 }
 
-int report_usage(const CLI::ParseError& error, bool json) {
+/// What --json does not go with: exactly one object is printed.
+void check_json(const CLI::App& app, const Parsed& parsed) {
+    if (parsed.common.json && parsed.watch.csv) {
+        throw CLI::ExcludesError("--csv", "--json");
+    }
+    if (parsed.common.json && app.got_subcommand("metrics") && parsed.metrics.output.empty()) {
+        throw CLI::RequiresError("metrics --json", "--output");
+    }
+}
+
+int report_usage(const std::string& message, bool json) {
     if (json) {
         const JsonObject object = JsonObject()
                                       .add("result", json_string("usage"))
                                       .add("reason", json_string(reason_word(Reason::kBadUsage)))
                                       .add("retry", "false")
-                                      .add("message", json_string(error.what()));
+                                      .add("message", json_string(message));
         static_cast<void>(print_result(object.text() + "\n"));
     }
-    std::fprintf(stderr, "sv_ctl: %s\nTry 'sv_ctl --help'.\n", printable(error.what()).c_str());
+    std::fprintf(stderr, "sv_ctl: %s\nTry 'sv_ctl --help'.\n", printable(message).c_str());
     return kUsage;
 }
 
@@ -136,10 +165,14 @@ int parse_and_run(int argc, const char* const* argv) {
     add_readers(app, parsed);
     try {
         app.parse(argc, argv);
+        check_json(app, parsed);
     } catch (const CLI::Success& success) {
-        return app.exit(success) == 0 && std::fflush(stdout) == 0 ? kDone : kRefused;
+        return app.exit(success) == 0 && std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? kDone : kRefused;
     } catch (const CLI::ParseError& error) {
-        return report_usage(error, asks_for_json(argc, argv));
+        const std::vector<std::string> unknown = app.remaining();
+        const bool names_none = app.get_subcommands().empty() && !unknown.empty();
+        return report_usage(names_none ? "unknown command or option: " + unknown.front() : error.what(),
+                            asks_for_json(argc, argv));
     }
     return parsed.run(parsed);
 }

@@ -15,9 +15,8 @@ bool replace_file(const std::string& path, const std::string& text, Failure& fai
         return true;
     }
     const int error = errno;
-    const bool is_full = error == ENOSPC || error == EDQUOT;
     const char* text_of_error = error == ELOOP ? "it is a link" : std::strerror(error);
-    return fail(failure, is_full ? Reason::kNoSpace : Reason::kOutputFailed, "cannot replace %s: %s", path.c_str(),
+    return fail(failure, reason_not_written(error, Reason::kOutputFailed), "cannot replace %s: %s", path.c_str(),
                 text_of_error);
 }
 
@@ -29,11 +28,9 @@ int run_metrics_command(const CommonOptions& common, const MetricsOptions& optio
     const bool is_up = take_reading(common, power, failure);
     // Written after a failure, too: the file before would look like a board that is well.
     const std::string text = power_metrics(power, failure);
-    CommonOptions ending = common;
     int status = kDone;
     if (options.output.empty()) {
         status = print_result(text);
-        ending.json = false;  // standard output belongs to the metrics
     } else {
         Failure output;
         if (!replace_file(options.output, text, output)) {
@@ -41,9 +38,9 @@ int run_metrics_command(const CommonOptions& common, const MetricsOptions& optio
         }
     }
     if (!is_up) {
-        return report_failure(ending, failure);
+        return report_failure(common, failure);
     }
-    return ending.json ? print_result(JsonObject()
+    return common.json ? print_result(JsonObject()
                                           .add("result", json_string("done"))
                                           .add("reason", "null")
                                           .add("retry", "false")

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "ctl/outcome.h"
 
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <iterator>
@@ -32,7 +33,7 @@ constexpr ReasonRow kReasons[] = {
     {Reason::kNoSpace, "no-space", false},
     {Reason::kNoMemory, "no-memory", true},
     {Reason::kBackupExists, "backup-exists", false},
-    {Reason::kBackupFailed, "backup-failed", true},
+    {Reason::kBackupFailed, "backup-failed", false},
     {Reason::kOutputFailed, "output-failed", false},
     {Reason::kInterrupted, "interrupted", true},
     {Reason::kEraseFailed, "erase-failed", true},
@@ -66,6 +67,10 @@ const char* reason_word(Reason reason) {
 
 bool may_retry(Reason reason) {
     return row_of(reason).retry;
+}
+
+Reason reason_not_written(int error, Reason otherwise) {
+    return error == ENOSPC || error == EDQUOT || error == EFBIG ? Reason::kNoSpace : otherwise;
 }
 
 bool fail(Failure& failure, Reason reason, const char* format, ...) {

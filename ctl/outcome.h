@@ -49,6 +49,9 @@ const char* reason_word(Reason reason);
 /// Whether the same call may succeed later without anybody's hand.
 bool may_retry(Reason reason);
 
+/// The reason when a file could not be written: kNoSpace if this errno says so, otherwise `otherwise`.
+Reason reason_not_written(int error, Reason otherwise);
+
 /// Why a command did not do all that was asked. Holds its text itself, so that no memory is needed to fail.
 struct Failure {
     Reason reason = Reason::kNone;

@@ -52,13 +52,14 @@ std::string json_row(const std::string& time, const Power& power, const Failure&
     return object.text() + "\n";
 }
 
-/// The exit status, if the output is at its end: a reader that has gone has seen enough.
+/// The exit status, if the output is at its end: a reader that has gone has seen enough, and a signal ends a write that
+/// waits for its reader.
 std::optional<int> write_row(const std::string& row) {
     errno = 0;
     if (std::fwrite(row.data(), 1, row.size(), stdout) == row.size() && std::fflush(stdout) == 0) {
         return std::nullopt;
     }
-    if (errno == EPIPE) {
+    if (errno == EPIPE || interrupted()) {
         return kDone;
     }
     std::fprintf(stderr, "sv_ctl: could not write a row: %s\n", std::strerror(errno));
@@ -83,12 +84,6 @@ std::optional<int> watch_once(const CommonOptions& common, const WatchOptions& o
 }  // namespace
 
 int run_watch_command(const CommonOptions& common, const WatchOptions& options) {
-    if (options.csv && common.json) {
-        Failure failure;
-        fail(failure, Reason::kBadUsage, "--csv and --json exclude each other");
-        report_failure(common, failure);
-        return kUsage;
-    }
     catch_interruptions();
     if (options.csv) {
         if (const auto status = write_row("time,reason" + csv_names() + "\n")) {

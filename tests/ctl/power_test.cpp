@@ -308,7 +308,16 @@ TEST(Watch, ASignalEndsIt) {
         }
     }
     Situation situation;
-    EXPECT_EQ(run_ctl_words({"watch", "--csv", "--json"}).status, 64);
+    for (const Words& wrong :
+         {Words{"watch", "--csv"}, Words{"metrics"}, Words{"watch", "--interval", "nan", "--count", "1"},
+          Words{"watch", "--count", "-1"}, Words{"watch", "--count", "0"}, Words{"status", "--lock-wait", "nan"},
+          Words{"status", "--lock-wait", "-1"}, Words{"bogus"}, Words{}}) {
+        Words words = wrong;
+        words.emplace_back("--json");
+        const ToolRun usage = run_ctl_words(words);
+        EXPECT_EQ(usage.status, 64) << usage.out;
+        EXPECT_TRUE(usage.out.starts_with(R"({"result":"usage","reason":"bad-usage","retry":false,)")) << usage.out;
+    }
     EXPECT_EQ(situation.kernel.wire, Words{});
 }
 
