@@ -32,40 +32,44 @@ int open_or_create(const char* path) {
     return created < 0 && errno == EEXIST ? open(path, kOpenFlags) : created;
 }
 
+/// The command that makes the lock, to append to a text.
+const char* advice_for(const char* path) {
+    return is_default(path) ? "; this makes it: sudo systemd-tmpfiles --create sv-updater.conf" : "";
+}
+
 bool check_file(int descriptor, const char* path, Failure& failure) {
     struct stat status {};
     if (fstat(descriptor, &status) != 0) {
         return fail(failure, Reason::kNoLock, "cannot look at the lock %s: %s", path, std::strerror(errno));
     }
     if (!S_ISREG(status.st_mode)) {
-        return fail(failure, Reason::kNoLock, "the lock %s is not a regular file", path);
+        return fail(failure, Reason::kNoLock, "the lock %s is not a regular file%s", path, advice_for(path));
     }
     if (status.st_uid != 0 && status.st_uid != geteuid()) {
-        return fail(failure, Reason::kNoLock, "the lock %s belongs to another user", path);
+        return fail(failure, Reason::kNoLock, "the lock %s belongs to another user%s", path, advice_for(path));
     }
     return true;
 }
 
 bool fail_to_open(const char* path, Failure& failure) {
     const int reason = errno;
-    const char* advice = is_default(path) ? "; this makes it: sudo systemd-tmpfiles --create sv-updater.conf" : "";
     if (reason == EACCES) {
         return fail(failure, Reason::kNoPermission, "cannot open the lock %s: %s; members of the group i2c may", path,
                     std::strerror(reason));
     }
-    return fail(failure, Reason::kNoLock, "cannot open the lock %s: %s%s", path, std::strerror(reason), advice);
+    return fail(failure, Reason::kNoLock, "cannot open the lock %s: %s%s", path,
+                reason == ELOOP ? "it is a link" : std::strerror(reason), advice_for(path));
 }
 
-/// Whether the name still leads to this file: otherwise somebody else may hold a lock of the same name.
-bool is_still_there(int descriptor, const char* path) {
+/// Whether the name still leads to this file: otherwise somebody else may hold a lock of the same name. Closes `again`,
+/// the name opened anew, -1 if nothing is there.
+bool is_still_there(int descriptor, int again) {
     struct stat held {};
     struct stat named {};
-    const int again = open(path, kOpenFlags);
-    if (again < 0) {
-        return false;
+    const bool known = again >= 0 && fstat(descriptor, &held) == 0 && fstat(again, &named) == 0;
+    if (again >= 0) {
+        close(again);
     }
-    const bool known = fstat(descriptor, &held) == 0 && fstat(again, &named) == 0;
-    close(again);
     return known && held.st_dev == named.st_dev && held.st_ino == named.st_ino;
 }
 
@@ -94,8 +98,16 @@ bool Lock::take(const char* path, Sharing sharing, double seconds, Failure& fail
         if (!check_file(descriptor_, path, failure)) {
             return false;
         }
-        if (flock(descriptor_, operation) == 0 && is_still_there(descriptor_, path)) {
-            return true;
+        if (flock(descriptor_, operation) == 0) {
+            const int again = open(path, kOpenFlags);
+            if (again < 0 && errno != ENOENT && errno != ELOOP) {
+                return fail_to_open(path, failure);
+            }
+            if (is_still_there(descriptor_, again)) {
+                return true;
+            }
+        } else if (errno != EWOULDBLOCK && errno != EINTR) {
+            return fail(failure, Reason::kNoLock, "cannot lock %s: %s", path, std::strerror(errno));
         }
         if (interrupted()) {
             return fail(failure, Reason::kInterrupted, "interrupted while waiting for the lock");
