@@ -190,14 +190,6 @@ struct Result {
     std::string text;
 };
 
-std::string json_words(const std::vector<std::string>& words) {
-    std::vector<std::string> values;
-    for (const std::string& word : words) {
-        values.push_back(json_string(word));
-    }
-    return json_array(values);
-}
-
 std::string json_text(const std::vector<Result>& results, const Finding& finding) {
     std::vector<std::string> rows;
     for (const Result& result : results) {
@@ -210,12 +202,12 @@ std::string json_text(const std::vector<Result>& results, const Finding& finding
     const Failure& failure = finding.failure;
     JsonObject object;
     object.add("result", json_string(failure.reason == Reason::kNone ? "ok" : "failed"))
-        .add("reason", json_string(reason_word(failure.reason)))
+        .add("reason", json_reason(failure))
         .add("retry", may_retry(failure.reason) ? "true" : "false")
         .add("message", json_string(failure.text))
         .add("rows", json_array(rows))
         .add("remedy", json_string(finding.remedy))
-        .add("advice", json_words(finding.advice));
+        .add("advice", json_strings(finding.advice));
     return object.text() + "\n";
 }
 
@@ -245,7 +237,8 @@ int run_doctor_command(const CommonOptions& common) {
         }
         Failure not_locked;
         if (row.takes_lock &&
-            !all.session.lock.take(common.lock.c_str(), Sharing::kShared, common.lock_wait, not_locked)) {
+            (!all.session.lock.take(common.lock.c_str(), Sharing::kShared, common.lock_wait, not_locked) ||
+             !all.session.take_turn(common.lock_wait, not_locked))) {
             return report_failure(common, not_locked);
         }
         last = {};

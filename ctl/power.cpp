@@ -1,12 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "ctl/power.h"
 
-#include <sys/file.h>
-#include <unistd.h>
-
-#include <cerrno>
-
-#include "ctl/interruption.h"
 #include "ctl/power_source.h"
 #include "diag/read_diagnostics.h"
 #include "mcu/identity.h"
@@ -14,26 +8,6 @@
 #include "status/host_probes.h"
 
 namespace {
-
-constexpr useconds_t kTurnPauseUs = 10'000;
-
-/// Readers share the lock, but the MCU has only one set of command registers: two readings at once would mix up their
-/// values. So they take turns, with a lock on the node of the bus.
-bool take_turn(const Session& session, double seconds, Failure& failure) {
-    for (double waited = 0;; waited += kTurnPauseUs * 1e-6) {
-        // Other errors: this file cannot be locked.
-        if (flock(session.bus.fd, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {
-            return true;
-        }
-        if (interrupted()) {
-            return fail(failure, Reason::kInterrupted, "interrupted while waiting for the bus");
-        }
-        if (waited >= seconds) {
-            return fail(failure, Reason::kHeldLock, "somebody else reads /dev/i2c-%d", session.bus.bus_number);
-        }
-        usleep(kTurnPauseUs);
-    }
-}
 
 void read_host(McuDevice& device, Power& power) {
     float number = 0;
@@ -128,7 +102,7 @@ bool take_reading(const CommonOptions& options, Power& power, Failure& failure) 
     Session session;
     read_host(session.device, power);
     if (!session.lock.take(options.lock.c_str(), Sharing::kShared, options.lock_wait, failure) ||
-        !session.open(options, failure) || !take_turn(session, options.lock_wait, failure)) {
+        !session.open(options, failure) || !session.take_turn(options.lock_wait, failure)) {
         return false;
     }
     read_neighbours(session.bus, power);

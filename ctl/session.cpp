@@ -1,10 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "ctl/session.h"
 
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+
+#include "ctl/interruption.h"
+
+namespace {
+
+constexpr useconds_t kTurnPauseUs = 10'000;
+
+}  // namespace
 
 Session::~Session() {
     if (bus.fd >= 0) {
@@ -23,4 +32,20 @@ bool Session::open(const CommonOptions& options, Failure& failure) {
                     options.bus.c_str(), std::strerror(reason));
     }
     return fail(failure, Reason::kNoBus, "cannot open /dev/i2c-%s: %s", options.bus.c_str(), std::strerror(reason));
+}
+
+bool Session::take_turn(double seconds, Failure& failure) const {
+    for (double waited = 0;; waited += kTurnPauseUs * 1e-6) {
+        // Other errors: this file cannot be locked.
+        if (flock(bus.fd, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {
+            return true;
+        }
+        if (interrupted()) {
+            return fail(failure, Reason::kInterrupted, "interrupted while waiting for the bus");
+        }
+        if (waited >= seconds) {
+            return fail(failure, Reason::kHeldLock, "somebody else reads /dev/i2c-%d", bus.bus_number);
+        }
+        usleep(kTurnPauseUs);
+    }
 }

@@ -29,4 +29,9 @@ struct Session {
 
     /// Opens the bus; sends nothing. Failure: kNoBus, kNoPermission.
     bool open(const CommonOptions& options, Failure& failure);
+
+    /// Waits up to `seconds` until no other reader uses the bus. Readers share the lock, but the MCU has only one set
+    /// of command registers: two readings at once would mix up their values. Held until the bus is closed. Failure:
+    /// kHeldLock, kInterrupted. REQUIRES: an open bus.
+    bool take_turn(double seconds, Failure& failure) const;
 };
