@@ -6,8 +6,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 #include "mcu/flash_geometry.h"
@@ -42,7 +42,7 @@ bool read_once(const char* path, std::vector<uint8_t>& bytes, Failure& failure) 
     // Not blocking: a FIFO in place of the file would wait for its writer.
     const int descriptor = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (descriptor < 0) {
-        return fail(failure, errno == EACCES ? Reason::kNoPermission : Reason::kBadFile, "cannot open the file: %s",
+        return fail(failure, errno == EACCES ? Reason::kNoPermission : Reason::kBadFile, "cannot open %s: %s", path,
                     std::strerror(errno));
     }
     struct stat status {};
@@ -51,9 +51,9 @@ bool read_once(const char* path, std::vector<uint8_t>& bytes, Failure& failure) 
     const int reason = errno;
     close(descriptor);
     if (!regular) {
-        return fail(failure, Reason::kBadFile, "not a regular file");
+        return fail(failure, Reason::kBadFile, "%s is not a regular file", path);
     }
-    return read || fail(failure, Reason::kBadFile, "cannot read the file: %s", std::strerror(reason));
+    return read || fail(failure, Reason::kBadFile, "cannot read %s: %s", path, std::strerror(reason));
 }
 
 bool parse(McuDevice& device, std::vector<uint8_t>& bytes, Failure& failure) {
@@ -76,9 +76,11 @@ bool parse(McuDevice& device, std::vector<uint8_t>& bytes, Failure& failure) {
 std::vector<uint16_t> parse_hwids(const std::vector<std::string>& texts) {
     std::vector<uint16_t> hwids;
     for (const std::string& text : texts) {
+        uint16_t id = 0;
+        const char* end = text.data() + text.size();
+        const auto [rest, error] = std::from_chars(text.data(), end, id, 16);
         // What is no number fits no hardware.
-        const unsigned long id = std::strtoul(text.c_str(), nullptr, 16);
-        hwids.push_back(id <= UINT16_MAX ? static_cast<uint16_t>(id) : uint16_t{0});
+        hwids.push_back(error == std::errc() && rest == end ? id : uint16_t{0});
     }
     return hwids;
 }

@@ -237,7 +237,7 @@ const Case kCases[] = {
      "\"blank\"",
      "null",
      0,
-     [](Trial& test) { test.file.prefix = "hwid: 0001 0002\n"; }},
+     [](Trial& test) { test.file.prefix = "hwid: 0001 0003x -fffffffffffffffd\n"; }},
     {"for this hardware",
      {},
      {},
