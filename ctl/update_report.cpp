@@ -27,10 +27,9 @@ bool is_success(const UpdateReport& report) {
     return report.status == kDone || report.status == kCurrent;
 }
 
-std::string hex4(unsigned number) {
-    char text[12];
-    std::snprintf(text, sizeof text, "%04x", number);
-    return text;
+/// The same call would find its own backup, and refuse: the advice leaves the backup out.
+bool same_call_may_succeed(const UpdateReport& report) {
+    return !is_success(report) && may_retry(report.failure.reason) && !report.backed_up;
 }
 
 std::string text_or_null(const char* text) {
@@ -39,14 +38,6 @@ std::string text_or_null(const char* text) {
 
 std::string json_bool(bool value) {
     return value ? "true" : "false";
-}
-
-std::string json_strings(const std::vector<std::string>& texts) {
-    std::vector<std::string> values;
-    for (const std::string& text : texts) {
-        values.push_back(json_string(text));
-    }
-    return json_array(values);
 }
 
 /// What both regions hold and which one runs; null when it is not known.
@@ -99,7 +90,7 @@ void print_json(const CommonOptions& common, const UpdateOptions& options, const
     object.add("result", json_string(result_word(report, options.check)))
         .add("exit", std::to_string(report.status))
         .add("reason", is_success(report) ? "null" : json_string(reason_word(report.failure.reason)))
-        .add("retry", json_bool(!is_success(report) && may_retry(report.failure.reason)))
+        .add("retry", json_bool(same_call_may_succeed(report)))
         .add("message", json_string(message_of(report, options.check)))
         .add("advice", advise ? json_strings(repeat_words(common, options)) : "null")
         .add("check", json_bool(options.check))
@@ -162,19 +153,21 @@ void report_update(const CommonOptions& common, const UpdateOptions& options, co
     syslog(is_success(report) ? LOG_NOTICE : LOG_ERR, "update %s%s%s%s%s", result_word(report, options.check),
            *reason != '\0' ? ", " : "", reason, *reason != '\0' ? ": " : "",
            is_success(report) ? "" : report.failure.text);
+    bool owes_object = common.json;
     try {
         if (common.json) {
             print_json(common, options, device, report);
+            owes_object = false;
         }
         if (!common.json || !is_success(report)) {
             print_text(common, options, report);
         }
     } catch (const std::bad_alloc&) {
-        if (common.json) {
+        if (owes_object) {
             std::printf("{\"result\":\"%s\",\"exit\":%d,\"reason\":%s%s%s,\"retry\":%s}\n",
                         result_word(report, options.check), report.status, *reason != '\0' ? "\"" : "",
                         *reason != '\0' ? reason : "null", *reason != '\0' ? "\"" : "",
-                        *reason != '\0' && may_retry(report.failure.reason) ? "true" : "false");
+                        same_call_may_succeed(report) ? "true" : "false");
             std::fflush(stdout);
         }
     }
