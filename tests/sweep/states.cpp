@@ -15,11 +15,10 @@ namespace {
 using Words = std::vector<std::string>;
 
 /// Interrupted after each of their steps, and also tried with a fault at each step.
-const std::vector<Words> kForms = {{"--update", "three"}, {"--update", "other"}, {"--reset"}};
+const std::vector<Words> kForms = {{"--update", "three"}, {"--update", "other"}, {"--update", "zero"}, {"--reset"}};
 
 /// Interrupted after each of their steps.
 const std::vector<Words> kFurtherForms = {
-    {"--update", "zero"},
     {"--upd", "three"},
     {"--upd", "other"},
     {"--erase"},
