@@ -12,5 +12,5 @@ bool check_backup_target(const std::string& path, Failure& failure);
 
 /// Reads all 0x42000 bytes and stores them in a new file, which appears when it is complete and on disk. Nothing that
 /// stands there is replaced. Failure: kNoAnswer, kInterrupted, kBackupExists, kNoSpace, kNoMemory, kBackupFailed; no
-/// file is left behind.
+/// file is left.
 bool keep_backup(McuDevice& device, const std::string& path, Progress& progress, Failure& failure);

@@ -236,9 +236,10 @@ int run_doctor_command(const CommonOptions& common) {
             continue;
         }
         Failure not_locked;
+        const timespec start = monotonic_now();
         if (row.takes_lock &&
             (!all.session.lock.take(common.lock.c_str(), Sharing::kShared, common.lock_wait, not_locked) ||
-             !all.session.take_turn(common.lock_wait, not_locked))) {
+             !all.session.take_turn(start, common.lock_wait, not_locked))) {
             return report_failure(common, not_locked);
         }
         last = {};

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Who the MCU is; and if nobody can tell, why.
+// Who the MCU is; or why it is not known.
 #pragma once
 
 #include "ctl/outcome.h"

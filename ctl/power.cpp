@@ -101,8 +101,9 @@ bool take_reading(const CommonOptions& options, Power& power, Failure& failure) 
     power = Power{};
     Session session;
     read_host(session.device, power);
+    const timespec start = monotonic_now();
     if (!session.lock.take(options.lock.c_str(), Sharing::kShared, options.lock_wait, failure) ||
-        !session.open(options, failure) || !session.take_turn(options.lock_wait, failure)) {
+        !session.open(options, failure) || !session.take_turn(start, options.lock_wait, failure)) {
         return false;
     }
     read_neighbours(session.bus, power);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The table of everything that a reading tells: name, unit, meaning and conversion of each value. All forms of output
+// The table of everything that a reading holds: name, unit, meaning and conversion of each value. All forms of output
 // are made from it.
 #pragma once
 

@@ -34,8 +34,8 @@ bool Session::open(const CommonOptions& options, Failure& failure) {
     return fail(failure, Reason::kNoBus, "cannot open /dev/i2c-%s: %s", options.bus.c_str(), std::strerror(reason));
 }
 
-bool Session::take_turn(double seconds, Failure& failure) const {
-    for (double waited = 0;; waited += kTurnPauseUs * 1e-6) {
+bool Session::take_turn(const timespec& start, double seconds, Failure& failure) const {
+    for (;;) {
         // Other errors: this file cannot be locked.
         if (flock(bus.fd, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) {
             return true;
@@ -43,7 +43,7 @@ bool Session::take_turn(double seconds, Failure& failure) const {
         if (interrupted()) {
             return fail(failure, Reason::kInterrupted, "interrupted while waiting for the bus");
         }
-        if (waited >= seconds) {
+        if (elapsed_ms(start, monotonic_now()) >= seconds * 1000) {
             return fail(failure, Reason::kHeldLock, "somebody else reads /dev/i2c-%d", bus.bus_number);
         }
         usleep(kTurnPauseUs);

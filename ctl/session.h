@@ -7,6 +7,7 @@
 #include "ctl/lock.h"
 #include "ctl/outcome.h"
 #include "mcu/mcu_device.h"
+#include "util/clock.h"
 
 struct CommonOptions {
     std::string bus = "0";  ///< N of /dev/i2c-N
@@ -30,8 +31,8 @@ struct Session {
     /// Opens the bus; sends nothing. Failure: kNoBus, kNoPermission.
     bool open(const CommonOptions& options, Failure& failure);
 
-    /// Waits up to `seconds` until no other reader uses the bus. Readers share the lock, but the MCU has only one set
-    /// of command registers: two readings at once would mix up their values. Held until the bus is closed. Failure:
-    /// kHeldLock, kInterrupted. REQUIRES: an open bus.
-    bool take_turn(double seconds, Failure& failure) const;
+    /// Waits until no other reader uses the bus, up to `seconds` after `start`. Readers share the lock, but the MCU has
+    /// only one set of command registers: two readings at once would mix up their values. Held until the bus is closed.
+    /// Failure: kHeldLock, kInterrupted. REQUIRES: an open bus.
+    bool take_turn(const timespec& start, double seconds, Failure& failure) const;
 };

@@ -172,7 +172,7 @@ void CtlJudge::run_undisturbed(const std::vector<std::string>& words) {
         fail("the undisturbed run ended with " + std::to_string(result.status) + ": " + result.verdict);
     }
     if (!can_start(board_)) {
-        // Without --sure, a firmware that runs is left alone, and no answer of the MCU tells that nothing can start.
+        // Without --sure, a firmware that runs is left alone, and no answer of the MCU shows that nothing can start.
         const bool known = result.status == kCurrent && !beginning_.could_start;
         excuse(known ? beginning_.window : Window::kNone, "no region could start at the end");
     }

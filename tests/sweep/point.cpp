@@ -63,7 +63,7 @@ std::string key_of(const sim::Board& board, const Beginning& beginning, const Wo
     return key;
 }
 
-/// A new process of sv_ctl on the board as it is, undisturbed. Boards that it can't tell apart are tried once.
+/// A new process of sv_ctl on the board as it is, undisturbed. Boards that look alike to it are tried once.
 const Outcome& run_ctl_on_copy(const sim::Board& board, const Setup& setup, const Beginning& beginning,
                                const Words& words) {
     static std::map<std::string, Outcome> all;
