@@ -73,6 +73,7 @@ std::string json_array(const std::vector<std::string>& values) {
 
 std::string json_strings(const std::vector<std::string>& texts) {
     std::vector<std::string> values;
+    values.reserve(texts.size());
     for (const std::string& text : texts) {
         values.push_back(json_string(text));
     }
