@@ -105,7 +105,7 @@ const std::vector<Kind> kAll = {
     {"sv_ctl, three pages: done, failed", kGoesOn, kCtlThree, kDenied, {}},
     {"sv_ctl, three pages: MCU restarts", kGoesOn, kCtlThree, kRestart, {}},
     {"sv_ctl, three pages: MCU back at once", kGoesOn, kCtlThree + " boot_ms=0", kRestart, {}},
-    {"sv_ctl, three pages: reports a lost success", kGoesOn, kCtlThree, kSkip, {}},
+    {"sv_ctl, three pages: command lost", kGoesOn, kCtlThree, kSkip, {}},
     {"sv_ctl, three pages: killed", kKilled, kCtlThree, kKill, {}},
     {"sv_ctl, three pages: power of both cut", kBothCut, kCtlThree, kCutBoth, {}},
     {"sv_ctl, every state: killed", kKilledAtChange, kReached, kKillAtChange, {},
