@@ -50,10 +50,6 @@ bool same_regions(const McuInfo& a, const McuInfo& b) {
            a.crc1 == b.crc1;
 }
 
-uint16_t file_crc(const McuDevice& device, int region) {
-    return region == 0 ? device.file_crc0 : device.file_crc1;
-}
-
 /// Compares the regions whose id and checksum leave it open.
 bool compare_regions(McuDevice& device, BoardState& state, Failure& failure) {
     const auto may_be_file = [&](int region) { return region_crc(state.info, region) == file_crc(device, region); };

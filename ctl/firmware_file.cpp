@@ -101,6 +101,10 @@ bool load_firmware_file(const char* path, McuDevice& device, FirmwareNotes& note
     return named == notes.sha256 || fail(failure, Reason::kBadFile, "it does not have the SHA-256 that it names");
 }
 
+uint16_t file_crc(const McuDevice& device, int region) {
+    return region == 0 ? device.file_crc0 : device.file_crc1;
+}
+
 const uint8_t* page_content(const McuDevice& device, uint16_t page) {
     return device.file_page_map[page] != 0 ? device.file_image.get() + uint32_t{page} * kPageSize : nullptr;
 }
@@ -114,7 +118,7 @@ bool check_region_content(const McuDevice& device, int region, bool any_content,
         const uint8_t* content = page_content(device, static_cast<uint16_t>(first + i));
         crc = crc16_buffer(crc, content != nullptr ? content : erased, kPageSize);
     }
-    if (crc != (region == 0 ? device.file_crc0 : device.file_crc1)) {
+    if (crc != file_crc(device, region)) {
         return fail(failure, Reason::kBadFile, "the checksum of region %d is wrong, so the MCU would not enable it",
                     region);
     }

@@ -24,6 +24,9 @@ bool load_firmware_file(const char* path, McuDevice& device, FirmwareNotes& note
 /// with a jump into the region. Failure: kBadFile. REQUIRES: a loaded file.
 bool check_region_content(const McuDevice& device, int region, bool any_content, Failure& failure);
 
+/// The checksum of region 0 or 1 once the loaded file is programmed there.
+uint16_t file_crc(const McuDevice& device, int region);
+
 /// The bytes that page `page` of the whole flash has after its region was programmed: those of the file, or null if the
 /// page is not marked and stays erased.
 const uint8_t* page_content(const McuDevice& device, uint16_t page);

@@ -73,10 +73,11 @@ bool Course::begin_changes() {
     if (begun_) {
         return true;
     }
+    // Looked at only when no signal can come any more: a later one would end the update between two frames.
+    ignore_interruptions();
     if (interrupted()) {
         return fail(failure_, Reason::kInterrupted, "interrupted");
     }
-    ignore_interruptions();
     progress_.begin_changes();
     begun_ = true;
     return true;
@@ -162,7 +163,7 @@ bool Course::start_other(int running) {
     const int region = 1 - running;
     progress_.say("enabling the new region");
     result_.changing = true;
-    const uint16_t checksum = region == 0 ? device_.file_crc0 : device_.file_crc1;
+    const uint16_t checksum = file_crc(device_, region);
     if (!request_enable(device_, region, device_.file_swid, checksum)) {
         return fail(failure_, Reason::kEnableFailed, "%s", device_.last_error.c_str());
     }
@@ -201,8 +202,8 @@ bool Course::start_other(int running) {
 }  // namespace
 
 bool runs_file(const McuDevice& device) {
-    return device.swid == device.file_swid && region_crc(device, device.active_region) ==
-                                                  (device.active_region == 0 ? device.file_crc0 : device.file_crc1);
+    return device.swid == device.file_swid &&
+           region_crc(device, device.active_region) == file_crc(device, device.active_region);
 }
 
 bool run_course(McuDevice& device, const CourseOptions& options, Progress& progress, CourseResult& result,
