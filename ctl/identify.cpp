@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "mcu/i2c_bus.h"
 #include "mcu/identity.h"
 #include "mcu/transactions.h"
 

@@ -3,6 +3,7 @@
 
 #include "ctl/power_source.h"
 #include "diag/read_diagnostics.h"
+#include "mcu/i2c_bus.h"
 #include "mcu/identity.h"
 #include "mcu/transactions.h"
 #include "status/host_probes.h"

@@ -6,6 +6,7 @@
 
 #include "ctl/lock.h"
 #include "ctl/outcome.h"
+#include "mcu/i2c_bus.h"
 #include "mcu/mcu_device.h"
 #include "util/clock.h"
 

@@ -12,6 +12,7 @@
 #include "cli/update_commands.h"
 #include "cli/usage.h"
 #include "log/log.h"
+#include "mcu/i2c_bus.h"
 #include "util/parse_number.h"
 #include "util/process.h"
 

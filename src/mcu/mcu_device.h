@@ -6,10 +6,11 @@
 
 #include "mcu/calibration.h"
 #include "mcu/error_text.h"
-#include "mcu/i2c_bus.h"
 #include "mcu/mcu_info.h"
 #include "mcu/registers.h"
 #include "mcu/update_image.h"
+
+struct I2cBus;  // only declared: update files are read on systems without such a bus too
 
 struct McuLink {
     I2cBus* bus = nullptr;  ///< not owned; --bus opens another device in it

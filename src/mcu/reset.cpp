@@ -5,6 +5,7 @@
 
 #include <cstdio>
 
+#include "mcu/i2c_bus.h"
 #include "mcu/transactions.h"
 #include "util/clock.h"
 

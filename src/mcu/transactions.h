@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "mcu/frames.h"
+#include "mcu/i2c_bus.h"
 #include "mcu/mcu_device.h"
 
 /// The status block and one more byte, which is 1 if the block was read and 0 if the read failed.

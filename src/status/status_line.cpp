@@ -10,6 +10,7 @@
 #include "log/log.h"
 #include "log/timestamp.h"
 #include "mcu/charger.h"
+#include "mcu/i2c_bus.h"
 #include "mcu/identity.h"
 #include "status/host_probes.h"
 #include "util/byte_list.h"

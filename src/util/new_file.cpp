@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,10 +10,11 @@
 #include <cstring>
 #include <ctime>
 
+#include "util/new_file_steps.h"
+
 namespace {
 
 constexpr int kAttempts = 100;
-constexpr unsigned kNoReplace = 1;  // RENAME_NOREPLACE, which not every C library names
 
 bool refuse(int reason) {
     errno = reason;
@@ -32,8 +32,7 @@ auto repeat_interrupted(Call call) {
 
 int open_folder(const char* path) {
     const int folder = repeat_interrupted([=] { return openat(AT_FDCWD, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
-    // Without the right to list the folder, everything but its sync still works.
-    return folder < 0 && errno == EACCES ? openat(AT_FDCWD, path, O_PATH | O_DIRECTORY | O_CLOEXEC) : folder;
+    return folder < 0 && errno == EACCES ? open_unlistable_folder(path) : folder;
 }
 
 bool sync_folder(int folder) {
@@ -147,8 +146,8 @@ bool NewFile::rename_or_link() const {
         return true;
     }
     // Memory cards and sticks often have a file system without links.
-    const bool has_links = errno != EPERM && errno != EOPNOTSUPP && errno != ENOSYS;
-    return !has_links && syscall(SYS_renameat2, folder_, own_, folder_, target_, kNoReplace) == 0;
+    const bool has_links = errno != EPERM && errno != EOPNOTSUPP && errno != ENOTSUP && errno != ENOSYS;
+    return !has_links && rename_if_free(folder_, own_, target_);
 }
 
 bool NewFile::stands_at_target() const {

@@ -9,6 +9,7 @@
 #include <map>
 #include <set>
 
+#include "mcu/i2c_bus.h"
 #include "mcu/identity.h"
 #include "tests/fuzz/edited_file.h"
 #include "update/flash_region.h"

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "mcu/i2c_bus.h"
 #include "mcu/mcu_device.h"
 #include "tests/support/fake_kernel.h"
 #include "tests/support/tool_run.h"
