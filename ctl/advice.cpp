@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "ctl/report.h"
+#include "util/printable.h"
 
 namespace {
 
@@ -19,16 +19,12 @@ bool is_plain(char byte) {
            std::string_view("-_./=:,+").find(byte) != std::string_view::npos;
 }
 
-bool is_printable(char byte) {
-    return byte >= ' ' && byte <= '~';
-}
-
 std::string quoted(const std::string& word) {
     if (!word.empty() && std::all_of(word.begin(), word.end(), is_plain)) {
         return word;
     }
     // Bash's and POSIX 2024's $'…' takes the escapes of printable(), '…' takes none.
-    const bool escapes = !std::all_of(word.begin(), word.end(), is_printable);
+    const bool escapes = !is_printable(word);
     std::string text = escapes ? "$'" : "'";
     for (const char byte : word) {
         if (byte == '\'') {

@@ -12,6 +12,7 @@
 #include "ctl/report.h"
 #include "util/json.h"
 #include "util/parse_number.h"
+#include "util/printable.h"
 #include "util/process.h"
 
 namespace {

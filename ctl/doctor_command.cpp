@@ -10,6 +10,7 @@
 #include "ctl/power_source.h"
 #include "ctl/report.h"
 #include "util/json.h"
+#include "util/printable.h"
 
 namespace {
 

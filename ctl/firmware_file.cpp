@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <charconv>
-#include <cstdio>
 #include <cstring>
 
 #include "mcu/flash_geometry.h"
@@ -56,17 +55,11 @@ bool read_once(const char* path, std::vector<uint8_t>& bytes, Failure& failure) 
     return read || fail(failure, Reason::kBadFile, "cannot read %s: %s", path, std::strerror(reason));
 }
 
-bool parse(McuDevice& device, std::vector<uint8_t>& bytes, Failure& failure) {
+bool parse(McuDevice& device, const std::vector<uint8_t>& bytes, Failure& failure) {
     if (bytes.empty()) {
         return fail(failure, Reason::kBadFile, "the file is empty");
     }
-    std::FILE* file = fmemopen(bytes.data(), bytes.size(), "rb");
-    if (file == nullptr) {
-        return fail(failure, Reason::kNoMemory, "out of memory for the update file");
-    }
-    const bool good = parse_update_file(device, file);
-    std::fclose(file);
-    if (!good) {
+    if (!parse_update_bytes(device, bytes)) {
         return fail(failure, Reason::kBadFile, "no update file for this MCU: %s", device.last_error.c_str());
     }
     return device.file_swid != 0 ||

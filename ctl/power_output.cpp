@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "ctl/power_fields.h"
-#include "ctl/report.h"
+#include "util/printable.h"
 
 namespace {
 

@@ -5,20 +5,6 @@
 
 #include "util/json.h"
 
-std::string printable(std::string_view bytes) {
-    std::string text;
-    for (const char byte : bytes) {
-        if (byte >= ' ' && byte <= '~') {
-            text += byte;
-        } else {
-            char code[5];
-            std::snprintf(code, sizeof code, "\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
-            text += code;
-        }
-    }
-    return text;
-}
-
 std::string hex4(unsigned number) {
     char text[12];
     std::snprintf(text, sizeof text, "%04x", number);

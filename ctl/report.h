@@ -7,10 +7,6 @@
 
 #include "ctl/session.h"
 
-/// The bytes with `\x..` in place of each byte that is not printable ASCII: no text from a file, a name or the MCU may
-/// command a terminal or forge a line of a log.
-std::string printable(std::string_view bytes);
-
 /// Four lower-case hexadecimal digits of an id or a checksum.
 std::string hex4(unsigned number);
 

@@ -2,10 +2,8 @@
 #include "image/builder.h"
 
 #include <algorithm>
-#include <cstdio>
 
 #include "image/flash_content.h"
-#include "update/reset_vector.h"
 #include "util/crc.h"
 #include "util/little_endian.h"
 #include "util/sha256.h"
@@ -14,38 +12,6 @@ namespace {
 
 bool holds_anything(const uint8_t* begin, const uint8_t* end) {
     return std::any_of(begin, end, [](uint8_t byte) { return byte != kErasedByte; });
-}
-
-bool starts_itself(int region, const std::vector<uint8_t>& content) {
-    uint8_t first[4] = {kErasedByte, kErasedByte, kErasedByte, kErasedByte};
-    std::copy_n(content.begin(), std::min(content.size(), sizeof first), first);
-    return starts_in_region(first, region);
-}
-
-std::string check_region(int region, const std::vector<uint8_t>& content, bool any_content) {
-    char text[128] = "";
-    if (!holds_anything(content.data(), content.data() + content.size())) {
-        std::snprintf(text, sizeof text, "region %d is empty", region);
-        return text;
-    }
-    if (content.size() > kRegionSize) {
-        std::snprintf(text, sizeof text, "region %d is longer than 0x%x bytes", region, kRegionSize);
-        return text;
-    }
-    for (size_t offset = kChecksumSize; offset < content.size(); ++offset) {
-        if (content[offset] != kErasedByte) {
-            std::snprintf(text, sizeof text,
-                          "region %d holds 0x%02x at offset 0x%zx, in its last page, which is never programmed", region,
-                          content[offset], offset);
-            return text;
-        }
-    }
-    if (!any_content && !starts_itself(region, content)) {
-        std::snprintf(text, sizeof text, "region %d does not begin with a jump into itself (--any-content accepts it)",
-                      region);
-        return text;
-    }
-    return {};
 }
 
 void put_page_map(uint8_t* page_map, const uint8_t* image, bool mark_all) {
@@ -87,9 +53,8 @@ std::vector<uint8_t> assemble(const BuildInput& input) {
 
 BuildResult build_update_file(const BuildInput& input) {
     for (int region = 0; region < kRegions; ++region) {
-        const std::string error = check_region(region, input.regions[region], input.any_content);
-        if (!error.empty()) {
-            return {{}, error};
+        if (input.regions[region].size() > kRegionSize) {
+            return {{}, "region " + std::to_string(region) + " is longer than 131072 bytes"};
         }
     }
     std::vector<uint8_t> file = assemble(input);

@@ -7,13 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "image/flash_content.h"
 #include "image/host_file.h"
 
 struct PackOptions {
-    std::string region_files[2];
-    std::string swid;  ///< decimal, "0x" hexadecimal or leading-zero octal
+    std::vector<std::string> files;  ///< ELF, Intel HEX or S-records: their addresses name the regions
+    std::string region_files[kRegions];
+    std::string format;  ///< overrides that of the files: see read_input
+    std::string swid;    ///< decimal or "0x" hexadecimal
     bool mark_all = false;
-    bool any_content = false;
     std::optional<std::string> version;
     std::vector<std::string> hwids;  ///< each in the form of `swid`
     std::optional<std::string> build;
@@ -21,23 +23,24 @@ struct PackOptions {
     bool name_sha256 = true;
     std::string prefix_file;  ///< empty: none
     std::string output;
-    Replace replace = Replace::kNo;
+    Replace replace = Replace::kNo;  ///< kYes also overrules the checks of the content
 };
 
 bool run_pack(const PackOptions& options, std::string& error);
 
 enum class InfoForm { kText, kJson };
 
-/// True if the file could be read, whatever it holds.
-bool run_info(const std::string& path, InfoForm form, std::string& error);
+/// True if the file could be read, whatever it holds, except for a bad ELF file, Intel HEX or S-records.
+bool run_info(const std::string& path, const std::string& format, InfoForm form, std::string& error);
 
-/// True if the tool would load every file, its region checksums are right, each region begins with a jump into itself,
-/// and its SHA-256 is right or not stored.
+/// True if the tool would load every file, its region checksums are right, check_content finds nothing, and its SHA-256
+/// is right or not stored.
 bool run_verify(const std::vector<std::string>& paths);
 
 struct ExtractOptions {
     int region = 0;    ///< 0 or 1
-    std::string file;  ///< an update file or a read-back
+    std::string file;  ///< of any format
+    std::string format;
     std::string output;
     Replace replace = Replace::kNo;
 };
@@ -47,5 +50,7 @@ bool run_extract(const ExtractOptions& options, std::string& error);
 
 enum class DiffResult { kSame, kDifferent, kTrouble };
 
-/// Compares two files, each an update file or a read-back. With kTrouble the reason is in `error`.
-DiffResult run_diff(const std::string& path_a, const std::string& path_b, std::string& error);
+/// Compares two files of any format in the regions that both hold. A raw binary is for `region`, see make_flash_copy.
+/// With kTrouble the reason is in `error`.
+DiffResult run_diff(const std::string& path_a, const std::string& path_b, std::optional<int> region,
+                    std::string& error);

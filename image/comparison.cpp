@@ -10,7 +10,7 @@ enum class Verdict { kSame, kDiffers, kUnread };
 Verdict compare_segment(const FlashCopy& a, const FlashCopy& b, uint32_t segment) {
     const size_t offset = segment * kSegmentSize;
     const bool same = std::memcmp(a.memory.data() + offset, b.memory.data() + offset, kSegmentSize) == 0;
-    if (same && (a.is_update_file || b.is_update_file)) {
+    if (same && (a.format != Format::kReadBack || b.format != Format::kReadBack)) {
         return Verdict::kSame;
     }
     if (looks_unread(a, segment) || looks_unread(b, segment)) {
@@ -23,7 +23,11 @@ Verdict compare_segment(const FlashCopy& a, const FlashCopy& b, uint32_t segment
 
 Comparison compare_copies(const FlashCopy& a, const FlashCopy& b) {
     Comparison result;
+    const std::bitset<kMemoryPages> both = a.pages & b.pages;
     for (uint16_t page = 0; page < kMemoryPages; ++page) {
+        if (!both.test(page)) {
+            continue;
+        }
         bool differs = false;
         bool unread = false;
         for (uint32_t i = 0; i < kPageSegments; ++i) {

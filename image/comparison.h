@@ -13,5 +13,6 @@ struct Comparison {
     std::vector<uint16_t> unread;     ///< pages with a segment that looks unread in one copy or both
 };
 
-/// A segment of 0x55 in a read-back counts as data if the same segment of an update file holds 0x55, too.
+/// Compares the pages that both determine. A segment of 0x55 in a read-back counts as data if the same segment of a
+/// copy that is no read-back holds 0x55, too.
 Comparison compare_copies(const FlashCopy& a, const FlashCopy& b);

@@ -1,18 +1,33 @@
 // SPDX-License-Identifier: MIT
 #include <cstdio>
+#include <optional>
 
 #include "image/commands.h"
 #include "image/comparison.h"
+#include "image/host_file.h"
 #include "image/inspector.h"
+#include "util/printable.h"
 
 namespace {
 
-void print_copy(char name, const std::string& path, const FlashCopy& copy) {
-    if (copy.is_update_file) {
-        std::printf("%c:                        %s (update file, software id 0x%04x)\n", name, path.c_str(), copy.swid);
-    } else {
-        std::printf("%c:                        %s (read-back)\n", name, path.c_str());
+std::string describe_copy(const FlashCopy& copy) {
+    if (copy.format == Format::kUpdateFile) {
+        char text[48];
+        std::snprintf(text, sizeof text, "update file, software id 0x%04x", copy.swid);
+        return text;
     }
+    if (copy.format == Format::kReadBack) {
+        return format_name(copy.format);
+    }
+    const bool has_both = copy.holds_region(0) && copy.holds_region(1);
+    return std::string(format_name(copy.format)) + (has_both               ? ", both regions"
+                                                    : copy.holds_region(0) ? ", region 0"
+                                                                           : ", region 1");
+}
+
+void print_copy(char name, const std::string& path, const FlashCopy& copy) {
+    std::printf("%c:                        %s (%s)\n", name, printable(path).c_str(), describe_copy(copy).c_str());
+    print_omitted(path, copy);
 }
 
 void print_region(const std::vector<uint16_t>& differing, const std::vector<uint16_t>& unread, int region) {
@@ -31,24 +46,49 @@ void print_holds(bool differs, bool unread, int region) {
     std::printf("the flash %s this file in region %d\n", verb, region);
 }
 
+/// Whether the region is asked for, and in both copies.
+bool is_compared(const FlashCopy& a, const FlashCopy& b, std::optional<int> wanted, int region) {
+    return (!wanted || *wanted == region) && a.holds_region(region) && b.holds_region(region);
+}
+
+bool read_copies(const std::string& path_a, const std::string& path_b, std::optional<int> region, FlashCopy& a,
+                 FlashCopy& b, std::string& error) {
+    if (!check_names("", {path_a, path_b}, error) || !read_flash_copy(path_a, "", region, a, error) ||
+        !read_flash_copy(path_b, "", region, b, error)) {
+        return false;
+    }
+    if (!is_compared(a, b, region, 0) && !is_compared(a, b, region, 1)) {
+        error = region ? "not both files have region " + std::to_string(*region)
+                       : std::string("the files have no region in common");
+        return false;
+    }
+    return true;
+}
+
 }  // namespace
 
-DiffResult run_diff(const std::string& path_a, const std::string& path_b, std::string& error) {
+DiffResult run_diff(const std::string& path_a, const std::string& path_b, std::optional<int> region,
+                    std::string& error) {
     FlashCopy a;
     FlashCopy b;
-    if (!read_flash_copy(path_a, a, error) || !read_flash_copy(path_b, b, error)) {
+    if (!read_copies(path_a, path_b, region, a, b, error)) {
         return DiffResult::kTrouble;
     }
     print_copy('A', path_a, a);
     print_copy('B', path_b, b);
     const Comparison found = compare_copies(a, b);
-    bool same = !a.is_update_file || !b.is_update_file || a.swid == b.swid;
-    for (int region = 0; region < kRegions; ++region) {
-        const std::vector<uint16_t> differing = programmed_in(found.differing, region);
-        const std::vector<uint16_t> unread = programmed_in(found.unread, region);
-        print_region(differing, unread, region);
-        if (a.is_update_file != b.is_update_file) {
-            print_holds(!differing.empty(), !unread.empty(), region);
+    const bool has_one_read_back = (a.format == Format::kReadBack) != (b.format == Format::kReadBack);
+    bool same = a.format != Format::kUpdateFile || b.format != Format::kUpdateFile || a.swid == b.swid;
+    for (int i = 0; i < kRegions; ++i) {
+        if (!is_compared(a, b, region, i)) {
+            std::printf("region %d not compared\n", i);
+            continue;
+        }
+        const std::vector<uint16_t> differing = programmed_in(found.differing, i);
+        const std::vector<uint16_t> unread = programmed_in(found.unread, i);
+        print_region(differing, unread, i);
+        if (has_one_read_back) {
+            print_holds(!differing.empty(), !unread.empty(), i);
         }
         same = same && differing.empty() && unread.empty();
     }

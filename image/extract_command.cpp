@@ -3,7 +3,9 @@
 
 #include "image/commands.h"
 #include "image/flash_copy.h"
+#include "image/host_file.h"
 #include "image/inspector.h"
+#include "util/printable.h"
 
 namespace {
 
@@ -24,8 +26,8 @@ void warn_of_unread(const FlashCopy& copy, int region) {
         }
     }
     if (segments > 0) {
-        std::fprintf(stderr, "sv_image: warning: %zu segments hold only 0x55 and may be unread (pages: %s)\n", segments,
-                     page_ranges(pages).c_str());
+        print_message("warning: " + std::to_string(segments) +
+                      " segments hold only 0x55 and may be unread (pages: " + page_ranges(pages) + ")");
     }
 }
 
@@ -33,17 +35,25 @@ void warn_of_unread(const FlashCopy& copy, int region) {
 
 bool run_extract(const ExtractOptions& options, std::string& error) {
     FlashCopy copy;
-    if (!read_flash_copy(options.file, copy, error) || is_one_of(options.output, {options.file}, error)) {
+    if (!check_names(options.output, {options.file}, error) ||
+        !read_flash_copy(options.file, options.format, options.region, copy, error)) {
         return false;
     }
+    if (!copy.holds_region(options.region)) {
+        error = shown_path(options.file) + " holds nothing for region " + std::to_string(options.region);
+        return false;
+    }
+    print_omitted(options.file, copy);
     const auto begin = copy.memory.begin() + options.region * static_cast<ptrdiff_t>(kRegionSize);
     const std::vector<uint8_t> content(begin, begin + kRegionSize);
-    if (!save_file(options.output, options.replace, Content::kAny, content, error)) {
+    if (!save_file(options.output, options.replace, content, error)) {
         return false;
     }
     warn_of_unread(copy, options.region);
-    std::printf("file:                     %s\n", options.output.c_str());
-    std::printf("region %d checksum:        0x%04x\n", options.region, region_checksum(copy.memory, options.region));
-    std::printf("size:                     %zu bytes\n", content.size());
+    std::FILE* out = report_stream(options.output);
+    std::fprintf(out, "file:                     %s\n", printable(options.output).c_str());
+    std::fprintf(out, "region %d checksum:        0x%04x\n", options.region,
+                 region_checksum(copy.memory, options.region));
+    std::fprintf(out, "size:                     %zu bytes\n", content.size());
     return true;
 }

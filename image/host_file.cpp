@@ -2,16 +2,25 @@
 #include "image/host_file.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 
-#include "update/update_file.h"
 #include "util/new_file.h"
+#include "util/printable.h"
 
 namespace {
+
+constexpr size_t kBlock = 0x10000;
+
+bool is_standard(const std::string& path) {
+    return path == "-";
+}
 
 bool system_error(const std::string& subject, std::string& error) {
     error = subject + ": " + std::strerror(errno);
@@ -40,69 +49,99 @@ std::string directory_of(const std::string& path) {
     return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
 }
 
-bool tool_loads(const std::vector<uint8_t>& bytes, std::string& error) {
-    McuDevice device(nullptr);
-    if (load_bytes(bytes, device, error)) {
-        return true;
+/// While it lives, the signals that end a program from outside wait: a temporary file must not be left behind.
+class SignalPause {
+public:
+    SignalPause() {
+        sigset_t signals;
+        sigemptyset(&signals);
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+            sigaddset(&signals, signal);
+        }
+        sigprocmask(SIG_BLOCK, &signals, &before_);
     }
-    error = "the new file does not load: " + error;
-    return false;
+    ~SignalPause() {
+        sigprocmask(SIG_SETMASK, &before_, nullptr);
+    }
+    SignalPause(const SignalPause&) = delete;
+    SignalPause& operator=(const SignalPause&) = delete;
+
+private:
+    sigset_t before_{};
+};
+
+bool write_standard_output(const std::vector<uint8_t>& bytes, std::string& error) {
+    if (isatty(STDOUT_FILENO) != 0) {
+        error = "standard output is a terminal: send it to a file or a program";
+        return false;
+    }
+    return (std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size() && std::fflush(stdout) == 0) ||
+           system_error("could not write standard output", error);
+}
+
+bool read_stream(std::FILE* file, size_t limit, std::vector<uint8_t>& bytes) {
+    for (size_t size = 0, count = 1; count > 0 && size <= limit; size += count) {
+        bytes.resize(std::min(size + kBlock, limit + 1));
+        count = std::fread(bytes.data() + size, 1, bytes.size() - size, file);
+        bytes.resize(size + count);
+    }
+    return std::ferror(file) == 0;
 }
 
 }  // namespace
 
+std::string shown_path(const std::string& path) {
+    return is_standard(path) ? "standard input" : path;
+}
+
+void print_message(const std::string& text) {
+    std::fprintf(stderr, "sv_image: %s\n", printable(text).c_str());
+}
+
 bool read_bytes(const std::string& path, size_t limit, std::vector<uint8_t>& bytes, std::string& error) {
-    std::FILE* file = std::fopen(path.c_str(), "rb");
+    std::FILE* file = is_standard(path) ? stdin : std::fopen(path.c_str(), "rb");
     if (file == nullptr) {
         return system_error(path, error);
     }
-    bytes.resize(limit + 1);
-    bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file));
-    const bool ok = std::ferror(file) == 0 || system_error(path, error);
-    std::fclose(file);
+    bytes.clear();
+    const bool ok = read_stream(file, limit, bytes) || system_error(shown_path(path), error);
+    if (file != stdin) {
+        std::fclose(file);
+    }
     return ok;
 }
 
-bool is_pipe(const std::string& path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
-}
-
-bool is_one_of(const std::string& path, const std::vector<std::string>& files, std::string& error) {
-    for (const std::string& file : files) {
+bool check_names(const std::string& output, const std::vector<std::string>& inputs, std::string& error) {
+    if (std::count_if(inputs.begin(), inputs.end(), is_standard) > 1) {
+        error = "standard input can be read only once: save it as a file";
+        return false;
+    }
+    for (const std::string& input : inputs) {
         std::error_code unknown;
-        if (std::filesystem::equivalent(file, path, unknown)) {
-            error = path + " is one of the inputs";
-            return true;
+        if (!is_standard(output) && std::filesystem::equivalent(input, output, unknown)) {
+            error = output + " is one of the inputs";
+            return false;
         }
     }
-    return false;
+    return true;
 }
 
-bool load_bytes(const std::vector<uint8_t>& bytes, McuDevice& device, std::string& error) {
-    // Only read: "rb".
-    std::FILE* file = fmemopen(const_cast<uint8_t*>(bytes.data()), bytes.size(), "rb");
-    if (file == nullptr) {
-        error = std::strerror(errno);
+bool save_file(const std::string& path, Replace replace, const std::vector<uint8_t>& bytes, std::string& error) {
+    if (is_standard(path)) {
+        return write_standard_output(bytes, error);
+    }
+    if (!check_target(path, replace, error)) {
         return false;
     }
-    const bool ok = parse_update_file(device, file);
-    std::fclose(file);
-    if (!ok) {
-        error = device.last_error.c_str();
-    }
-    return ok;
-}
-
-bool save_file(const std::string& path, Replace replace, Content content, const std::vector<uint8_t>& bytes,
-               std::string& error) {
-    if (!check_target(path, replace, error) || (content == Content::kUpdateFile && !tool_loads(bytes, error))) {
-        return false;
-    }
+    const SignalPause pause;
     NewFile file;
     if (!file.create(path.c_str(), replace == Replace::kYes ? Existing::kReplaced : Existing::kKept)) {
         return system_error("could not create a file in " + directory_of(path), error);
     }
     return (file.write(bytes.data(), bytes.size()) && file.put_in_place()) ||
            system_error("could not write " + path, error);
+}
+
+std::FILE* report_stream(const std::string& output) {
+    return is_standard(output) ? stderr : stdout;
 }

@@ -1,45 +1,27 @@
 // SPDX-License-Identifier: MIT
-#include <algorithm>
 #include <cstdio>
+#include <optional>
 
 #include "image/commands.h"
-#include "image/host_file.h"
 #include "image/info_json.h"
+#include "image/input_file.h"
 #include "image/inspector.h"
 #include "update/file_notes.h"
 #include "update/update_file.h"
+#include "util/printable.h"
 
 namespace {
 
-void print_size(const Inspection& file) {
-    if (file.size > kReadLimit) {
-        std::printf("size:                     more than %zu bytes (only these are inspected)\n", kReadLimit);
-    } else {
-        std::printf("size:                     %zu bytes\n", file.size);
-    }
-    if (file.magic_offset) {
-        std::printf("expected size:            %zu bytes (%s)\n", file.expected_size,
-                    file.size == file.expected_size ? "ok" : "differs");
-    }
-}
-
 void print_prefix(const std::string& prefix) {
-    const std::vector<std::string> lines = prefix_lines(prefix);
-    if (!std::all_of(lines.begin(), lines.end(), is_printable)) {
-        std::printf("prefix:                   %zu bytes (not printable)\n", prefix.size());
-        return;
-    }
     std::printf("prefix:                   %zu bytes\n", prefix.size());
-    for (const std::string& line : lines) {
-        std::printf("note:                     %s\n", line.c_str());
+    for (const std::string& line : prefix_lines(prefix)) {
+        std::printf("note:                     %s\n", printable(line).c_str());
     }
 }
 
 void print_sha256(const Inspection& file) {
-    if (!file.computed_sha256.empty()) {
-        const char* result = !file.named_sha256 ? "none named" : sha256_fits(file) ? "ok" : "differs";
-        std::printf("sha256:                   %s computed, %s\n", file.computed_sha256.c_str(), result);
-    }
+    const char* result = !file.named_sha256 ? "none named" : sha256_fits(file) ? "ok" : "differs";
+    std::printf("sha256:                   %s computed, %s\n", file.computed_sha256.c_str(), result);
 }
 
 const char* verdict(unsigned stored, unsigned computed) {
@@ -60,29 +42,47 @@ void print_info(const Inspection& file) {
                 verdict(info.file_crc, file.computed_file_crc));
 }
 
-void print_region_checksums(const Inspection& file) {
+void print_region_checksum(const Inspection& file, int region) {
     const InfoStructure info = file.info.value_or(InfoStructure());
-    for (int region = 0; region < kRegions; ++region) {
-        const unsigned stored = region == 0 ? info.crc_region0 : info.crc_region1;
-        const unsigned computed = file.body ? file.body->computed_region_crc[region] : 0U;
-        if (file.info && file.body) {
-            std::printf("region %d checksum:        0x%04x stored, 0x%04x computed, %s\n", region, stored, computed,
-                        verdict(stored, computed));
-        } else if (file.info) {
-            std::printf("region %d checksum:        0x%04x stored\n", region, stored);
-        } else if (file.body) {
-            std::printf("region %d checksum:        0x%04x computed\n", region, computed);
-        }
+    const unsigned stored = region == 0 ? info.crc_region0 : info.crc_region1;
+    const std::optional<RegionBody> body = file.body ? file.body->regions[region] : std::nullopt;
+    if (file.info && body) {
+        std::printf("region %d checksum:        0x%04x stored, 0x%04x computed, %s\n", region, stored,
+                    body->computed_crc, verdict(stored, body->computed_crc));
+    } else if (file.info) {
+        std::printf("region %d checksum:        0x%04x stored\n", region, stored);
+    } else if (body) {
+        std::printf("region %d checksum:        0x%04x computed\n", region, body->computed_crc);
+    }
+}
+
+void print_vector(const ResetVector& vector, int region) {
+    const int target = region_at(vector.target);
+    if (vector.kind == ResetVector::kNone) {
+        std::printf("region %d reset vector:    none: it does not begin with a jump\n", region);
+    } else if (target < 0) {
+        std::printf("region %d reset vector:    %s 0x%05x, in neither region\n", region, vector_word(vector),
+                    vector.target);
+    } else {
+        std::printf("region %d reset vector:    %s 0x%05x, in region %d\n", region, vector_word(vector), vector.target,
+                    target);
     }
 }
 
 void print_body(const FileBody& body) {
-    const uint8_t* b = body.free_bytes;
-    std::printf("free bytes:               %02x %02x %02x %02x %02x %02x\n", b[0], b[1], b[2], b[3], b[4], b[5]);
+    if (body.free_bytes) {
+        const auto& b = *body.free_bytes;
+        std::printf("free bytes:               %02x %02x %02x %02x %02x %02x\n", b[0], b[1], b[2], b[3], b[4], b[5]);
+    }
     std::printf("marked pages:             %s\n", page_ranges(body.marked_pages).c_str());
     for (int region = 0; region < kRegions; ++region) {
+        if (!body.regions[region]) {
+            std::printf("region %d:                 not in the file\n", region);
+            continue;
+        }
         std::printf("region %d marked pages:    %zu of %u\n", region, programmed_in(body.marked_pages, region).size(),
                     kProgrammedPages);
+        print_vector(body.regions[region]->vector, region);
     }
     const std::vector<uint16_t> in_vain = never_programmed(body.marked_pages);
     if (!in_vain.empty()) {
@@ -91,11 +91,12 @@ void print_body(const FileBody& body) {
 }
 
 void print_text(const std::string& path, const Inspection& file, const std::string& refusal) {
-    std::printf("file:                     %s\n", path.c_str());
-    print_size(file);
-    if (!file.magic_offset) {
-        std::printf("magic offset:             none (no magic in the first %zu bytes)\n", kFileSearchSize);
-    } else {
+    std::printf("file:                     %s\n", printable(path).c_str());
+    std::printf("format:                   %s\n", format_name(file.format));
+    std::printf("size:                     %zu bytes\n", file.size);
+    if (file.magic_offset) {
+        std::printf("expected size:            %zu bytes (%s)\n", file.expected_size,
+                    file.size == file.expected_size ? "ok" : "differs");
         std::printf("magic offset:             %zu bytes\n", *file.magic_offset);
         print_prefix(file.prefix);
         print_sha256(file);
@@ -103,7 +104,9 @@ void print_text(const std::string& path, const Inspection& file, const std::stri
     if (file.info) {
         print_info(file);
     }
-    print_region_checksums(file);
+    for (int region = 0; region < kRegions; ++region) {
+        print_region_checksum(file, region);
+    }
     if (file.body) {
         print_body(*file.body);
     }
@@ -112,17 +115,14 @@ void print_text(const std::string& path, const Inspection& file, const std::stri
 
 }  // namespace
 
-bool run_info(const std::string& path, InfoForm form, std::string& error) {
-    if (is_pipe(path)) {
-        error = path + " is a pipe, save it as a file first";
-        return false;
-    }
+bool run_info(const std::string& path, const std::string& format, InfoForm form, std::string& error) {
+    InputFile input;
     Inspection file;
-    if (!inspect_file(path, file, error)) {
+    if (!read_input(path, format, input, error) || !inspect_input(input, file, error)) {
         return false;
     }
     McuDevice device(nullptr);
-    const std::string refusal = load_update_file(device, path.c_str()) ? "" : device.last_error.c_str();
+    const std::string refusal = parse_update_bytes(device, input.bytes) ? "" : device.last_error.c_str();
     if (form == InfoForm::kJson) {
         std::puts(info_json(path, file, refusal).c_str());
     } else {

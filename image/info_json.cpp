@@ -2,9 +2,8 @@
 #include "image/info_json.h"
 
 #include <algorithm>
-#include <iterator>
+#include <optional>
 
-#include "image/host_file.h"
 #include "update/file_notes.h"
 #include "util/json.h"
 
@@ -30,11 +29,10 @@ std::string json_numbers(const std::vector<uint16_t>& numbers) {
 }
 
 std::string sha256_json(const Inspection& file) {
-    const bool comparable = file.named_sha256 && !file.computed_sha256.empty();
     return JsonObject()
         .add("named", text_if(file.named_sha256))
         .add("computed", file.computed_sha256.empty() ? "null" : json_string(file.computed_sha256))
-        .add("ok", comparable ? json_bool(sha256_fits(file)) : "null")
+        .add("ok", file.named_sha256 ? json_bool(sha256_fits(file)) : "null")
         .text();
 }
 
@@ -46,14 +44,24 @@ std::string checksum_json(bool is_stored, unsigned stored, bool is_computed, uns
         .text();
 }
 
+std::string vector_json(const ResetVector& vector, int region) {
+    const bool is_jump = vector.kind != ResetVector::kNone;
+    return JsonObject()
+        .add("instruction", is_jump ? json_string(vector_word(vector)) : "null")
+        .add("target", number_if(is_jump, vector.target))
+        .add("ok", json_bool(is_jump && region_at(vector.target) == region))
+        .text();
+}
+
 std::string region_json(const Inspection& file, int region) {
     const InfoStructure info = file.info.value_or(InfoStructure());
-    const FileBody body = file.body.value_or(FileBody());
+    const std::optional<RegionBody> body = file.body ? file.body->regions[region] : std::nullopt;
     return JsonObject()
         .add("software_id", number_if(file.info.has_value(), region == 0 ? info.swid_region0 : info.swid_region1))
         .add("checksum", checksum_json(file.info.has_value(), region == 0 ? info.crc_region0 : info.crc_region1,
-                                       file.body.has_value(), body.computed_region_crc[region]))
-        .add("marked_pages", file.body ? json_numbers(programmed_in(body.marked_pages, region)) : "null")
+                                       body.has_value(), body ? body->computed_crc : 0U))
+        .add("marked_pages", body ? json_numbers(programmed_in(file.body->marked_pages, region)) : "null")
+        .add("reset_vector", body ? vector_json(body->vector, region) : "null")
         .text();
 }
 
@@ -71,14 +79,12 @@ void add_info(JsonObject& object, const Inspection& file) {
 
 void add_body(JsonObject& object, const Inspection& file) {
     object.add("regions", json_array({region_json(file, 0), region_json(file, 1)}));
-    if (file.body) {
-        const FileBody& body = *file.body;
-        const std::vector<uint16_t> free_bytes(std::begin(body.free_bytes), std::end(body.free_bytes));
-        object.add("never_programmed", json_numbers(never_programmed(body.marked_pages)))
-            .add("free_bytes", json_numbers(free_bytes));
-    } else {
-        object.add("never_programmed", "null").add("free_bytes", "null");
+    std::string free_bytes = "null";
+    if (file.body && file.body->free_bytes) {
+        free_bytes = json_numbers({file.body->free_bytes->begin(), file.body->free_bytes->end()});
     }
+    object.add("never_programmed", file.body ? json_numbers(never_programmed(file.body->marked_pages)) : "null")
+        .add("free_bytes", free_bytes);
 }
 
 }  // namespace
@@ -89,7 +95,8 @@ std::string info_json(const std::string& path, const Inspection& file, const std
     object.add("file", json_string(path))
         .add("loads", json_bool(refusal.empty()))
         .add("error", refusal.empty() ? "null" : json_string(refusal))
-        .add("size", number_if(file.size <= kReadLimit, file.size))
+        .add("format", json_string(format_word(file.format)))
+        .add("size", std::to_string(file.size))
         .add("expected_size", number_if(has_magic, file.expected_size))
         .add("magic_offset", number_if(has_magic, file.magic_offset.value_or(0)))
         .add("notes", json_strings(prefix_lines(file.prefix)))

@@ -4,20 +4,25 @@
 #include <algorithm>
 #include <iterator>
 
-#include "image/host_file.h"
+#include "image/flash_copy.h"
 #include "update/file_notes.h"
 #include "util/crc.h"
 #include "util/sha256.h"
 
 namespace {
 
+RegionBody region_body(const std::vector<uint8_t>& flash, int region) {
+    return {region_checksum(flash, region),
+            reset_vector(flash.data() + static_cast<size_t>(region) * kRegionSize, region)};
+}
+
 FileBody read_body(const uint8_t* image) {
     const uint8_t* page_map = image + kMemorySize;
     FileBody body;
-    std::copy_n(page_map + kFilePageMapSize, kFileFreeSize, body.free_bytes);
+    std::copy_n(page_map + kFilePageMapSize, kFileFreeSize, body.free_bytes.emplace().begin());
     const std::vector<uint8_t> flash = programmed_flash(image, page_map);
     for (int region = 0; region < kRegions; ++region) {
-        body.computed_region_crc[region] = region_checksum(flash, region);
+        body.regions[region] = region_body(flash, region);
     }
     for (uint16_t page = 0; page < kMemoryPages; ++page) {
         if (page_map[page] != 0) {
@@ -27,9 +32,25 @@ FileBody read_body(const uint8_t* image) {
     return body;
 }
 
+FileBody body_of(const FlashCopy& copy) {
+    FileBody body;
+    for (int region = 0; region < kRegions; ++region) {
+        if (copy.holds_region(region)) {
+            body.regions[region] = region_body(copy.memory, region);
+        }
+    }
+    for (uint16_t page = 0; page < kMemoryPages; ++page) {
+        const auto begin = copy.memory.begin() + page * ptrdiff_t{kPageSize};
+        if (std::any_of(begin, begin + kPageSize, [](uint8_t byte) { return byte != kErasedByte; })) {
+            body.marked_pages.push_back(page);
+        }
+    }
+    return body;
+}
+
 }  // namespace
 
-Inspection inspect_update_file(const std::vector<uint8_t>& bytes, FileEnd end) {
+Inspection inspect_update_file(const std::vector<uint8_t>& bytes) {
     Inspection found;
     found.size = bytes.size();
     found.magic_offset = find_magic(bytes);
@@ -42,26 +63,34 @@ Inspection inspect_update_file(const std::vector<uint8_t>& bytes, FileEnd end) {
     found.prefix.assign(bytes.begin(), bytes.begin() + static_cast<ptrdiff_t>(*found.magic_offset));
     found.expected_size = start + kFileBodySize + kFileInfoSize;
     found.named_sha256 = named_value(found.prefix, "sha256");
-    if (end == FileEnd::kIncluded) {
-        found.computed_sha256 = sha256_hex(content - kFileMagicSize, kFileMagicSize + left);
-    }
+    found.computed_sha256 = sha256_hex(content - kFileMagicSize, kFileMagicSize + left);
     if (left >= kFileBodySize) {
         found.body = read_body(content);
     }
-    if (left >= kFileInfoSize && end == FileEnd::kIncluded) {
+    if (left >= kFileInfoSize) {
         found.info = decode_info(content + left - kFileInfoSize);
         found.computed_file_crc = crc16_buffer(kCrc16Start, content, left - sizeof(uint16_t));
     }
     return found;
 }
 
-bool inspect_file(const std::string& path, Inspection& found, std::string& error) {
-    std::vector<uint8_t> bytes;
-    if (!read_bytes(path, kReadLimit, bytes, error)) {
-        return false;
+bool inspect_input(const InputFile& input, Inspection& found, std::string& error) {
+    if (input.format == Format::kUpdateFile) {
+        found = inspect_update_file(input.bytes);
+        return true;
     }
-    found = inspect_update_file(bytes, bytes.size() > kReadLimit ? FileEnd::kCutOff : FileEnd::kIncluded);
-    return true;
+    found.format = input.format;
+    found.size = input.bytes.size();
+    FlashCopy copy;
+    if (make_flash_copy(input, std::nullopt, copy, error)) {
+        found.body = body_of(copy);
+        return true;
+    }
+    return input.format == Format::kRaw;
+}
+
+const char* vector_word(const ResetVector& vector) {
+    return vector.kind == ResetVector::kJmp ? "jmp" : "rjmp";
 }
 
 bool sha256_fits(const Inspection& file) {

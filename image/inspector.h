@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Decodes an update file, valid or not, by the layout of src/update/file_layout.h.
+// Takes any file apart: an update file, valid or not, by the layout of src/update/file_layout.h; firmware or a
+// read-back by what it puts into the flash.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -9,34 +11,45 @@
 #include <vector>
 
 #include "image/flash_content.h"
+#include "image/input_file.h"
 #include "update/file_layout.h"
+#include "update/reset_vector.h"
 
-/// The part between the magic and the info structure.
+/// What the flash holds after programming.
+struct RegionBody {
+    uint16_t computed_crc = 0;  ///< the MCU's checksum
+    ResetVector vector;
+};
+
+/// The part between the magic and the info structure; of another file, what stands there once it is packed.
 struct FileBody {
-    uint8_t free_bytes[kFileFreeSize] = {};
-    uint16_t computed_region_crc[kRegions] = {};  ///< the MCU's checksums after programming
-    std::vector<uint16_t> marked_pages;           ///< ascending, 0 to 527, including pages that are never programmed
+    std::optional<std::array<uint8_t, kFileFreeSize>> free_bytes;  ///< only of an update file
+    std::optional<RegionBody> regions[kRegions];                   ///< no value: not in the file
+    std::vector<uint16_t> marked_pages;  ///< ascending, 0 to 527, including pages that are never programmed
 };
 
 struct Inspection {
-    size_t size = 0;                     ///< bytes inspected
+    Format format = Format::kUpdateFile;
+    size_t size = 0;
     std::optional<size_t> magic_offset;  ///< and size of the prefix; without a magic the fields below are unknown
     std::string prefix;
     size_t expected_size = 0;           ///< bytes of a valid file with this prefix
-    std::optional<FileBody> body;       ///< if the file is long enough
+    std::optional<FileBody> body;       ///< of an update file that is long enough, and of other formats
     std::optional<InfoStructure> info;  ///< the last 24 bytes, if they follow the magic
     uint16_t computed_file_crc = 0;     ///< from the end of the magic to file_crc; only valid with `info`
     std::optional<std::string> named_sha256;
-    std::string computed_sha256;  ///< from the magic to the end; empty if the end was not read
+    std::string computed_sha256;  ///< from the magic to the end
 };
 
-enum class FileEnd { kIncluded, kCutOff };
+/// Inspects any bytes.
+Inspection inspect_update_file(const std::vector<uint8_t>& bytes);
 
-/// Inspects any bytes. kCutOff: they are only the start of a file, so its info structure is unknown.
-Inspection inspect_update_file(const std::vector<uint8_t>& bytes, FileEnd end = FileEnd::kIncluded);
+/// Inspects a file of any format. Without a body: a raw binary that does not name its region. Failure: a bad ELF file,
+/// Intel HEX or S-records; the reason in `error`.
+bool inspect_input(const InputFile& input, Inspection& found, std::string& error);
 
-/// Reads and inspects the file, but only the first kReadLimit bytes of a larger one. Failure: the reason in `error`.
-bool inspect_file(const std::string& path, Inspection& found, std::string& error);
+/// "jmp" or "rjmp". REQUIRES: a jump.
+const char* vector_word(const ResetVector& vector);
 
 /// False if the file stores a SHA-256 and it is wrong.
 bool sha256_fits(const Inspection& file);

@@ -1,18 +1,38 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
+#include <list>
 
 #include "image/builder.h"
 #include "image/commands.h"
+#include "image/content_checks.h"
 #include "image/host_file.h"
 #include "image/inspector.h"
+#include "image/region_sources.h"
+#include "update/update_file.h"
+#include "util/printable.h"
 
 namespace {
+
+/// Other programs print ids as 0101, and strtoul reads that as octal.
+std::string zero_advice(const char* what, const std::string& text) {
+    const bool is_octal = text.find_first_not_of("01234567") == std::string::npos;
+    const unsigned long decimal = std::strtoul(text.c_str(), nullptr, is_octal ? 8 : 10);
+    return what +
+           (" '" + text + "' begins with 0: write 0x" + text + " if it is hexadecimal, as programs print it, or " +
+            std::to_string(decimal) + " if it is " + (is_octal ? "octal" : "decimal"));
+}
 
 bool parse_id(const char* what, const std::string& text, uint16_t& id, std::string& error) {
     char* end = nullptr;
     const unsigned long number = std::strtoul(text.c_str(), &end, 0);
+    const bool only_digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+    if (only_digits && text[0] == '0' && text.find_first_not_of('0') != std::string::npos) {
+        error = zero_advice(what, text);
+        return false;
+    }
     // strtoul alone would accept leading blanks, signs and text after the number.
     if (text.empty() || std::isdigit(static_cast<unsigned char>(text[0])) == 0 || *end != '\0' || number == 0 ||
         number > UINT16_MAX) {
@@ -29,9 +49,55 @@ bool parse_hwids(const std::vector<std::string>& texts, std::vector<uint16_t>& h
         if (!parse_id("hardware id", text, hwid, error)) {
             return false;
         }
+        if (!is_known_hwid(hwid)) {
+            print_message("warning: hardware id " + text +
+                          " is unknown: sv_updater updates only boards with 1, 2 or 3");
+        }
         hwids.push_back(hwid);
     }
     return true;
+}
+
+/// The firmware files, each read once.
+class Sources {
+public:
+    explicit Sources(const std::string& format) : format_(format) {}
+
+    bool add(const std::string& path, std::optional<int> region, std::string& error) {
+        auto file = std::find_if(files_.begin(), files_.end(), [&](const InputFile& f) { return f.path == path; });
+        if (file == files_.end()) {
+            file = files_.emplace(files_.end());
+            if (!read_input(path, format_, *file, error)) {
+                return false;
+            }
+        }
+        list.push_back({&*file, region});
+        return true;
+    }
+
+    std::vector<std::string> paths() const {
+        std::vector<std::string> paths;
+        std::transform(files_.begin(), files_.end(), std::back_inserter(paths),
+                       [](const InputFile& f) { return f.path; });
+        return paths;
+    }
+
+    std::vector<RegionSource> list;
+
+private:
+    std::string format_;
+    std::list<InputFile> files_;  // which never move
+};
+
+bool read_sources(const PackOptions& options, Sources& sources, std::string& error) {
+    for (int region = 0; region < kRegions; ++region) {
+        const std::string& path = options.region_files[region];
+        if (!path.empty() && !sources.add(path, region, error)) {
+            return false;
+        }
+    }
+    return std::all_of(options.files.begin(), options.files.end(),
+                       [&](const std::string& path) { return sources.add(path, std::nullopt, error); });
 }
 
 bool read_prefix(const std::string& path, std::string& prefix, std::string& error) {
@@ -43,40 +109,77 @@ bool read_prefix(const std::string& path, std::string& prefix, std::string& erro
     return true;
 }
 
-bool read_input(const PackOptions& options, BuildInput& input, std::string& error) {
+bool read_build_input(const PackOptions& options, BuildInput& input, std::string& error) {
     input.mark_all = options.mark_all;
-    input.any_content = options.any_content;
     input.name_sha256 = options.name_sha256;
     input.prefix.notes = options.notes;
     input.prefix.version = options.version;
     input.prefix.build = options.build;
-    return parse_id("software id", options.swid, input.swid, error) &&
-           parse_hwids(options.hwids, input.prefix.hwids, error) &&
-           read_bytes(options.region_files[0], kRegionSize, input.regions[0], error) &&
-           read_bytes(options.region_files[1], kRegionSize, input.regions[1], error) &&
-           read_prefix(options.prefix_file, input.prefix.bytes, error);
+    Sources sources(options.format);
+    RegionContents regions;
+    std::vector<std::string> warnings;
+    if (!parse_id("software id", options.swid, input.swid, error) ||
+        !parse_hwids(options.hwids, input.prefix.hwids, error) || !read_sources(options, sources, error) ||
+        !collect_regions(sources.list, regions, warnings, error) ||
+        !read_prefix(options.prefix_file, input.prefix.bytes, error)) {
+        return false;
+    }
+    for (const std::string& warning : warnings) {
+        print_message("warning: " + warning);
+    }
+    for (size_t region = 0; region < kRegions; ++region) {
+        input.regions[region] = *regions.at(region);
+    }
+    std::vector<std::string> paths = sources.paths();
+    paths.push_back(options.prefix_file);
+    return check_names(options.output, paths, error);
 }
 
-void print_report(const std::string& path, const Inspection& made) {
-    std::printf("file:                     %s\n", path.c_str());
-    std::printf("software id:              0x%04x\n", made.info->swid_region0);
+/// Prints what the checks found. False if that forbids the file.
+bool check_regions(BuildInput& input, bool overrule, std::string& error) {
+    for (const Finding& finding : check_content(input.regions[0], input.regions[1])) {
+        print_message((overrule ? "warning: overruled: " : "") + finding.check + ": " + finding.text);
+        std::vector<std::string>& overruled = input.prefix.overruled;
+        if (std::find(overruled.begin(), overruled.end(), finding.check) == overruled.end()) {
+            overruled.push_back(finding.check);
+        }
+    }
+    if (!overrule && !input.prefix.overruled.empty()) {
+        error = "nothing was written: correct the firmware, or overrule these checks with --force";
+        return false;
+    }
+    return true;
+}
+
+bool tool_loads(const std::vector<uint8_t>& file, std::string& error) {
+    McuDevice device(nullptr);
+    if (parse_update_bytes(device, file)) {
+        return true;
+    }
+    error = std::string("the new file does not load: ") + device.last_error.c_str();
+    return false;
+}
+
+void print_report(std::FILE* out, const std::string& path, const Inspection& made) {
+    std::fprintf(out, "file:                     %s\n", printable(path).c_str());
+    std::fprintf(out, "software id:              0x%04x\n", made.info->swid_region0);
     for (int region = 0; region < kRegions; ++region) {
-        std::printf("region %d checksum:        0x%04x\n", region,
-                    region == 0 ? made.info->crc_region0 : made.info->crc_region1);
-        std::printf("region %d marked pages:    %zu of %u\n", region,
-                    programmed_in(made.body->marked_pages, region).size(), kProgrammedPages);
+        std::fprintf(out, "region %d checksum:        0x%04x\n", region,
+                     region == 0 ? made.info->crc_region0 : made.info->crc_region1);
+        std::fprintf(out, "region %d marked pages:    %zu of %u\n", region,
+                     programmed_in(made.body->marked_pages, region).size(), kProgrammedPages);
     }
     if (made.named_sha256) {
-        std::printf("sha256:                   %s\n", made.named_sha256->c_str());
+        std::fprintf(out, "sha256:                   %s\n", made.named_sha256->c_str());
     }
-    std::printf("size:                     %zu bytes\n", made.size);
+    std::fprintf(out, "size:                     %zu bytes\n", made.size);
 }
 
 }  // namespace
 
 bool run_pack(const PackOptions& options, std::string& error) {
     BuildInput input;
-    if (!read_input(options, input, error)) {
+    if (!read_build_input(options, input, error) || !check_regions(input, options.replace == Replace::kYes, error)) {
         return false;
     }
     const BuildResult result = build_update_file(input);
@@ -84,11 +187,9 @@ bool run_pack(const PackOptions& options, std::string& error) {
         error = result.error;
         return false;
     }
-    const std::vector<std::string> inputs = {options.region_files[0], options.region_files[1], options.prefix_file};
-    if (is_one_of(options.output, inputs, error) ||
-        !save_file(options.output, options.replace, Content::kUpdateFile, result.file, error)) {
+    if (!tool_loads(result.file, error) || !save_file(options.output, options.replace, result.file, error)) {
         return false;
     }
-    print_report(options.output, inspect_update_file(result.file));
+    print_report(report_stream(options.output), options.output, inspect_update_file(result.file));
     return true;
 }

@@ -5,21 +5,25 @@
 #include <cstdio>
 
 #include "update/file_notes.h"
+#include "util/printable.h"
 
 namespace {
 
 constexpr struct {
     const char* name;
     const char* advice;
-} kNamed[] = {
-    {"version", "use --fw-version"}, {"hwid", "use --hwid"}, {"build", "use --build"}, {"sha256", "it is computed"}};
+} kNamed[] = {{"version", "use --fw-version"},
+              {"hwid", "use --hwid"},
+              {"build", "use --build"},
+              {"overruled", "pack --force writes it"},
+              {"sha256", "it is computed"}};
 
 bool is_note(const std::string& note) {
     const size_t colon = note.find(": ");
     return colon != std::string::npos && colon > 0 && colon + 2 < note.size() && is_printable(note);
 }
 
-/// Refuses lines with one of the four keys.
+/// Refuses lines with one of these keys.
 std::string check_names(const std::vector<std::string>& lines) {
     for (const std::string& line : lines) {
         for (const auto& [name, advice] : kNamed) {
@@ -37,6 +41,14 @@ std::string hwid_line(const std::vector<uint16_t>& hwids) {
         char text[8];
         std::snprintf(text, sizeof text, " %04x", hwid);
         line += text;
+    }
+    return line;
+}
+
+std::string overruled_line(const std::vector<std::string>& checks) {
+    std::string line = "overruled:";
+    for (const std::string& check : checks) {
+        line += ' ' + check;
     }
     return line;
 }
@@ -76,6 +88,9 @@ std::string make_prefix(const PrefixParts& parts, const std::string& sha256, std
     }
     if (parts.build) {
         lines.push_back("build: " + *parts.build);
+    }
+    if (!parts.overruled.empty()) {
+        lines.push_back(overruled_line(parts.overruled));
     }
     if (!sha256.empty()) {
         lines.push_back("sha256: " + sha256);

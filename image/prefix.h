@@ -20,6 +20,7 @@ struct PrefixParts {
     std::optional<std::string> version;  ///< printable ASCII, not empty; as `build`
     std::vector<uint16_t> hwids;
     std::optional<std::string> build;
+    std::vector<std::string> overruled;  ///< checks that failed, but were overruled
 };
 
 /// Joins the parts and, unless empty, `sha256` as the last line. Returns the error, or an empty text.

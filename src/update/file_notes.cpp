@@ -48,7 +48,3 @@ std::vector<std::string> named_hwids(const std::string& prefix) {
     }
     return hwids;
 }
-
-bool is_printable(const std::string& text) {
-    return std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
-}

@@ -22,6 +22,3 @@ std::optional<std::string> named_value(const std::string& prefix, const std::str
 
 /// The hardware ids that the prefix names, as they are written there. Empty: the file is for any hardware.
 std::vector<std::string> named_hwids(const std::string& prefix);
-
-/// Printable ASCII, no escape sequences.
-bool is_printable(const std::string& text);

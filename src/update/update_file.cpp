@@ -12,6 +12,8 @@
 
 namespace {
 
+constexpr char kNoHeader[] = "invalid file (could not find header)";
+
 bool read_all(std::FILE* file, uint8_t* bytes, size_t count) {
     return std::fread(bytes, 1, count, file) == count;
 }
@@ -86,7 +88,7 @@ bool load_update_file(McuDevice& device, const char* path) {
 bool parse_update_file(McuDevice& device, std::FILE* file) {
     const off_t start = find_start(file);
     if (start == 0) {
-        return fail(device, "invalid file (could not find header)");
+        return fail(device, kNoHeader);
     }
     if (fseeko(file, -static_cast<off_t>(kFileInfoSize), SEEK_END) != 0) {
         return fail(device, "could not seek in file for info structure");
@@ -106,4 +108,18 @@ bool parse_update_file(McuDevice& device, std::FILE* file) {
         return fail(device, "invalid file (wrong size)");
     }
     return read_body(device, file, info);
+}
+
+bool parse_update_bytes(McuDevice& device, std::span<const uint8_t> bytes) {
+    if (bytes.empty()) {
+        return fail(device, kNoHeader);
+    }
+    // Only read: "rb".
+    std::FILE* file = fmemopen(const_cast<uint8_t*>(bytes.data()), bytes.size(), "rb");
+    if (file == nullptr) {
+        return fail(device, "out of memory for the update file");
+    }
+    const bool ok = parse_update_file(device, file);
+    std::fclose(file);
+    return ok;
 }

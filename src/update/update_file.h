@@ -2,7 +2,9 @@
 // Loads an update file into the UpdateImage of the device. Logs nothing.
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
+#include <span>
 
 #include "mcu/mcu_device.h"
 
@@ -14,3 +16,6 @@ bool load_update_file(McuDevice& device, const char* path);
 /// different software ids file_reserved0 and file_swid, after a wrong geometry or size all numbers, after a wrong
 /// checksum the buffers, too. REQUIRES: the stream is at the start of the file.
 bool parse_update_file(McuDevice& device, std::FILE* file);
+
+/// The same for a whole file in memory.
+bool parse_update_bytes(McuDevice& device, std::span<const uint8_t> bytes);

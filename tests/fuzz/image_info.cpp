@@ -17,7 +17,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string refusal = device.last_error.c_str();
 
     std::string error;
-    const ToolRun run = capture([&] { return run_info("file", InfoForm::kText, error) ? 0 : 1; });
+    const ToolRun run = capture([&] { return run_info("file", "", InfoForm::kText, error) ? 0 : 1; });
     check(run.status == 0 && error.empty(), "every file gets a report");
     check(run.err.empty() && is_text(run.out), "the report is text on standard output");
     const std::string verdict = refusal.empty() ? "yes" : "no (" + refusal + ")";
@@ -28,7 +28,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const bool sound = contains(run.out, "bytes (ok)\n") && contains(run.out, " computed, ok\n");
     check(sound || !refusal.empty(), "a file that loads is sound");
 
-    const ToolRun json = capture([&] { return run_info("file", InfoForm::kJson, error) ? 0 : 1; });
+    const ToolRun json = capture([&] { return run_info("file", "", InfoForm::kJson, error) ? 0 : 1; });
     check(json.status == 0 && json.err.empty() && is_text(json.out), "every file gets an object");
     const std::string loads = refusal.empty() ? "true,\"error\":null" : "false,\"error\":\"" + refusal + '"';
     check(json.out.starts_with("{\"file\":\"file\",\"loads\":" + loads + ','), "the object has the loader's verdict");

@@ -10,7 +10,11 @@ namespace {
 using Pages = std::vector<uint16_t>;
 
 FlashCopy erased(bool is_update_file) {
-    return {is_update_file, 0, std::vector<uint8_t>(0x42000, 0xFF)};
+    FlashCopy copy;
+    copy.format = is_update_file ? Format::kUpdateFile : Format::kReadBack;
+    copy.memory.assign(0x42000, 0xFF);
+    copy.pages.set();
+    return copy;
 }
 
 void fill(FlashCopy& copy, size_t offset, size_t count, uint8_t byte) {
@@ -47,6 +51,16 @@ TEST(Comparison, UpdateFilesHaveNoUnreadSegments) {
     fill(a, 0x20000, 32, 0x55);
     EXPECT_EQ(compare_copies(a, b).differing, Pages{256});
     EXPECT_EQ(compare_copies(a, b).unread, Pages{});
+}
+
+TEST(Comparison, ComparesThePagesOfBoth) {
+    FlashCopy a = erased(true);
+    const FlashCopy b = erased(false);
+    fill(a, 0, 0x42000, 0x00);
+    a.pages.reset();
+    a.pages.set(7).set(300);
+    EXPECT_EQ(compare_copies(a, b).differing, (Pages{7, 300}));
+    EXPECT_EQ(compare_copies(b, a).differing, (Pages{7, 300}));
 }
 
 TEST(ProgrammedFlash, HoldsMarkedPagesOfTheRegionsWithoutTheirLast) {

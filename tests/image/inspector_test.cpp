@@ -46,7 +46,7 @@ TEST(Inspector, DecodesEveryField) {
                                      info.memory_size, info.file_crc}),
               (std::vector<uint32_t>{0x0201, 0x0403, 0x0605, 0x0807, 0x0A09, 0x0C0B, 0x100F0E0D, 0x1211, 0x16151413,
                                      0x1817}));
-    EXPECT_EQ(Bytes(found.body->free_bytes, found.body->free_bytes + 6), (Bytes{0xA1, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6}));
+    EXPECT_EQ(found.body->free_bytes, (std::array<uint8_t, 6>{0xA1, 0xA2, 0xA3, 0xA4, 0xA5, 0xA6}));
     EXPECT_EQ(found.body->marked_pages, (std::vector<uint16_t>{0, 255, 256, 511, 512, 527}));
 }
 
@@ -54,11 +54,11 @@ TEST(Inspector, DecodesEveryField) {
 TEST(Inspector, AnUnmarkedPageCountsAsErasedAndTheLastOfARegionNever) {
     const Inspection marked = inspect_update_file(sample(1));
     EXPECT_EQ(marked.computed_file_crc, 0x79EC);
-    EXPECT_EQ(marked.body->computed_region_crc[0], 0x250D);
-    EXPECT_EQ(marked.body->computed_region_crc[1], 0xEB83);
+    EXPECT_EQ(marked.body->regions[0]->computed_crc, 0x250D);
+    EXPECT_EQ(marked.body->regions[1]->computed_crc, 0xEB83);
     const Inspection unmarked = inspect_update_file(sample(0));
     EXPECT_EQ(unmarked.computed_file_crc, 0x8CF0);
-    EXPECT_EQ(unmarked.body->computed_region_crc[0], 0x1CC1);  // an erased region's
+    EXPECT_EQ(unmarked.body->regions[0]->computed_crc, 0x1CC1);  // an erased region's
 }
 
 TEST(Inspector, TellsOfATruncatedFileWhatIsThere) {
@@ -73,7 +73,6 @@ TEST(Inspector, TellsOfATruncatedFileWhatIsThere) {
         EXPECT_EQ(Case(size, found.magic_offset.has_value(), found.body.has_value(), found.info.has_value()),
                   Case(size, magic, body, info));
     }
-    EXPECT_FALSE(inspect_update_file(whole, FileEnd::kCutOff).info);
 }
 
 TEST(Inspector, PagesAsRanges) {

@@ -42,21 +42,22 @@ TEST(Prefix, BytesAndNotes) {
         {"x\nhwid:4\n", {}, named + "\"hwid\": use --hwid"},
         {"", {"build: b"}, named + "\"build\": use --build"},
         {"sha256: 00", {}, named + "\"sha256\": it is computed"},
+        {"", {"overruled: vector"}, named + "\"overruled\": pack --force writes it"},
         {"", {"versions: 2", "a version: 2"}, "versions: 2\na version: 2\n"}};
     for (const auto& [bytes, notes, expected] : cases) {
-        EXPECT_EQ(prefix_or_error({bytes, notes, {}, {}, {}}), expected);
+        EXPECT_EQ(prefix_or_error({bytes, notes, {}, {}, {}, {}}), expected);
     }
 }
 
 TEST(Prefix, NamedLines) {
-    EXPECT_EQ(prefix_or_error({"p", {"k: v"}, "2.1 beta", {4, 0xABCD, 4}, "b"}, "00ff"),
-              "p\nk: v\nversion: 2.1 beta\nhwid: 0004 abcd 0004\nbuild: b\nsha256: 00ff\n");
-    EXPECT_EQ(prefix_or_error({"raw", {}, {}, {}, {}}, "00ff"), "raw\nsha256: 00ff\n");
+    EXPECT_EQ(prefix_or_error({"p", {"k: v"}, "2.1 beta", {4, 0xABCD, 4}, "b", {"vector", "alike"}}, "00ff"),
+              "p\nk: v\nversion: 2.1 beta\nhwid: 0004 abcd 0004\nbuild: b\noverruled: vector alike\nsha256: 00ff\n");
+    EXPECT_EQ(prefix_or_error({"raw", {}, {}, {}, {}, {}}, "00ff"), "raw\nsha256: 00ff\n");
     const std::string bad_version = "--fw-version is not one line of printable ASCII";
-    EXPECT_EQ(prefix_or_error({"", {}, "", {}, {}}), bad_version);
-    EXPECT_EQ(prefix_or_error({"", {}, "2\nhwid: 0004", {}, {}}), bad_version);
-    EXPECT_EQ(prefix_or_error({"", {}, {}, {}, "\xc3\xa4"}), "--build is not one line of printable ASCII");
-    EXPECT_EQ(prefix_or_error({"", {}, {}, {}, "SVxMega"}), "prefix or notes hold the magic of the file");
+    EXPECT_EQ(prefix_or_error({"", {}, "", {}, {}, {}}), bad_version);
+    EXPECT_EQ(prefix_or_error({"", {}, "2\nhwid: 0004", {}, {}, {}}), bad_version);
+    EXPECT_EQ(prefix_or_error({"", {}, {}, {}, "\xc3\xa4", {}}), "--build is not one line of printable ASCII");
+    EXPECT_EQ(prefix_or_error({"", {}, {}, {}, "SVxMega", {}}), "prefix or notes hold the magic of the file");
 }
 
 }  // namespace
