@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "mcu/i2c_bus.h"
 #include "tests/support/tool_run.h"
 
 namespace {
