@@ -18,7 +18,7 @@ namespace {
 
 constexpr int kAttempts = 100;
 // Memory cards and sticks often have a file system without links.
-constexpr int kNoLinks[] = {EPERM, EOPNOTSUPP, ENOTSUP, ENOSYS};
+constexpr int kNoLinks[] = {EPERM, EMLINK, EOPNOTSUPP, ENOTSUP, ENOSYS};
 
 bool refuse(int reason) {
     errno = reason;
