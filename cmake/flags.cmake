@@ -14,7 +14,15 @@ target_compile_options(
             -ffp-contract=off
             -ffunction-sections
             -fdata-sections)
-target_link_options(sv_flags INTERFACE -Wl,--gc-sections)
+# sv_link_options(name option): all programs are linked with the option if the linker has it
+include(CheckLinkerFlag)
+function(sv_link_options name option)
+  check_linker_flag(CXX ${option} ${name})
+  if(${name})
+    target_link_options(sv_flags INTERFACE ${option})
+  endif()
+endfunction()
+sv_link_options(SV_HAS_GC_SECTIONS -Wl,--gc-sections)
 
 # Intermediate results must be no wider than their type: a 32-bit x86 needs SSE2 for that.
 include(CheckCXXSourceCompiles)

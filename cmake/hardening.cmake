@@ -28,4 +28,4 @@ foreach(flag -fstack-protector-strong -fstack-clash-protection -fcf-protection=f
 endforeach()
 
 target_compile_options(sv_flags INTERFACE ${release_flags})
-target_link_options(sv_flags INTERFACE -Wl,-z,relro,-z,now,-z,noexecstack)
+sv_link_options(SV_HAS_RELRO -Wl,-z,relro,-z,now,-z,noexecstack)

@@ -5,16 +5,20 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <iterator>
 
 #include "util/new_file_steps.h"
 
 namespace {
 
 constexpr int kAttempts = 100;
+// Memory cards and sticks often have a file system without links.
+constexpr int kNoLinks[] = {EPERM, EMLINK, EOPNOTSUPP, ENOTSUP, ENOSYS};
 
 bool refuse(int reason) {
     errno = reason;
@@ -145,9 +149,7 @@ bool NewFile::rename_or_link() const {
     if (linkat(folder_, own_, folder_, target_, 0) == 0) {
         return true;
     }
-    // Memory cards and sticks often have a file system without links.
-    const bool has_links = errno != EPERM && errno != EOPNOTSUPP && errno != ENOTSUP && errno != ENOSYS;
-    return !has_links && rename_if_free(folder_, own_, target_);
+    return std::count(std::begin(kNoLinks), std::end(kNoLinks), errno) > 0 && rename_if_free(folder_, own_, target_);
 }
 
 bool NewFile::stands_at_target() const {

@@ -3,7 +3,6 @@
 // nothing is lost on the way. Needs no memory but its own.
 #pragma once
 
-#include <climits>
 #include <cstddef>
 
 /// What may happen to that which stands at the target.
@@ -44,7 +43,8 @@ private:
     int file_ = -1;
     int error_ = 0;  // errno of the first failed write
     Existing existing_ = Existing::kKept;
-    char path_[PATH_MAX] = ".";       // of the folder
-    char target_[NAME_MAX + 1] = "";  // name in the folder
-    char own_[48] = "";               // also; empty: nothing to remove
+    // Linux' limits. Not every system has some, or names them.
+    char path_[4096] = ".";  // of the folder
+    char target_[256] = "";  // name in the folder
+    char own_[48] = "";      // also; empty: nothing to remove
 };

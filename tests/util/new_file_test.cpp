@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "util/new_file.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -13,6 +14,8 @@
 #include <functional>
 #include <iterator>
 #include <vector>
+
+#include "util/new_file_steps.h"
 
 namespace {
 
@@ -95,6 +98,26 @@ TEST_F(NewFileTest, WhatStandsAtTheTargetBeforeOrMeanwhile) {
             }
         }
     }
+}
+
+// What happens on a file system without links.
+TEST_F(NewFileTest, ARenameReplacesNothing) {
+    const int directory = open(folder.c_str(), O_RDONLY | O_DIRECTORY);
+    const fs::path own = folder / "own";
+    plant(own, "own");
+    EXPECT_FALSE(rename_if_free(directory, "own", "other"));
+    EXPECT_EQ(errno, EEXIST);
+    fs::create_symlink(folder / "none", folder / "link");
+    EXPECT_FALSE(rename_if_free(directory, "own", "link"));
+    EXPECT_EQ(errno, EEXIST);
+    EXPECT_FALSE(rename_if_free(directory, "missing", "target"));
+    EXPECT_EQ(errno, ENOENT);
+    EXPECT_EQ(content(other) + content(own), "otherown");
+    EXPECT_EQ(files(), 3U);
+    EXPECT_TRUE(rename_if_free(directory, "own", "target"));
+    EXPECT_EQ(content(target), "own");
+    EXPECT_EQ(files(), 3U);
+    close(directory);
 }
 
 TEST_F(NewFileTest, AnotherOwnersFileStays) {
