@@ -82,11 +82,14 @@ bool inspect_input(const InputFile& input, Inspection& found, std::string& error
     found.format = input.format;
     found.size = input.bytes.size();
     FlashCopy copy;
-    if (make_flash_copy(input, std::nullopt, copy, error)) {
+    std::string reason;
+    if (make_flash_copy(input, std::nullopt, copy, reason)) {
         found.body = body_of(copy);
-        return true;
+    } else if (input.format != Format::kRaw) {
+        error = reason;
+        return false;
     }
-    return input.format == Format::kRaw;
+    return true;
 }
 
 const char* vector_word(const ResetVector& vector) {

@@ -17,25 +17,50 @@ so() { sv_image info --json "$2" | jq -es "length == 1 and (.[0] | $1)" >out || 
 
 expect 0 "*0x0101*0x5f91*1 of 255*0x18a5*1 of 255*270913 bytes" "" "${pack[@]}" --fw-version 2 --no-sha256 -o good.svu
 expect_same "mode of a new file" "$(stat -c %a good.svu)" 644
-expect 0 "*note:  *version: 2* computed, none named*offset: *270889 bytes*0x5f91 stored, 0x5f91 computed, ok*0, 256*0 marked pages: *1 of 255*loads:  *yes" "" sv_image info good.svu
+expect 0 "*note:  *version: 2* computed, none named*offset: *270889 bytes*0x5f91 stored, 0x5f91 computed, ok*0, 256*0 marked pages: *1 of 255*0 reset vector:    jmp 0x00404, in region 0*1 reset vector:    rjmp 0x20002, in region 1*loads:  *yes" "" sv_image info good.svu
 # The report goes to /dev/null.
 expect 0 "" "" sh -c 'exec sv_image info good.svu >&-'
 so '.loads and .error == null and .size == 270913 and .expected_size == 270913 and .magic_offset == 11' good.svu
 so '.sha256.named == null and .sha256.ok == null and .hwids == [] and .build == null and .file_checksum.ok' good.svu
 so '.info_offset == 270889 and .region_size == 131072 and .page_size == 512 and .memory_size == 270336' good.svu
-so '.regions[0] == {software_id: 257, checksum: {stored: 24465, computed: 24465, ok: true}, marked_pages: [0]}' good.svu
+so '.regions[0] == {software_id: 257, checksum: {stored: 24465, computed: 24465, ok: true}, marked_pages: [0],
+  reset_vector: {instruction: "jmp", target: 1028, ok: true}} and .format == "update-file"' good.svu
 so '.regions[1].marked_pages == [256] and .never_programmed == [] and .free_bytes == [0, 0, 0, 0, 0, 0]' good.svu
 cp good.svu ./-x
-expect 1 $'-x: okay\nnone: could not open file\n-x: okay' "" sv_image verify -- -x none -x
+checks="layout, checksum, empty, format, vector, last-page, swapped, alike"
+expect 1 "-x: okay ($checks)"$'\n'"-x: okay ($checks)" "sv_image: none: No such file or directory" sv_image verify -- -x none -x
 rm ./-x
 
 # Named lines in their order; another program computes the SHA-256.
-expect 0 "*" "" "${pack[@]}" --build "{}" --hwid 4 --note "b: []" --fw-version "2 x" --note "a: 1" --hwid 0xABCD -o named.svu
+expect 0 "*" "sv_image: warning: hardware id 4 is unknown: *0xABCD is unknown: *" "${pack[@]}" --build "{}" --hwid 4 --note "b: []" --fw-version "2 x" --note "a: 1" --hwid 0xABCD -o named.svu
 sha256=$(tail -c 270902 named.svu | sha256sum | cut -d ' ' -f 1)
 printf 'b: []\na: 1\nversion: 2 x\nhwid: 0004 abcd\nbuild: {}\nsha256: %s\n' "$sha256" >prefix
 cmp -n "$(($(wc -c <named.svu) - 270902))" prefix named.svu
 so '.version == "2 x" and .build == "{}" and .hwids == ["0004", "abcd"] and .notes[:2] == ["b: []", "a: 1"]' named.svu
 so ".sha256 == {named: \"$sha256\", computed: \"$sha256\", ok: true}" named.svu
+
+# The example firmware from every format, and through pipes
+objcopy -I elf32-little -O ihex "$firmware/v2-region0.elf" v2-0.hex
+objcopy -I elf32-little -O srec "$firmware/v2-region1.elf" v2-1.srec
+objcopy -I elf32-little -O ihex "$firmware/v2-region1.elf" v2-1.hex
+(grep -v ':00000001FF' v2-0.hex; cat v2-1.hex) >v2.hex
+v2=(sv_image pack --swid 0x0101 --hwid 3)
+expect 0 "*" "" "${v2[@]}" --region0 "$firmware/v2-region0.bin" --region1 "$firmware/v2-region1.bin" -o v2.svu
+for files in "$firmware/v2-region1.elf $firmware/v2-region0.elf" "v2-0.hex v2-1.srec" "--region1 v2-1.srec $firmware/v2-region0.elf" \
+  "v2.hex" "--region0 v2.hex --region1 v2.hex" "--format hex -"; do
+  # shellcheck disable=SC2086
+  "${v2[@]}" $files -o - <v2.hex 2>err | cmp - v2.svu
+  grep -q "^size: " err
+done
+expect 0 "-: okay ($checks, sha256)" "" sv_image verify - <v2.svu
+expect 0 "*format:  *ELF*0xff1b computed*0-11*jmp 0x01208, in region 0*region 1:                 not in the file*" "" \
+  sv_image info "$firmware/v2-region0.elf"
+so '.format == "srec" and .regions[0].checksum.computed == null and .regions[1].checksum.computed == 32043' v2-1.srec
+sv_image extract --region 1 -o - v2.hex 2>err | cmp -n 5734 - "$firmware/v2-region1.bin"
+for file in "$firmware/v2-region1.elf" "$firmware/v2-region1.bin" v2-1.srec; do
+  expect 0 "*region 0 not compared*region 1 differing pages: none*" "" sv_image diff "$file" v2.svu
+done
+rm v2*
 
 # --- A refusal creates no file and leaves an existing one as it was.
 
@@ -49,26 +74,39 @@ refused "./a.bin is one of the inputs" "${pack[@]}" -o ./a.bin --force
 refused "a.bin is one of the inputs" sv_image pack --region0 b.bin --region1 b.bin --swid 1 --prefix-file a.bin -o a.bin --force
 refused "*No such file or directory" "${pack[@]}" -o none/new.svu
 refused ".: Is a directory" sv_image pack --region0 a.bin --region1 . --swid 1 -o new.svu
-refused "region 0 is longer than 0x20000 bytes" sv_image pack --region0 /dev/zero --region1 b.bin --swid 1 -o new.svu
-for id in 0 65536 0x100000001 99999999999999999999 0x 08 1x -1 " 1" ""; do
+refused "/dev/zero: larger than 64 MiB, which no firmware is" sv_image pack --region0 /dev/zero --region1 b.bin --swid 1 -o new.svu
+for row in "0101 0x0101 65 octal" "0189 0x0189 189 decimal"; do
+  read -r id hex number base <<<"$row"
+  refused "software id '$id' begins with 0: write $hex if it is hexadecimal, as programs print it, or $number if it is $base" \
+    sv_image pack --region0 a.bin --region1 b.bin --swid "$id" -o new.svu
+done
+for id in 0 00 65536 0x100000001 99999999999999999999 0x 1x -1 " 1" ""; do
   refused "software id '$id' is not a number from 1 to 0xFFFF" sv_image pack --region0 a.bin --region1 b.bin --swid "$id" -o new.svu
 done
 refused "hardware id '0' is not a number from 1 to 0xFFFF" "${pack[@]}" --hwid 0 -o new.svu
+refused "hardware id '04' begins with 0: *" "${pack[@]}" --hwid 04 -o new.svu
+refused "standard input can be read only once: save it as a file" sv_image pack --region0 - --region1 b.bin --swid 1 --prefix-file - -o new.svu <a.bin
 refused "could not write good.svu: File too large" bash -c 'ulimit -f 100; exec "$@"' - "${pack[@]}" -o good.svu --force
 refused "good.svu exists*" sv_image extract --region 0 -o good.svu named.svu
 refused "./good.svu is one of the inputs" sv_image extract --region 0 --force -o ./good.svu good.svu
-refused "region 1 does not begin with a jump into itself (--any-content accepts it)" \
-  sv_image pack --region0 a.bin --region1 text --swid 1 -o new.svu
-refused "region 1 does not begin with a jump into itself (--any-content accepts it)" \
+advice=$'\nsv_image: nothing was written: correct the firmware, or overrule these checks with --force'
+refused "format: region 1 holds text, not the content of flash$advice" sv_image pack --region0 a.bin --region1 text --swid 1 -o new.svu
+refused "swapped: *$advice" sv_image pack --region0 "$firmware/v2-region1.bin" --region1 "$firmware/v2-region0.bin" --swid 1 -o new.svu
+refused "vector: region 1 *: it is linked for that region"$'\n'"sv_image: alike: *$advice" \
   sv_image pack --region0 "$firmware/v2-region0.bin" --region1 "$firmware/v2-region0.bin" --swid 1 -o new.svu
+refused "$firmware/v2-region1.elf is linked for region 1, not for region 0" \
+  sv_image pack --region0 "$firmware/v2-region1.elf" --region1 "$firmware/v2-region1.elf" --swid 1 -o new.svu
+printf ':0400000001C001C07A\n:0400040001C001C079\n:00000001FF\n' >bad.hex
+refused "bad.hex: line 2: the checksum is 79, but must be 76" sv_image pack bad.hex --swid 1 -o new.svu
 head -c $((0x42001)) /dev/zero >longer
-for file in a.bin longer; do
-  refused "$file: neither an update file nor a read-back of 270336 bytes" sv_image extract --region 0 -o new.bin $file
-done
+refused "longer: longer than a region (131072 bytes) and no read-back (270336 bytes)" sv_image extract --region 0 -o new.bin longer
+refused "bad.hex: line 2: *" sv_image info bad.hex
+refused "$firmware/v2-region1.elf holds nothing for region 0" sv_image extract --region 0 -o new.bin "$firmware/v2-region1.elf"
+expect 106 "" "sv_image: --swid is required"$'\n'"Try 'sv_image --help'." sv_image pack -o new.svu
 expect 105 "" "*--region*" sv_image extract --region 2 -o new.bin good.svu
 cmp good.svu before.svu
 expect_same "files" "$(find . -type f ! -name out ! -name err | sort | xargs)" \
-  "./a.bin ./b.bin ./before.svu ./good.svu ./longer ./named.svu ./prefix ./text"
+  "./a.bin ./b.bin ./bad.hex ./before.svu ./good.svu ./longer ./named.svu ./prefix ./text"
 
 # --- Damaged files
 
@@ -78,43 +116,38 @@ damaged() {
   for ((i = 2; i < $#; i += 2)); do poke "$1" "${@:i:2}"; done
 }
 damaged image.svu 19 '\x00'
-expect 1 "image.svu: invalid file (CRC error)" "" sv_image verify image.svu
+expect 1 "image.svu: layout: invalid file (CRC error)" "" sv_image verify image.svu
 expect 0 "*file checksum: *differs*region 0 checksum: *differs*loads:  *no (invalid file (CRC error))" "" sv_image info image.svu
 so '.loads == false and .error == "invalid file (CRC error)" and .file_checksum.ok == false' image.svu
 damaged region.svu $((270889 + 8)) '\xa4' $((270913 - 2)) '\x65\xe3'
-expect 1 "region.svu: loads, but the checksum of region 1 is wrong (the MCU would refuse to enable it)" "" \
+expect 1 "region.svu: checksum: region 1 has 0x18a4, but the MCU will compute 0x18a5 and refuse to enable it" "" \
   sv_image verify region.svu
 so '.loads and .regions[0].checksum.ok and .regions[1].checksum.ok == false' region.svu
 damaged empty.svu $((270889 - 6 - 528 + 256)) '\x00' $((270889 + 8)) '\xc1\x1c' $((270913 - 2)) '\xf3\x7f'
-expect 1 "empty.svu: loads, but region 1 is empty (the MCU would start it nevertheless)" "" sv_image verify empty.svu
+expect 1 "empty.svu: empty: region 1 is empty, and the MCU would start it nevertheless" "" sv_image verify empty.svu
 damaged jump.svu $((19 + 0x20000)) '\xfe\xcf' $((270889 + 8)) '\xc8\x03' $((270913 - 2)) '\x21\x8d' # rjmp to the word before
-expect 1 "jump.svu: loads, but region 1 does not begin with a jump into itself (the MCU would start it nevertheless)" "" \
+expect 1 "jump.svu: vector: region 1 begins with a jump to 0x1fffe, where no program can be" "" \
   sv_image verify jump.svu
 damaged reserved.svu 270889 '\x05' $((270889 + 10)) '\x07'
 expect 0 "*word 0: *0x0005*word 10: *0x0007*" "" sv_image info reserved.svu
 cp named.svu other.svu
 poke other.svu 60 x # a digit of the SHA-256
-expect 1 "other.svu: loads, but does not have the SHA-256 that it names" "" sv_image verify other.svu
+expect 1 "other.svu: sha256: it is not the one that the file names: the file or this line was changed" "" sv_image verify other.svu
 expect 0 "* computed, differs*loads:  *yes" "" sv_image info other.svu
 head -c 1000 good.svu >short.svu
 so '.sha256.computed != null and .regions[0].marked_pages == null and .free_bytes == null and .size == 1000' short.svu
 so '.regions[0].checksum | .stored != null and .computed == null and .ok == null' short.svu
-(cat good.svu; head -c $((1048576 - 270913)) /dev/zero) >long.svu
-expect 0 "*size:                     1048576 bytes*" "" sv_image info long.svu
-so '.size == 1048576' long.svu
-echo >>long.svu
-expect 0 "*more than 1048576 bytes*magic offset: *11 bytes*loads:  *no (*" "" sv_image info long.svu
-so '.size == null and .sha256.computed == null and .info_offset == null and .magic_offset == 11' long.svu
-so '.magic_offset == null and .expected_size == null and .notes == [] and (.error | test("header"))' /dev/zero
-expect 0 "*" "" sv_image pack --region0 a.bin --region1 text --swid 1 --any-content -o text.svu
-so '.loads' text.svu
-mkfifo pipe
-expect 1 "" "sv_image: pipe is a pipe*" sv_image info pipe
-expect 1 "pipe: a pipe, save it as a file first" "" sv_image verify pipe
-printf '\033[2J' >prefix
+so '.magic_offset == null and .expected_size == null and .notes == [] and (.error | test("header"))' longer
+expect 0 "*" "sv_image: warning: overruled: format: region 1 holds text, not the content of flash" \
+  sv_image pack --region0 a.bin --region1 text --swid 1 --no-sha256 --force -o text.svu
+so '.loads and .notes == ["overruled: format"] and .regions[1].reset_vector == {instruction: null, target: null, ok: false}' text.svu
+expect 1 "text.svu: format: region 1 holds text, not the content of flash (overruled by pack --force)" "" sv_image verify text.svu
+expect 1 "a.bin: layout: invalid file (could not find header)" "" sv_image verify a.bin
+expect 1 "" "sv_image: bad.hex: Intel HEX, no update file: sv_image pack makes one" sv_image verify bad.hex
+printf '\033[2J\233' >prefix
 expect 0 "*" "" "${pack[@]}" --prefix-file prefix -o raw.svu
-expect 0 "*78 bytes (not printable)*" "" sv_image info raw.svu
-so '.notes[0] == "\u001b[2J" and .file == "raw.svu"' raw.svu
+expect 0 "*note: *?x1b?2J?x9b*" "" sv_image info raw.svu
+so '.notes[0] == "\u001b[2J\ufffd" and .file == "raw.svu"' raw.svu
 
 # --- Comparison and extraction
 
@@ -146,7 +179,15 @@ differs 1 "none|none|holds|256|257-258|does not hold|none|512" both good.svu
 differs 1 "none|none|none|257-258|none|512" unread unread
 expect 0 "*" "" sv_image pack --region0 a.bin --region1 b.bin --swid 0x0102 -o swid.svu
 differs 1 "none|none|none|none|none|none" good.svu swid.svu
-for row in "a.bin: neither an update file nor a read-back of 270336 bytes" "none: No such file or directory" \
+# "Does the board run what I built?"
+(cat "$firmware/v2-region0.bin"; erased $((0x20000 - 5734)); cat b.bin; erased $((0x22000 - 3))) >v2flash
+expect 0 "*(ELF, region 0)*(read-back)*region 0 differing*the flash holds this file in region 0"$'\n'"region 1 not compared*" "" \
+  sv_image diff "$firmware/v2-region0.elf" v2flash
+expect 1 "*the flash does not hold this file in region 1*" "" sv_image diff "$firmware/v2-region1.elf" v2flash
+expect 0 "*region 0 not compared*the flash holds this file in region 1*" "" sv_image diff --region 1 b.bin v2flash
+expect 2 "" "sv_image: the files have no region in common" sv_image diff "$firmware"/v2-region[01].elf
+expect 2 "" "sv_image: b.bin: no update file, and as a raw binary *--region" sv_image diff b.bin v2flash
+for row in "longer: longer than a region *" "none: No such file or directory" \
   "image.svu: invalid file (CRC error)"; do
   expect 2 "" "sv_image: $row" sv_image diff good.svu "${row%%:*}"
 done
@@ -161,3 +202,13 @@ head -c $((0x20000)) flash | cmp - region1.bin
 expect 0 "*" "sv_image: warning: 3 segments hold only 0x55 and may be unread (pages: 257-258)" \
   sv_image extract --region 1 -o unread1.bin <(cat unread)
 tail -c +$((0x20001)) unread | head -c $((0x20000)) | cmp - unread1.bin
+
+# A signal waits until the file is complete.
+if strace -o trace true 2>/dev/null; then
+  for signal in INT TERM HUP; do
+    expect $((128 + $(kill -l $signal))) "*" "*" \
+      strace -o trace -e trace=fsync -e inject=fsync:signal=SIG$signal:when=1 "${pack[@]}" --fw-version 2 --no-sha256 -o $signal.svu
+    cmp $signal.svu good.svu
+    expect_same "temporary files" "$(find . -name '.sv-new*')" ""
+  done
+fi
