@@ -86,7 +86,9 @@ private:
         }
         const bool decoded = decode_firmware(file, found, omitted, error_);
         for (const std::string& text : omitted) {
-            const std::string warning = name + ": " + text;
+            std::string warning = name;
+            warning += ": ";
+            warning += text;
             if (std::find(warnings_.begin(), warnings_.end(), warning) == warnings_.end()) {
                 warnings_.push_back(warning);
             }

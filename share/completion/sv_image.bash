@@ -12,20 +12,22 @@ _sv_image() {
     case $sub:$prev in
         pack:--region[01] | pack:--prefix-file | pack:-o | pack:--output | extract:-o | extract:--output) return ;; # readline's own
         pack:--swid | pack:--hwid | pack:--fw-version | pack:--build | pack:--note) ;;
-        extract:--region) words="0 1" ;;
+        extract:--region | diff:--region) words="0 1" ;;
+        pack:--format | info:--format | extract:--format) words="elf hex srec raw" ;;
         pack:*)
-            words="--region0 --region1 --swid --mark-all --any-content --fw-version --hwid --build --note --no-sha256
+            words="--region0 --region1 --format --swid --mark-all --fw-version --hwid --build --note --no-sha256
                 --prefix-file -o --output --force -h --help"
             ;;
-        info:*) words="--json -h --help" ;;
-        extract:*) words="--region -o --output --force -h --help" ;;
-        verify:* | diff:*) words="-h --help" ;;
+        info:*) words="--format --json -h --help" ;;
+        extract:*) words="--region --format -o --output --force -h --help" ;;
+        verify:*) words="-h --help" ;;
+        diff:*) words="--region -h --help" ;;
         :*)
             words="pack info verify extract diff"
             [[ $cur != -* ]] || words="-h --help --version"
             ;;
     esac
-    if [[ $sub:$prev == @(info|verify|diff|extract):* && $words == *--help* && $cur != -* ]]; then
+    if [[ $sub:$prev == @(pack|info|verify|diff|extract):* && $words == *--help* && $cur != -* ]]; then
         return # the file
     fi
     compopt +o default 2>/dev/null

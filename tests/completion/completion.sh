@@ -41,6 +41,8 @@ sv_ctl watch --interval |
 sv_ctl doctor n|
 sv_image pack --region0 ot|other
 sv_image pack --swid |
+sv_image pack ot|other
+sv_image info --format s|srec
 sv_image pack --region0 other -o new|new.svu
 sv_image extract --region |0 1
 sv_image extract --region=|0 1
