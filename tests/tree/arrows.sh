@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Checks which folder includes which, the licence tags, and the size of files and functions.
+# Checks which folder includes which, that sv_image needs POSIX only, the licence tags, and the size of files and functions.
 # Usage: arrows.sh FOLDER_OF_PROGRAMS SOURCE_FOLDER
 set -eu
 export LC_ALL=C
@@ -32,6 +32,33 @@ while IFS=: read -r file include; do
   esac
 done < <(grep -rHoE "^ *# *include *(\"[^\"]*|<($ours)/[^>]*)" src ctl image sim bench | sed 's/: *# *include *["<]/:/')
 [ "$checked" -gt 0 ] || complain "no include was found"
+
+# What sv_image is made of, found by its includes, has headers of C++, POSIX and its two libraries only. A source belongs to the
+# header of the same name; of a pair, the one for other systems than Linux.
+portable=" fcntl.h sys/stat.h sys/types.h unistd.h gelf.h CLI/CLI.hpp "
+declare -A parts=()
+waiting=(image/*.cpp)
+while [ "${#waiting[@]}" -gt 0 ]; do
+  file=${waiting[-1]}
+  unset 'waiting[-1]'
+  if [ ! -e "$file" ] || [ -n "${parts[$file]-}" ]; then
+    continue
+  fi
+  parts[$file]=1
+  while read -r include; do
+    name=${include:1:-1}
+    if [ "${include:0:1}" = '"' ]; then
+      for path in "$name" "src/$name"; do
+        waiting+=("$path" "${path%.h}.cpp" "${path%.h}_posix.cpp")
+      done
+    elif [[ $name == *.* && $portable != *" $name "* ]]; then
+      complain "$file is a part of sv_image and includes <$name>"
+    fi
+  done < <(sed -nE 's/^ *# *include *("[^"]*"|<[^>]*>).*/\1/p' "$file")
+done
+for file in src/util/new_file_steps_posix.cpp src/mcu/mcu_device.cpp; do
+  [ -n "${parts[$file]-}" ] || complain "$file was not found to be a part of sv_image"
+done
 
 checked=0
 while read -r file; do
