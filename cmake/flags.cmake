@@ -43,7 +43,8 @@ if(SV_SANITIZE)
 endif()
 
 if(SV_FUZZ)
-  target_compile_options(sv_flags INTERFACE -fsanitize=fuzzer-no-link)
+  # What only serves a test is left out: to trace it takes time and guides the fuzzer nowhere.
+  target_compile_options(sv_flags INTERFACE $<$<NOT:$<BOOL:$<TARGET_PROPERTY:SV_UNTRACED>>>:-fsanitize=fuzzer-no-link>)
 endif()
 
 if(SV_COVERAGE)
@@ -83,7 +84,7 @@ endfunction()
 
 # Compiles test code faster than it would run fastest: it need not have the tool's optimisation level.
 function(sv_quick target)
-  target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O1>)
+  target_compile_options(${target} PRIVATE $<$<NOT:$<OR:$<CONFIG:Debug>,$<BOOL:${SV_FUZZ}>>>:-O1>)
 endfunction()
 
 # Replaces the program's system calls by those of tests/support/fake_kernel.cpp.

@@ -2,7 +2,7 @@
 // Any command line on a healthy board; the input has one word per line. A byte above 0x7F at the start of a line stands
 // for a keyword, so that the fuzzer need not spell it. Every file that a word can name is faked: no word writes a file
 // of the host. "good" is an update file that loads; any other file contains its own name.
-#include <optional>
+#include <memory>
 
 #include "cli/commands.h"
 #include "tests/fuzz/edited_file.h"
@@ -21,12 +21,13 @@ constexpr uint64_t kMaxSleepUsPerWord = 20'000'000;  // three attempts of an upd
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const std::string good(good_file().begin(), good_file().end());
-    static std::optional<sim::Board> board;
-    if (!board || board->transfers() > 0) {
-        board.emplace();  // takes time: only after runs that have reached it
+    static const sim::Board fresh;
+    static std::unique_ptr<sim::Board> board;
+    if (board == nullptr || board->transfers() > 0) {
+        board.reset(new sim::Board(fresh.clone()));  // takes time: only after runs that have reached it
     }
     FakeKernel kernel(*board);
+    const LentFile lent(kernel);
     kernel.keep_wire = false;
     uint64_t transfers = 0;
     kernel.on_bus = [&](std::span<const sim::Message> messages) {
@@ -39,8 +40,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             word = command_table()[first % command_table().size()].keyword;
         }
         words.emplace_back(word.c_str());
-        if (word != "/dev/full" && !word.starts_with("/proc/") && !word.starts_with("/sys/")) {
-            kernel.files[words.back()] = word == "good" ? good : word;
+        if (word != "good" && word != "/dev/full" && !word.starts_with("/proc/") && !word.starts_with("/sys/")) {
+            kernel.files[words.back()] = word;
         }
     }
 

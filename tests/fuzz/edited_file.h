@@ -3,17 +3,46 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
+#include <string>
 
 #include "tests/fuzz/target.h"
+#include "tests/support/fake_kernel.h"
+
+/// What the checksums of tests/fuzz/shortcuts.cpp count: of each whole block of a buffer the first bytes, and the rest
+/// after the last whole block; of a file for SHA-256 the last bytes.
+inline constexpr size_t kCrcBlock = 4096;
+inline constexpr size_t kCrcSample = 8;
+inline constexpr size_t kShaSample = 256;
+/// The pages that a read-back reads at most: the last ones.
+inline constexpr int kReadPages = 2;
+
+/// CRC-16/MODBUS of what counts.
+uint16_t sampled_crc16(std::span<const uint8_t> bytes);
 
 /// An update file that loads: pages 0, 3, 256 and 259 are marked.
-const std::vector<uint8_t>& good_file();
+const std::string& good_file();
 
 /// The good file after the edits in the input; afterwards its checksum is made right again. An edit takes five bytes:
 /// its kind (modulo 8), a byte b, and a number n of three bytes, little-endian.
 ///   0  byte n of the file becomes b       1  byte b of the info structure and the next one become n
 ///   2  n bytes are cut off, b odd: at the end, even: before the info structure
-///   3  n bytes b are added at the end, or for n above 0x800000 at the front
-///   4  a second magic at the front        5  page n is marked with b           6  the checksum becomes wrong by b
-std::vector<uint8_t> edited_file(Input input);
+///   3  n % 8192 bytes b are added at the end; for n above 0x800000 n % 2048 at the front; for 0xFFFFFF a MiB at the
+///   end 4  a second magic at the front        5  page n is marked with b           6  the checksum becomes wrong by b
+///   7  the next b bytes of the input are added at the front
+void put_edited_file(std::string& file, Input input);
+
+inline std::span<const uint8_t> bytes_of(const std::string& file) {
+    return {reinterpret_cast<const uint8_t*>(file.data()), file.size()};
+}
+
+/// The good file as the file "good" of a kernel, lent because a copy takes longer than many a run.
+class LentFile {
+public:
+    explicit LentFile(FakeKernel& kernel);
+    ~LentFile();
+    LentFile(const LentFile&) = delete;
+    LentFile& operator=(const LentFile&) = delete;
+
+private:
+    FakeKernel& kernel_;
+};

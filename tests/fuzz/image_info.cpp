@@ -8,10 +8,13 @@
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static sim::Board board;
-    const bool raw = size > 0 && data[0] == 'r';
-    const auto file = raw ? std::vector<uint8_t>(data + 1, data + size) : edited_file({{data, size}});
-    FakeKernel kernel(board);
-    kernel.files["file"] = std::string(file.begin(), file.end());
+    static FakeKernel kernel(board);
+    std::string& file = kernel.files["file"];
+    if (size > 0 && data[0] == 'r') {
+        file.assign(data + 1, data + size);
+    } else {
+        put_edited_file(file, {{data, size}});
+    }
     McuDevice device(nullptr);
     load_update_file(device, "file");  // Result ignored: the reason says it
     const std::string refusal = device.last_error.c_str();

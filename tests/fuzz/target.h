@@ -43,6 +43,22 @@ struct Input {
         return value;
     }
 
+    /// Little-endian.
+    uint32_t number(int bytes) {
+        uint32_t value = 0;
+        for (int i = 0; i < bytes; ++i) {
+            value |= uint32_t{byte()} << 8 * i;
+        }
+        return value;
+    }
+
+    /// The next bytes, or as many as are left.
+    std::string_view text(size_t count) {
+        const auto part = rest.first(std::min(count, rest.size()));
+        rest = rest.subspan(part.size());
+        return {reinterpret_cast<const char*>(part.data()), part.size()};
+    }
+
     /// Up to the separator, which is removed as well, or to the end.
     std::string_view until(char separator) {
         const std::string_view all(reinterpret_cast<const char*>(rest.data()), rest.size());

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Calls that fail on demand, see FakeKernel::failing_call.
+// Calls of the system that fail on demand, see FakeKernel::failing_call.
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <new>
 
 #include "tests/support/fake_kernel.h"
 
@@ -43,21 +41,12 @@ bool call_fails(int error) {
 
 extern "C" {
 
-void* __real_malloc(size_t size);
 int __real_fstat(int fd, struct stat* status);
 int __real_flock(int fd, int operation);
 ssize_t __real_read(int fd, void* bytes, size_t count);
 ssize_t __real_write(int fd, const void* bytes, size_t count);
 int __real_fsync(int fd);
 int __real_linkat(int old_folder, const char* old_path, int folder, const char* path, int flags);
-
-void* __wrap_malloc(size_t size) {
-    if (FakeKernel::current() != nullptr && size > FakeKernel::current()->largest_block) {
-        errno = ENOMEM;
-        return nullptr;
-    }
-    return call_fails(ENOMEM) ? nullptr : __real_malloc(size);
-}
 
 int __wrap_fstat(int fd, struct stat* status) {
     return call_fails(EIO) ? -1 : __real_fstat(fd, status);
@@ -84,19 +73,3 @@ int __wrap_linkat(int old_folder, const char* old_path, int folder, const char* 
 }
 
 }  // extern "C"
-
-void* operator new(size_t size) {
-    void* memory = call_fails(ENOMEM) ? nullptr : __real_malloc(size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, size_t /*size*/) noexcept {
-    std::free(memory);
-}

@@ -29,8 +29,8 @@ ssize_t write_output(void* cookie, const char* bytes, size_t count) {
 
 void OutputCapture::replace(std::FILE*& standard, Stream& stream, bool is_output) {
     stream.file = fopencookie(&stream.text, "w", {nullptr, is_output ? write_output : write_text, nullptr, nullptr});
-    stream.buffer.resize(kBufferSize);
-    std::setvbuf(stream.file, stream.buffer.data(), _IOFBF, kBufferSize);
+    stream.buffer.reset(new char[kBufferSize]);  // not cleared: that would take longer than most runs
+    std::setvbuf(stream.file, stream.buffer.get(), _IOFBF, kBufferSize);
     stream.replaced = standard;
     standard = stream.file;
 }

@@ -2,6 +2,7 @@
 // Whole command lines of the tool inside a test.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -29,7 +30,7 @@ public:
 private:
     struct Stream {
         std::string text;
-        std::vector<char> buffer;
+        std::unique_ptr<char[]> buffer;
         std::FILE* file = nullptr;
         std::FILE* replaced = nullptr;
     };
