@@ -6,10 +6,12 @@
 #include "ctl/power_output.h"
 #include "ctl/report.h"
 #include "util/new_file.h"
+#include "util/process.h"
 
 namespace {
 
 bool replace_file(const std::string& path, const std::string& text, Failure& failure) {
+    const SignalPause pause;  // no temporary file may remain
     NewFile file;
     if (file.create(path.c_str(), Existing::kReplaced) && file.write(text.data(), text.size()) && file.put_in_place()) {
         return true;

@@ -59,7 +59,7 @@ bool read_elf(std::span<const uint8_t> file, std::vector<Piece>& pieces, std::ve
               std::string& error) {
     // Result ignored: every library has the current version.
     (void)elf_version(EV_CURRENT);
-    // Only read: the library changes no byte unless it is told to write.
+    // Only read: the library changes no byte unless asked to write.
     char* image = const_cast<char*>(reinterpret_cast<const char*>(file.data()));
     const std::unique_ptr<Elf, EndElf> elf(elf_memory(image, file.size()));
     size_t count = 0;

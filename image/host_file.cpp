@@ -6,13 +6,13 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 
 #include "util/new_file.h"
 #include "util/printable.h"
+#include "util/process.h"
 
 namespace {
 
@@ -48,27 +48,6 @@ std::string directory_of(const std::string& path) {
     const size_t slash = path.rfind('/');
     return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
 }
-
-/// While it lives, the signals that end a program from outside wait: a temporary file must not be left behind.
-class SignalPause {
-public:
-    SignalPause() {
-        sigset_t signals;
-        sigemptyset(&signals);
-        for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-            sigaddset(&signals, signal);
-        }
-        sigprocmask(SIG_BLOCK, &signals, &before_);
-    }
-    ~SignalPause() {
-        sigprocmask(SIG_SETMASK, &before_, nullptr);
-    }
-    SignalPause(const SignalPause&) = delete;
-    SignalPause& operator=(const SignalPause&) = delete;
-
-private:
-    sigset_t before_{};
-};
 
 bool write_standard_output(const std::vector<uint8_t>& bytes, std::string& error) {
     if (isatty(STDOUT_FILENO) != 0) {
@@ -133,7 +112,7 @@ bool save_file(const std::string& path, Replace replace, const std::vector<uint8
     if (!check_target(path, replace, error)) {
         return false;
     }
-    const SignalPause pause;
+    const SignalPause pause;  // no temporary file may remain
     NewFile file;
     if (!file.create(path.c_str(), replace == Replace::kYes ? Existing::kReplaced : Existing::kKept)) {
         return system_error("could not create a file in " + directory_of(path), error);

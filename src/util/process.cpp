@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <initializer_list>
 
 bool reserve_standard_descriptors() {
     // Ascending, because open() returns the lowest free number.
@@ -51,4 +52,17 @@ HangupScope::HangupScope() {
 
 HangupScope::~HangupScope() {
     sigaction(SIGHUP, &before_, nullptr);
+}
+
+SignalPause::SignalPause() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+        sigaddset(&signals, signal);
+    }
+    sigprocmask(SIG_BLOCK, &signals, &before_);
+}
+
+SignalPause::~SignalPause() {
+    sigprocmask(SIG_SETMASK, &before_, nullptr);
 }

@@ -43,3 +43,15 @@ public:
 private:
     struct sigaction before_ {};
 };
+
+/// SIGHUP, SIGINT and SIGTERM wait for the end of its scope.
+class SignalPause {
+public:
+    SignalPause();
+    ~SignalPause();
+    SignalPause(const SignalPause&) = delete;
+    SignalPause& operator=(const SignalPause&) = delete;
+
+private:
+    sigset_t before_{};
+};
