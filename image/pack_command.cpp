@@ -51,7 +51,7 @@ bool parse_hwids(const std::vector<std::string>& texts, std::vector<uint16_t>& h
         }
         if (!is_known_hwid(hwid)) {
             print_message("warning: hardware id " + text +
-                          " is unknown: sv_updater updates only boards with 1, 2 or 3");
+                          " is unknown: sv_updater updates no board that reports it");
         }
         hwids.push_back(hwid);
     }
