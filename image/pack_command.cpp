@@ -50,8 +50,7 @@ bool parse_hwids(const std::vector<std::string>& texts, std::vector<uint16_t>& h
             return false;
         }
         if (!is_known_hwid(hwid)) {
-            print_message("warning: hardware id " + text +
-                          " is unknown: sv_updater updates no board that reports it");
+            print_message("warning: hardware id " + text + " is unknown: sv_updater updates no board that reports it");
         }
         hwids.push_back(hwid);
     }
