@@ -11,8 +11,8 @@
 namespace {
 
 constexpr size_t kSmallest = 0x20000;
-constexpr size_t kBlockSize = 0x180000;
-constexpr size_t kBlocks = 24;
+constexpr size_t kBlockSize = 0x100000;
+constexpr size_t kBlocks = 40;
 
 alignas(4096) char blocks[kBlocks * kBlockSize];
 bool taken[kBlocks];
