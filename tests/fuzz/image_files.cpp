@@ -106,14 +106,15 @@ const RegionContent* region_of(const AnyFile& file, int region) {
 }
 
 /// Whether the programmable pages are the same; missing bytes are 0xFF.
-bool same_pages(const RegionContent& a, const RegionContent& b) {
-    const RegionContent& shorter = a.size() < b.size() ? a : b;
-    const RegionContent& longer = a.size() < b.size() ? b : a;
-    const size_t size = std::min(shorter.size(), kProgrammed);
-    return (size == 0 || std::memcmp(a.data(), b.data(), size) == 0) &&
-           std::all_of(longer.begin() + static_cast<long>(size),
-                       longer.begin() + static_cast<long>(std::min(longer.size(), kProgrammed)),
-                       [](uint8_t byte) { return byte == 0xFF; });
+bool same_pages(std::span<const uint8_t> a, std::span<const uint8_t> b) {
+    static const std::string erased(kProgrammed, '\xFF');
+    const auto same = [](const auto& x, const auto& y, size_t begin, size_t end) {
+        return begin >= end || std::memcmp(x.data() + begin, y.data() + begin, end - begin) == 0;
+    };
+    const size_t size_a = std::min(a.size(), kProgrammed);
+    const size_t size_b = std::min(b.size(), kProgrammed);
+    const size_t both = std::min(size_a, size_b);
+    return same(a, b, 0, both) && same(a, erased, both, size_a) && same(b, erased, both, size_b);
 }
 
 /// What holds for every subcommand that failed.
@@ -253,9 +254,8 @@ void pack(Input input) {
     const RegionContents made = programmed_regions(run.out);
     for (int region = 0; region < 2; ++region) {
         const AnyFile& own = files[options.region_files[region].empty() ? 2 : region];
-        const std::string& raw = kernel().files[names[region]];
         const RegionContent* known = region_of(own, region);
-        const RegionContent content = known != nullptr ? *known : RegionContent(raw.begin(), raw.end());
+        const std::span<const uint8_t> content = known != nullptr ? *known : bytes_of(kernel().files[names[region]]);
         const RegionContent& packed = *made[static_cast<size_t>(region)];
         check((known == nullptr && own.format != Format::kRaw) || same_pages(packed, content),
               "a region is what the file has for it");
@@ -310,7 +310,6 @@ void extract(Input input) {
     check(run.status == 0 || content == nullptr, "a region that the file has can be taken out");
     if (run.status == 0) {
         check(run.out.size() == kRegion, "a region has its size");
-        check(content == nullptr || same_pages(*content, RegionContent(run.out.begin(), run.out.end())),
-              "the region is the file's");
+        check(content == nullptr || same_pages(*content, bytes_of(run.out)), "the region is the file's");
     }
 }
