@@ -10,14 +10,9 @@
 
 namespace {
 
-bool holds_anything(const uint8_t* begin, const uint8_t* end) {
-    return std::any_of(begin, end, [](uint8_t byte) { return byte != kErasedByte; });
-}
-
 void put_page_map(uint8_t* page_map, const uint8_t* image, bool mark_all) {
     for (uint32_t page = 0; page < kMemoryPages; ++page) {
-        const uint8_t* content = image + page * kPageSize;
-        page_map[page] = is_programmed_page(page) && (mark_all || holds_anything(content, content + kPageSize));
+        page_map[page] = is_programmed_page(page) && (mark_all || !is_erased({image + page * kPageSize, kPageSize}));
     }
 }
 

@@ -12,6 +12,9 @@ namespace {
 constexpr uint32_t kRegionSegments = kRegionPages * kPageSegments;
 
 void warn_of_unread(const FlashCopy& copy, int region) {
+    if (copy.format != Format::kReadBack) {
+        return;
+    }
     size_t segments = 0;
     std::vector<uint16_t> pages;
     const uint32_t first = static_cast<uint32_t>(region) * kRegionSegments;

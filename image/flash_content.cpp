@@ -2,8 +2,15 @@
 #include "image/flash_content.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "util/crc.h"
+
+bool is_erased(std::span<const uint8_t> bytes) {
+    // The first one, and each like the one before it.
+    return bytes.empty() ||
+           (bytes[0] == kErasedByte && std::memcmp(bytes.data(), bytes.data() + 1, bytes.size() - 1) == 0);
+}
 
 std::vector<uint8_t> programmed_flash(const uint8_t* image, const uint8_t* page_map) {
     std::vector<uint8_t> flash(kMemorySize, kErasedByte);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "mcu/flash_geometry.h"
@@ -14,6 +15,9 @@ inline constexpr uint8_t kErasedByte = 0xFF;
 constexpr bool is_programmed_page(uint32_t page) {
     return page < kRegions * uint32_t{kRegionPages} && page % kRegionPages < kProgrammedPages;
 }
+
+/// Whether all bytes, if there are any, are 0xFF.
+bool is_erased(std::span<const uint8_t> bytes);
 
 /// The whole flash, 0x42000 bytes, after both regions have been erased and programmed: marked pages from the file, 0xFF
 /// elsewhere. REQUIRES: an image of 0x42000 bytes and a map of 528.

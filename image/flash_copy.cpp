@@ -60,8 +60,7 @@ void put_regions(const RegionContents& regions, FlashCopy& copy) {
         for (size_t page = 0; page < kProgrammedPages; ++page) {
             copy.pages.set(region * kRegionPages + page);
         }
-        const bool is_full =
-            std::any_of(begin + kChecksumSize, begin + kRegionSize, [](uint8_t byte) { return byte != kErasedByte; });
+        const bool is_full = !is_erased({begin + kChecksumSize, begin + kRegionSize});
         copy.pages.set(region * kRegionPages + kProgrammedPages, is_full);
     }
 }

@@ -17,6 +17,7 @@
 namespace {
 
 constexpr size_t kBlock = 0x10000;
+constexpr size_t kUsualSize = 0x48000;  // above an update file and a read-back
 
 bool is_standard(const std::string& path) {
     return path == "-";
@@ -59,10 +60,10 @@ bool write_standard_output(const std::vector<uint8_t>& bytes, std::string& error
 }
 
 bool read_stream(std::FILE* file, size_t limit, std::vector<uint8_t>& bytes) {
-    for (size_t size = 0, count = 1; count > 0 && size <= limit; size += count) {
-        bytes.resize(std::min(size + kBlock, limit + 1));
-        count = std::fread(bytes.data() + size, 1, bytes.size() - size, file);
-        bytes.resize(size + count);
+    uint8_t block[kBlock];
+    for (size_t count = 1; count > 0 && bytes.size() <= limit;) {
+        count = std::fread(block, 1, std::min(kBlock, limit + 1 - bytes.size()), file);
+        bytes.insert(bytes.end(), block, block + count);
     }
     return std::ferror(file) == 0;
 }
@@ -83,6 +84,7 @@ bool read_bytes(const std::string& path, size_t limit, std::vector<uint8_t>& byt
         return system_error(path, error);
     }
     bytes.clear();
+    bytes.reserve(std::min(limit + 1, kUsualSize));
     const bool ok = read_stream(file, limit, bytes) || system_error(shown_path(path), error);
     if (file != stdin) {
         std::fclose(file);

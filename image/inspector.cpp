@@ -40,8 +40,7 @@ FileBody body_of(const FlashCopy& copy) {
         }
     }
     for (uint16_t page = 0; page < kMemoryPages; ++page) {
-        const auto begin = copy.memory.begin() + page * ptrdiff_t{kPageSize};
-        if (std::any_of(begin, begin + kPageSize, [](uint8_t byte) { return byte != kErasedByte; })) {
+        if (!is_erased({copy.memory.data() + page * size_t{kPageSize}, kPageSize})) {
             body.marked_pages.push_back(page);
         }
     }

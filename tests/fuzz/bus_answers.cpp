@@ -11,7 +11,7 @@
 
 #include "mcu/i2c_bus.h"
 #include "mcu/identity.h"
-#include "tests/fuzz/edited_file.h"
+#include "tests/fuzz/update_files.h"
 #include "update/flash_region.h"
 
 namespace {
@@ -217,7 +217,6 @@ void run_bus_answers(Input input, const ShowRun& show) {
     }
 }
 
-int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    run_bus_answers({{data, size}}, nullptr);
-    return 0;
+void bus_answers(Input input) {
+    run_bus_answers(input, nullptr);
 }

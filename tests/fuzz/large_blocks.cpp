@@ -3,6 +3,7 @@
 // unmaps each, and the page faults take longer than a run. What is not in use is poisoned, as there.
 #include <sanitizer/asan_interface.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
@@ -11,11 +12,11 @@
 namespace {
 
 constexpr size_t kSmallest = 0x20000;
-constexpr size_t kBlockSize = 0x180000;
-constexpr size_t kBlocks = 24;
+constexpr size_t kBlockSize = 0x100000;
+constexpr size_t kBlocks = 40;
 
 alignas(4096) char blocks[kBlocks * kBlockSize];
-bool taken[kBlocks];
+size_t sizes[kBlocks];  // of those in use, otherwise 0
 
 bool is_large_block(const void* memory) {
     const char* place = static_cast<const char*>(memory);
@@ -23,17 +24,22 @@ bool is_large_block(const void* memory) {
 }
 
 void* take_large_block(size_t size) {
-    for (size_t i = 0; i < kBlocks; ++i) {
-        if (!taken[i]) {
-            taken[i] = true;
-            char* block = blocks + i * kBlockSize;
-            __asan_unpoison_memory_region(block, size);
-            __asan_poison_memory_region(block + size, kBlockSize - size);
-            return block;
-        }
+    static const bool poisoned = (__asan_poison_memory_region(blocks, sizeof blocks), true);
+    size_t* free_size = std::find(sizes, sizes + kBlocks, size_t{0});
+    if (!poisoned || free_size == sizes + kBlocks) {
+        std::fputs("large blocks are not freed\n", stderr);
+        std::abort();
     }
-    std::fputs("large blocks are not freed\n", stderr);
-    std::abort();
+    *free_size = size;
+    char* block = blocks + static_cast<size_t>(free_size - sizes) * kBlockSize;
+    __asan_unpoison_memory_region(block, size);
+    return block;
+}
+
+void free_large_block(void* memory) {
+    size_t& size = sizes[static_cast<size_t>(static_cast<char*>(memory) - blocks) / kBlockSize];
+    __asan_poison_memory_region(memory, size);
+    size = 0;
 }
 
 }  // namespace
@@ -48,12 +54,7 @@ void* __wrap_malloc(size_t size) {
 }
 
 void __wrap_free(void* memory) {
-    if (!is_large_block(memory)) {
-        __real_free(memory);
-        return;
-    }
-    taken[static_cast<size_t>(static_cast<char*>(memory) - blocks) / kBlockSize] = false;
-    __asan_poison_memory_region(memory, kBlockSize);
+    (is_large_block(memory) ? free_large_block : __real_free)(memory);
 }
 
 }  // extern "C"

@@ -11,7 +11,7 @@
 #undef sha256_hex
 #undef read_memory
 
-#include "tests/fuzz/edited_file.h"
+#include "tests/fuzz/update_files.h"
 #include "tests/support/update_file_bytes.h"
 
 uint16_t crc16_buffer(uint16_t init, const uint8_t* data, size_t count);

@@ -11,27 +11,6 @@
 #include <span>
 #include <string_view>
 
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
-
-/// Aborts the program unless the property holds. Writes to the descriptor, since the C library's streams may be
-/// captured.
-inline void check(bool holds, const char* property) {
-    if (!holds) {
-        dprintf(STDERR_FILENO, "property broken: %s\n", property);
-        std::abort();
-    }
-}
-
-/// Printable ASCII, line ends, and the backspaces of the progress line.
-inline bool is_text(std::string_view text) {
-    return std::all_of(text.begin(), text.end(),
-                       [](char c) { return (c >= ' ' && c <= '~') || c == '\n' || c == '\b'; });
-}
-
-inline bool contains(std::string_view text, std::string_view part) {
-    return text.find(part) != std::string_view::npos;
-}
-
 /// Takes the input apart, from the front.
 struct Input {
     std::span<const uint8_t> rest;
@@ -53,17 +32,52 @@ struct Input {
     }
 
     /// The next bytes, or as many as are left.
-    std::string_view text(size_t count) {
-        const auto part = rest.first(std::min(count, rest.size()));
-        rest = rest.subspan(part.size());
-        return {reinterpret_cast<const char*>(part.data()), part.size()};
+    Input part(size_t count) {
+        const Input first{rest.first(std::min(count, rest.size()))};
+        rest = rest.subspan(first.rest.size());
+        return first;
+    }
+
+    std::string_view text() const {
+        return {reinterpret_cast<const char*>(rest.data()), rest.size()};
     }
 
     /// Up to the separator, which is removed as well, or to the end.
     std::string_view until(char separator) {
-        const std::string_view all(reinterpret_cast<const char*>(rest.data()), rest.size());
-        const std::string_view part = all.substr(0, all.find(separator));
-        rest = rest.subspan(std::min(part.size() + 1, rest.size()));
-        return part;
+        const std::string_view first = part(std::min(text().find(separator), rest.size())).text();
+        part(1);
+        return first;
     }
 };
+
+// The targets: each aborts the program when a property is broken.
+void bus_answers(Input input);
+void command_words(Input input);
+void update_file(Input input);
+void image_info(Input input);
+void prefix(Input input);
+void hex(Input input);
+void srec(Input input);
+void elf(Input input);
+void pack(Input input);
+void diff(Input input);
+void extract(Input input);
+
+/// Aborts the program unless the property holds. Writes to the descriptor, since the C library's streams may be
+/// captured.
+inline void check(bool holds, const char* property) {
+    if (!holds) {
+        dprintf(STDERR_FILENO, "property broken: %s\n", property);
+        std::abort();
+    }
+}
+
+/// Printable ASCII, line ends, and the backspaces of the progress line.
+inline bool is_text(std::string_view text) {
+    return std::all_of(text.begin(), text.end(),
+                       [](char c) { return (c >= ' ' && c <= '~') || c == '\n' || c == '\b'; });
+}
+
+inline bool contains(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
+}

@@ -19,19 +19,27 @@ inline constexpr int kReadPages = 2;
 /// CRC-16/MODBUS of what counts.
 uint16_t sampled_crc16(std::span<const uint8_t> bytes);
 
+/// The parts of an update file, by their distance from its end.
+inline constexpr size_t kInfoSize = 24;
+inline constexpr size_t kFreeSize = 6;
+inline constexpr size_t kPages = 528;
+inline constexpr size_t kImageSize = 0x42000;
+inline constexpr size_t kSizeAfterMagic = kImageSize + kPages + kFreeSize + kInfoSize;
+
 /// An update file that loads: pages 0, 3, 256 and 259 are marked.
 const std::string& good_file();
 
-/// The good file after the edits in the input; afterwards its checksum is made right again. An edit takes five bytes:
-/// its kind (modulo 8), a byte b, and a number n of three bytes, little-endian.
+/// Replaces `file` by the good file after the edits in the input; afterwards its checksum is made right again. An edit
+/// takes five bytes: its kind (modulo 8), a byte b, and a number n of three bytes, little-endian.
 ///   0  byte n of the file becomes b       1  byte b of the info structure and the next one become n
 ///   2  n bytes are cut off, b odd: at the end, even: before the info structure
-///   3  n % 8192 bytes b are added at the end; for n above 0x800000 n % 2048 at the front; for 0xFFFFFF a MiB at the
-///   end 4  a second magic at the front        5  page n is marked with b           6  the checksum becomes wrong by b
+///   3  n % 2048 bytes b are added, for n above 0x800000 at the front, otherwise at the end
+///   4  a second magic at the front        5  page n is marked with b           6  the checksum becomes wrong by b
 ///   7  the next b bytes of the input are added at the front
+/// An input that begins with "r" is the file as it is, without the "r".
 void put_edited_file(std::string& file, Input input);
 
-inline std::span<const uint8_t> bytes_of(const std::string& file) {
+inline std::span<const uint8_t> bytes_of(std::string_view file) {
     return {reinterpret_cast<const uint8_t*>(file.data()), file.size()};
 }
 

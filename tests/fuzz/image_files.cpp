@@ -1,0 +1,315 @@
+// SPDX-License-Identifier: MIT
+// The loader and the commands of sv_image, on files in memory.
+#include <cstring>
+
+#include "image/commands.h"
+#include "image/prefix.h"
+#include "tests/fuzz/firmware_files.h"
+#include "tests/fuzz/update_files.h"
+#include "tests/support/tool_run.h"
+#include "update/file_notes.h"
+#include "update/update_file.h"
+
+namespace {
+
+constexpr size_t kRegion = 0x20000;
+constexpr size_t kProgrammed = 0x1FE00;  // without the last page
+
+FakeKernel& kernel() {
+    static sim::Board board;
+    static FakeKernel made(board);
+    return made;
+}
+
+/// REQUIRES: the loader has accepted the file.
+void check_loaded(const McuDevice& device, std::span<const uint8_t> file) {
+    check(file.size() >= kSizeAfterMagic + 8, "a file that loads is complete");
+    const auto body = file.last(kSizeAfterMagic);
+    const std::string_view head(reinterpret_cast<const char*>(file.data()), file.size() - kSizeAfterMagic);
+    check(head.size() <= 1024 && head.ends_with("SVxMega\n"), "the magic is right before the image");
+    check(sampled_crc16(body) == 0, "the checksum is right");  // over a message and its own CRC it is 0
+    check(std::memcmp(body.data(), device.file_image.get(), kImageSize) == 0, "the image is the file's");
+    check(std::memcmp(&body[kImageSize], device.file_page_map.get(), kPages) == 0, "the page map is the file's");
+    const auto info = body.last(kInfoSize);
+    check(info[2] == info[4] && info[3] == info[5] && device.file_swid == (info[2] | info[3] << 8), "one software id");
+    check(device.file_region_size == kRegion && device.file_page_size == 0x200 && device.file_memory_size == kImageSize,
+          "the one geometry");
+}
+
+/// A file of any format, and what it has for the flash, as far as this is known.
+struct AnyFile {
+    Format format = Format::kRaw;
+    bool unread = false;  ///< parts may look as if they had not been read
+    std::optional<RegionContents> regions;
+};
+
+/// What the flash holds after an update with this file. REQUIRES: it loads.
+RegionContents programmed_regions(std::string_view file) {
+    const std::string_view body = file.substr(file.size() - kSizeAfterMagic);
+    RegionContents regions;
+    for (size_t region = 0; region < 2; ++region) {
+        regions[region].emplace(kRegion, uint8_t{0xFF});
+        for (size_t page = 0; page < 255; ++page) {
+            const size_t number = region * 256 + page;
+            if (body[kImageSize + number] != 0) {
+                std::memcpy(&(*regions[region])[page * 0x200], &body[number * 0x200], 0x200);
+            }
+        }
+    }
+    return regions;
+}
+
+/// The image of the good file after edits of four bytes: an offset and a byte, which fills a segment if it is 0x55.
+void put_read_back(std::string& file, Input input, AnyFile& any) {
+    file.assign(good_file(), good_file().size() - kSizeAfterMagic, kImageSize);
+    while (!input.rest.empty()) {
+        const size_t offset = input.number(3) % kImageSize;
+        const uint8_t byte = input.byte();
+        any.unread = any.unread || byte == 0x55;
+        std::fill_n(file.begin() + static_cast<long>(byte == 0x55 ? offset & ~31U : offset), byte == 0x55 ? 32 : 1,
+                    static_cast<char>(byte));
+    }
+    const auto bytes = bytes_of(file);
+    any.regions = RegionContents{RegionContent(bytes.begin(), bytes.begin() + kRegion),
+                                 RegionContent(bytes.begin() + kRegion, bytes.begin() + 2 * kRegion)};
+}
+
+/// Makes a file of the kernel from the next bytes of the input: its format, the size of the rest, the rest.
+AnyFile put_file(const char* name, Input& input) {
+    AnyFile any;
+    any.format = static_cast<Format>(input.byte() % 6);
+    Input part = input.part(size_t{input.byte()} * 4);
+    std::string& file = kernel().files[name];
+    McuDevice device(nullptr);
+    switch (any.format) {
+        case Format::kUpdateFile:
+            put_edited_file(file, part);
+            if (parse_update_bytes(device, bytes_of(file))) {
+                any.regions = programmed_regions(file);
+            }
+            break;
+        case Format::kReadBack: put_read_back(file, part, any); break;
+        case Format::kRaw: file = part.text(); break;
+        default: {
+            const DescribedFile described = describe_file(any.format, part);
+            file = described.text;
+            any.regions = described.regions;
+        }
+    }
+    any.format = detect_format(bytes_of(file));
+    return any;
+}
+
+const RegionContent* region_of(const AnyFile& file, int region) {
+    return file.regions && (*file.regions)[static_cast<size_t>(region)] ? &*(*file.regions)[static_cast<size_t>(region)]
+                                                                        : nullptr;
+}
+
+/// Whether the programmable pages are the same; missing bytes are 0xFF.
+bool same_pages(std::span<const uint8_t> a, std::span<const uint8_t> b) {
+    static const std::string erased(kProgrammed, '\xFF');
+    const auto same = [](const auto& x, const auto& y, size_t begin, size_t end) {
+        return begin >= end || std::memcmp(x.data() + begin, y.data() + begin, end - begin) == 0;
+    };
+    const size_t size_a = std::min(a.size(), kProgrammed);
+    const size_t size_b = std::min(b.size(), kProgrammed);
+    const size_t both = std::min(size_a, size_b);
+    return same(a, b, 0, both) && same(a, erased, both, size_a) && same(b, erased, both, size_b);
+}
+
+/// What holds for every subcommand that failed.
+void check_failure(const ToolRun& run, const std::string& error) {
+    check((run.status != 0) == !error.empty(), "a failure, and nothing else, has a reason");
+    check(error.empty() || run.out.empty(), "a failure leaves no output");
+    check(is_text(run.err), "warnings are text");
+}
+
+}  // namespace
+
+void update_file(Input input) {
+    std::string& file = kernel().files["file"];
+    put_edited_file(file, input);
+    McuDevice device(nullptr);
+    device.last_error = "before";
+    const bool loads = load_update_file(device, "file");
+    check(loads || !input.rest.empty(), "the unchanged file loads");
+    check(loads == (device.last_error == "before"), "a failure has a reason");
+    if (loads) {
+        check_loaded(device, bytes_of(file));
+    }
+}
+
+void image_info(Input input) {
+    std::string& file = kernel().files["file"];
+    put_edited_file(file, input);
+    const Format format = detect_format(bytes_of(file));
+    McuDevice device(nullptr);
+    load_update_file(device, "file");  // Result ignored: the reason says it
+    const std::string refusal = device.last_error.c_str();
+
+    const bool is_json = input.rest.size() % 2 != 0;
+    const InfoForm form = is_json ? InfoForm::kJson : InfoForm::kText;
+    std::string error;
+    const ToolRun run = capture([&] { return run_info("file", "", form, error) ? 0 : 1; });
+    const bool may_fail = format == Format::kElf || format == Format::kIntelHex || format == Format::kSRecord;
+    check_failure(run, error);
+    check(run.status == 0 || may_fail, "every file but bad firmware gets a report");
+    if (run.status != 0) {
+        return;
+    }
+    check(run.err.empty() && is_text(run.out), "the report is text on standard output");
+    if (is_json) {
+        const std::string loads = refusal.empty() ? "true,\"error\":null" : "false,\"error\":\"" + refusal + '"';
+        check(run.out.starts_with("{\"file\":\"file\"") && contains(run.out, "\"loads\":" + loads + ','),
+              "the object has the loader's verdict");
+        check(run.out.find('\n') == run.out.size() - 1 && run.out.ends_with("}\n"), "the object is one line");
+        return;
+    }
+    const std::string verdict = refusal.empty() ? "yes" : "no (" + refusal + ")";
+    check(run.out.ends_with("\nloads:                    " + verdict + "\n"), "the verdict is the loader's");
+    const std::string size = std::to_string(file.size());
+    check(contains(run.out, "\nsize:                     " + size + " bytes\n"), "the size is the file's");
+    const bool sound = contains(run.out, "bytes (ok)\n") && contains(run.out, " computed, ok\n");
+    check(sound || !refusal.empty(), "a file that loads is sound");
+}
+
+void prefix(Input input) {
+    PrefixParts parts;
+    const uint8_t has = input.byte();
+    for (int n = has % 4; n > 0; --n) {
+        parts.notes.emplace_back(input.until('\n'));
+    }
+    for (int n = has / 4 % 4; n > 0; --n) {
+        parts.hwids.push_back(static_cast<uint16_t>(input.number(2)));
+    }
+    if ((has & 16) != 0) {
+        parts.version = input.until('\n');
+    }
+    if ((has & 32) != 0) {
+        parts.build = input.until('\n');
+    }
+    const std::string sha256((has & 64) != 0 ? 64 : 0, 'a');
+    parts.bytes = input.text();
+
+    std::string made;
+    const std::string error = make_prefix(parts, sha256, made);
+    check(is_text(error), "a reason is text");
+    const std::vector<std::string> lines = prefix_lines(made);
+    std::string joined;
+    for (const std::string& line : lines) {
+        joined += line + '\n';
+    }
+    check(joined == made || joined == made + '\n', "the lines are the prefix");
+    if (!error.empty()) {
+        return;
+    }
+    check(find_magic(bytes_of(made + "SVxMega\n")) == made.size(), "the magic is found where the prefix ends");
+    check(made.starts_with(parts.bytes), "the free bytes come first");
+    check(named_value(made, "version") == parts.version && named_value(made, "build") == parts.build,
+          "version and build are found again");
+    check(named_value(made, "sha256").value_or("") == sha256, "the SHA-256 is found again");
+    for (const std::string& note : parts.notes) {
+        check(std::find(lines.begin(), lines.end(), note) != lines.end(), "a note is a line");
+    }
+    std::vector<std::string> hwids;
+    for (const uint16_t hwid : parts.hwids) {
+        char text[8];
+        std::snprintf(text, sizeof text, "%04x", hwid);
+        hwids.emplace_back(text);
+    }
+    check(named_hwids(made) == hwids, "the hardware ids are found again");
+}
+
+void pack(Input input) {
+    const char* const names[] = {"region0", "region1", "both"};
+    const char* const ids[] = {"0x0123", "291", "0x123", "0123", "0", "65536", "-1", "0x"};
+    PackOptions options;
+    const uint8_t has = input.byte();
+    options.swid = ids[input.byte() % 16 < 8 ? 0 : input.byte() % 8];
+    options.output = "-";
+    options.mark_all = (has & 8) != 0;
+    options.replace = (has & 16) != 0 ? Replace::kYes : Replace::kNo;
+    options.name_sha256 = (has & 32) == 0;
+    if ((has & 64) != 0) {
+        options.version = input.until('\n');
+    }
+    AnyFile files[3];
+    for (size_t i = 0; i < 3; ++i) {
+        if ((has >> i & 1) != 0) {
+            files[i] = put_file(names[i], input);
+            (i < 2 ? options.region_files[i] : options.files.emplace_back()) = names[i];
+        }
+    }
+    std::string error;
+    const ToolRun run = capture([&] { return run_pack(options, error) ? 0 : 1; });
+    check_failure(run, error);
+    if (run.status != 0) {
+        return;
+    }
+    McuDevice device(nullptr);
+    check(parse_update_bytes(device, bytes_of(run.out)), "what pack writes loads");
+    check_loaded(device, bytes_of(run.out));
+    check(device.file_swid == 0x123, "the software id is the given one");
+    check(!options.version || named_value(run.out.substr(0, 1024), "version") == options.version, "and the version");
+    const RegionContents made = programmed_regions(run.out);
+    for (int region = 0; region < 2; ++region) {
+        const AnyFile& own = files[options.region_files[region].empty() ? 2 : region];
+        const RegionContent* known = region_of(own, region);
+        const std::span<const uint8_t> content = known != nullptr ? *known : bytes_of(kernel().files[names[region]]);
+        const RegionContent& packed = *made[static_cast<size_t>(region)];
+        check((known == nullptr && own.format != Format::kRaw) || same_pages(packed, content),
+              "a region is what the file has for it");
+        check(options.replace == Replace::kYes || (packed[1] & 0xFE) == 0x94 || (packed[1] & 0xF0) == 0xC0,
+              "a region begins with a jump");
+    }
+    check(options.replace == Replace::kYes || !same_pages(*made[0], *made[1]), "the regions are not alike");
+}
+
+void diff(Input input) {
+    const uint8_t choice = input.byte() % 4;
+    const std::optional<int> wanted = choice < 2 ? std::optional<int>(choice) : std::nullopt;
+    const AnyFile a = put_file("a", input);
+    const AnyFile b = put_file("b", input);
+    std::string error;
+    DiffResult result = DiffResult::kTrouble;
+    const ToolRun run = capture([&] {
+        result = run_diff("a", "b", wanted, error);
+        return result == DiffResult::kTrouble ? 1 : 0;
+    });
+    check_failure(run, error);
+    check(is_text(run.out), "the report is text");
+    if (run.status != 0) {
+        return;
+    }
+    bool all_same = true;
+    for (int region = 0; region < 2; ++region) {
+        const std::string start = "region " + std::to_string(region);
+        const bool compared = !contains(run.out, start + " not compared\n");
+        const bool same = contains(run.out, start + " differing pages: none\n");
+        all_same = all_same && (same || !compared);
+        const RegionContent* of_a = region_of(a, region);
+        const RegionContent* of_b = region_of(b, region);
+        if (compared && of_a != nullptr && of_b != nullptr && !a.unread && !b.unread) {
+            check(same == same_pages(*of_a, *of_b), "differing pages are found");
+        }
+        check(!compared || !wanted || *wanted == region, "only the wanted region is compared");
+    }
+    check(all_same || result == DiffResult::kDifferent, "what differs is not the same");
+}
+
+void extract(Input input) {
+    ExtractOptions options;
+    options.region = input.byte() % 2;
+    options.file = "file";
+    options.output = "-";
+    const AnyFile file = put_file("file", input);
+    std::string error;
+    const ToolRun run = capture([&] { return run_extract(options, error) ? 0 : 1; });
+    check_failure(run, error);
+    const RegionContent* content = region_of(file, options.region);
+    check(run.status == 0 || content == nullptr, "a region that the file has can be taken out");
+    if (run.status == 0) {
+        check(run.out.size() == kRegion, "a region has its size");
+        check(content == nullptr || same_pages(*content, bytes_of(run.out)), "the region is the file's");
+    }
+}
