@@ -96,8 +96,12 @@ void put_edited_file(std::string& file, Input input) {
         error = kind == 6 ? byte : error;
         edited.apply(kind, byte, number, input);
     }
-    file = edited.head;
-    file += edited.body;
+    if (edited.head.empty()) {
+        file.swap(edited.body);
+    } else {
+        file = edited.head;
+        file += edited.body;
+    }
     put_checksum(file, error);
 }
 
