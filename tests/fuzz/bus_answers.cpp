@@ -8,6 +8,7 @@
 #include <array>
 #include <cstring>
 #include <map>
+#include <set>
 
 #include "mcu/i2c_bus.h"
 #include "mcu/identity.h"
@@ -31,37 +32,16 @@ const std::map<int, std::array<size_t, 3>> kFrames = {
     {0x00, {0xA6, 1, 0}},    {0x01, {0xA6, 1, 0}},     {0x05, {0xA6, 1, 0}},     {0x40, {0x80, 39, 0x42}},
     {0x41, {0xA0, 7, 0x42}}, {0x43, {0xA5, 2, 0x42}},  {0x45, {0x80, 39, 0x42}}, {0x46, {0xA5, 2, 0x42}},
     {0x47, {0xA5, 2, 0x42}}, {0x48, {0x80, 39, 0x42}}, {0x81, {0xA0, 7, 0xDA}}};
-/// Address and first register, and how many bytes may be read or written there at once: one bit for each number.
-using Places = std::map<int, uint64_t>;
-
-constexpr uint64_t sizes(std::initializer_list<int> counts) {
-    uint64_t bits = 0;
-    for (const int count : counts) {
-        bits |= uint64_t{1} << count;
-    }
-    return bits;
-}
-
-const Places kReads = {{0x0800, sizes({20})},
-                       {0x080C, sizes({1, 2})},
-                       {0x080E, sizes({1})},
-                       {0x080F, sizes({1})},
-                       {0x0860, sizes({5, 8, 18, 20, 32})},
-                       {0x0880, sizes({10, 32})},
-                       {0x08A6, sizes({1})},
-                       {0x091B, sizes({2})},
-                       {0x0925, sizes({2})},
-                       {0x0926, sizes({2})},
-                       {0x0928, sizes({2})},
-                       {0x0929, sizes({2})},
-                       {0x1000, sizes({1})},
-                       {0x5000, sizes({1})}};
-const Places kWrites = {{0x080A, sizes({1})}, {0x080C, sizes({2})}, {0x080E, sizes({1})},
-                        {0x080F, sizes({1})}, {0x0860, sizes({1})}, {0x08A5, sizes({1})}};
+/// Address and first register, and how many bytes may be read or written there at once.
+using Places = std::map<int, std::set<size_t>>;
+const Places kReads = {{0x0800, {20}},     {0x080C, {1, 2}}, {0x080E, {1}}, {0x080F, {1}}, {0x0860, {5, 8, 18, 20, 32}},
+                       {0x0880, {10, 32}}, {0x08A6, {1}},    {0x091B, {2}}, {0x0925, {2}}, {0x0926, {2}},
+                       {0x0928, {2}},      {0x0929, {2}},    {0x1000, {1}}, {0x5000, {1}}};
+const Places kWrites = {{0x080A, {1}}, {0x080C, {2}}, {0x080E, {1}}, {0x080F, {1}}, {0x0860, {1}}, {0x08A5, {1}}};
 
 bool allows(const Places& places, int address, int reg, size_t count) {
     const auto place = places.find(address << 8 | reg);
-    return place != places.end() && count < 64 && (place->second >> count & 1) != 0;
+    return place != places.end() && place->second.count(count) == 1;
 }
 
 /// The other end of the bus. Aborts the program on a transfer that no device understands.
@@ -201,7 +181,7 @@ void run_bus_answers(Input input, const ShowRun& show) {
     const std::vector<std::string>& words = kLines[input.byte() % kLines.size()];
     Answers answers(input);
     FakeKernel kernel(board);
-    const LentFile lent(kernel);
+    kernel.files["good"].swap(lent_file());
     kernel.keep_wire = show != nullptr;
     kernel.on_bus = [&](std::span<const sim::Message> messages) { return answers.transfer(messages); };
 
@@ -215,6 +195,7 @@ void run_bus_answers(Input input, const ShowRun& show) {
     if (show != nullptr) {
         show(words, run, kernel);
     }
+    kernel.files["good"].swap(lent_file());
 }
 
 void bus_answers(Input input) {

@@ -27,7 +27,7 @@ void command_words(Input input) {
         board.reset(new sim::Board(fresh.clone()));  // takes time: only after runs that have reached it
     }
     FakeKernel kernel(*board);
-    const LentFile lent(kernel);
+    kernel.files["good"].swap(lent_file());
     kernel.keep_wire = false;
     uint64_t transfers = 0;
     kernel.on_bus = [&](std::span<const sim::Message> messages) {
@@ -54,4 +54,5 @@ void command_words(Input input) {
     check(kernel.slept_us <= words.size() * kMaxSleepUsPerWord, "waiting is bounded");
     const bool spoken = std::all_of(words.begin(), words.end(), is_text);
     check(!spoken || (is_text(run.out) && is_text(run.err)), "the output is text where the words are");
+    kernel.files["good"].swap(lent_file());
 }

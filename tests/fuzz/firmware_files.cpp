@@ -8,29 +8,26 @@
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-
 constexpr uint32_t kRegion = 0x20000;
-constexpr uint32_t kFlash = 2 * kRegion;
 
-Bytes take(Input& input, size_t count) {
-    const auto part = input.part(count).rest;
-    return {part.begin(), part.end()};
+uint32_t big_endian_of(const Bytes& bytes) {
+    return std::accumulate(bytes.begin(), bytes.end(), 0U, [](uint32_t sum, uint8_t byte) { return sum << 8 | byte; });
 }
 
-void add_piece(DescribedFile& file, uint32_t address, const Bytes& data) {
-    if (!data.empty()) {
-        file.pieces.push_back({address, data, 0});
+Bytes big_endian_bytes(uint32_t number, size_t size) {
+    Bytes bytes;
+    for (size_t i = size; i-- > 0;) {
+        bytes.push_back(static_cast<uint8_t>(number >> 8 * i));
     }
+    return bytes;
 }
 
-/// Byte by byte, as no reader does it.
+/// Byte by byte, as no reader does it. Nothing: bytes overlap or lie outside the regions.
 std::optional<RegionContents> placed(const std::vector<Piece>& pieces) {
-    std::map<uint32_t, uint8_t> flash;
+    std::map<uint64_t, uint8_t> flash;
     for (const Piece& piece : pieces) {
         for (size_t i = 0; i < piece.bytes.size(); ++i) {
-            const uint64_t address = uint64_t{piece.address} + i;
-            if (address >= kFlash || !flash.emplace(address, piece.bytes[i]).second) {
+            if (piece.address + i >= 2 * kRegion || !flash.emplace(piece.address + i, piece.bytes[i]).second) {
                 return std::nullopt;
             }
         }
@@ -45,203 +42,168 @@ std::optional<RegionContents> placed(const std::vector<Piece>& pieces) {
     return regions;
 }
 
-/// Writes a line: the start, the digits of the bytes, and the checksum. The input begins with how: modulo 8: 7: with a
-/// wrong checksum, 6: with a wrong length; bit 3: after an empty line; bit 4: in lower case; bit 5: with "\r\n".
-void put_line(DescribedFile& file, const std::string& start, Bytes bytes, bool is_hex, Input& input) {
-    const uint8_t how = input.byte();
-    const char* end = (how & 32) != 0 ? "\r\n" : "\n";
-    if ((how & 8) != 0) {
-        file.text += end;
-        ++file.lines;
-    }
-    ++file.lines;
-    const uint8_t wrong = how % 8 == 7 ? input.byte() : 0;
-    bytes[0] = static_cast<uint8_t>(bytes[0] + (how % 8 == 6 ? 1 : 0));
-    const uint8_t sum = static_cast<uint8_t>(std::accumulate(bytes.begin(), bytes.end(), 0U));
-    bytes.push_back(static_cast<uint8_t>((is_hex ? 0U - sum : ~sum & 0xFFU) ^ wrong));
-    if (file.ended || wrong != 0 || how % 8 == 6) {
-        file.damage();
-    }
-    file.text += start;
-    for (const uint8_t byte : bytes) {
-        const char* digits = (how & 16) != 0 ? "0123456789abcdef" : "0123456789ABCDEF";
-        file.text += {digits[byte >> 4], digits[byte & 15]};
-    }
-    file.text += end;
-}
+/// A file of lines, and what a reader has to know after each.
+struct Lines : DescribedFile {
+    uint32_t base = 0;   // of Intel HEX
+    uint32_t count = 0;  // of S-records
 
-void put_hex(DescribedFile& file, uint8_t type, uint32_t offset, const Bytes& data, Input& input) {
-    Bytes bytes = {static_cast<uint8_t>(data.size()), static_cast<uint8_t>(offset >> 8), static_cast<uint8_t>(offset),
-                   type};
-    bytes.insert(bytes.end(), data.begin(), data.end());
-    put_line(file, ":", bytes, true, input);
-}
-
-void put_srec(DescribedFile& file, int type, size_t address_size, uint32_t address, const Bytes& data, Input& input) {
-    Bytes bytes = {static_cast<uint8_t>(address_size + data.size() + 1)};
-    for (size_t i = address_size; i-- > 0;) {
-        bytes.push_back(static_cast<uint8_t>(address >> 8 * i));
-    }
-    bytes.insert(bytes.end(), data.begin(), data.end());
-    put_line(file, "S" + std::to_string(type), bytes, false, input);
-}
-
-Bytes two_bytes(uint32_t number) {
-    return {static_cast<uint8_t>(number >> 8), static_cast<uint8_t>(number)};
-}
-
-/// Records of Intel HEX: a kind (modulo 16), a number of two bytes, for data a size and the bytes; then how.
-void describe_hex(DescribedFile& file, Input& input, uint8_t flags) {
-    Input plain{};
-    uint32_t base = 0;
-    for (const uint32_t region : {0U, 1U}) {
-        if ((flags >> region & 2) != 0) {
-            const Bytes jump(kFirstJump[region], kFirstJump[region] + 4);
-            put_hex(file, 4, 0, two_bytes(region * 2), plain);
-            put_hex(file, 0, 0, jump, plain);
-            base = region << 17;
-            add_piece(file, base, jump);
+    /// Writes a line: the start, the digits of the bytes, and the checksum. Input: how; modulo 8: 7: with a wrong
+    /// checksum, 6: with a wrong length; bit 3: after an empty line; bit 4: in lower case; bit 5: with "\r\n".
+    void put_line(const std::string& start, Bytes bytes, bool is_hex, bool is_sound, Input& input) {
+        const uint8_t how = input.byte();
+        const uint8_t wrong = how % 8 == 7 ? input.byte() : 0;
+        bytes[0] = static_cast<uint8_t>(bytes[0] + (how % 8 == 6 ? 1 : 0));
+        const uint32_t sum = std::accumulate(bytes.begin(), bytes.end(), 0U);
+        bytes.push_back(static_cast<uint8_t>((is_hex ? 0U - sum : ~sum) ^ wrong));
+        const std::string end = (how & 32) != 0 ? "\r\n" : "\n";
+        text += ((how & 8) != 0 ? end : "") + start;
+        lines += (how & 8) != 0 ? 2 : 1;
+        for (const uint8_t byte : bytes) {
+            const char* digits = (how & 16) != 0 ? "0123456789abcdef" : "0123456789ABCDEF";
+            text += {digits[byte >> 4], digits[byte & 15]};
+        }
+        text += end;
+        if (ended || wrong != 0 || how % 8 == 6 || !is_sound) {
+            damage();
         }
     }
-    while (!input.rest.empty()) {
-        const uint8_t kind = input.byte() % 16;
-        const uint32_t number = input.number(2);
-        switch (kind) {
-            case 9: put_hex(file, 4, 0, two_bytes(number), input); break;
-            case 10: put_hex(file, 2, 0, two_bytes(number), input); break;
-            case 11: {
-                const Bytes start = take(input, 4);
-                put_hex(file, number % 2 != 0 ? 3 : 5, 0, start, input);
-                if (start.size() != 4) {
-                    file.damage();
-                }
-                break;
-            }
-            case 12: put_hex(file, 1, number, {}, input); break;
-            case 13: put_hex(file, static_cast<uint8_t>(number), 0, {}, input); break;
-            case 14: put_hex(file, 4, 0, two_bytes(number % 4), input); break;
-            default: {
-                const Bytes data = take(input, input.byte() % 40);
-                put_hex(file, 0, number, data, input);
-                add_piece(file, base + number, data);
-                if (number + data.size() > 0x10000) {
-                    file.damage();
-                }
-            }
-        }
-        base = kind == 9 ? number << 16 : kind == 10 ? number << 4 : kind == 14 ? number % 4 << 16 : base;
-        const bool right = kind == 13 && (number & 0xFF) < 2;  // data without bytes, or the end
-        if (kind == 13 && !right) {
-            file.damage();
-        }
-        file.ended = file.ended || kind == 12 || (right && (number & 0xFF) == 1);
-    }
-    if ((flags & 8) == 0 && !file.ended) {
-        put_hex(file, 1, 0, {}, plain);
-        file.ended = true;
-    }
-}
 
-/// S-records: a kind (modulo 16), an address of three bytes, a size and the bytes; then how.
-void describe_srec(DescribedFile& file, Input& input, uint8_t flags) {
-    Input plain{};
-    uint32_t count = 0;
-    for (const uint32_t region : {0U, 1U}) {
-        if ((flags >> region & 2) != 0) {
-            const Bytes jump(kFirstJump[region], kFirstJump[region] + 4);
-            put_srec(file, 2, 3, region * kRegion, jump, plain);
-            add_piece(file, region * kRegion, jump);
+    void put_hex(uint8_t type, uint32_t offset, const Bytes& data, Input& input) {
+        constexpr size_t kSizes[] = {0, 0, 2, 4, 2, 4};
+        const bool is_sound = type == 0 ? offset + data.size() <= 0x10000 : type < 6 && data.size() == kSizes[type];
+        Bytes bytes = {static_cast<uint8_t>(data.size()), static_cast<uint8_t>(offset >> 8),
+                       static_cast<uint8_t>(offset), type};
+        bytes.insert(bytes.end(), data.begin(), data.end());
+        put_line(":", bytes, true, is_sound, input);
+        if (type == 0) {
+            pieces.push_back({base + offset, data, 0});
+        }
+        base = type == 2 || type == 4 ? big_endian_of(data) << (type == 2 ? 4 : 16) : base;
+        ended = ended || type == 1;
+    }
+
+    void put_srec(uint8_t type, uint32_t address, const Bytes& data, Input& input) {
+        constexpr size_t kSizes[] = {2, 2, 3, 4, 3, 2, 3, 4, 3, 2};
+        Bytes bytes = big_endian_bytes(address, kSizes[type]);
+        address = big_endian_of(bytes);
+        bytes.insert(bytes.begin(), static_cast<uint8_t>(bytes.size() + data.size() + 1));
+        bytes.insert(bytes.end(), data.begin(), data.end());
+        const bool is_sound = type != 4 && ((type != 5 && type != 6) || address == count);
+        put_line("S" + std::to_string(type), bytes, false, is_sound, input);
+        if (type >= 1 && type <= 3) {
+            pieces.push_back({address, data, 0});
             ++count;
         }
+        ended = ended || type >= 7;
+    }
+};
+
+Bytes take(Input& input, size_t count) {
+    const auto part = input.part(count).rest;
+    return {part.begin(), part.end()};
+}
+
+Bytes first_jump(uint32_t region) {
+    return {kFirstJump[region], kFirstJump[region] + sizeof kFirstJump[region]};
+}
+
+/// Records: a type (modulo 16: from 6 on data, and 15 unknown), an offset of two bytes, for data a size, the bytes;
+/// how.
+DescribedFile describe_hex(Input input, uint8_t flags) {
+    Lines file;
+    Input plain{};
+    for (const uint32_t region : {0U, 1U}) {
+        if ((flags >> region & 2) != 0) {
+            file.put_hex(4, 0, {0, static_cast<uint8_t>(2 * region)}, plain);
+            file.put_hex(0, 0, first_jump(region), plain);
+        }
     }
     while (!input.rest.empty()) {
         const uint8_t kind = input.byte() % 16;
-        const uint32_t number = input.number(3);
-        const Bytes data = take(input, input.byte() % 40);
-        switch (kind) {
-            case 8: put_srec(file, 0, 2, number & 0xFFFF, data, input); break;
-            case 9: put_srec(file, 5, 2, count & 0xFFFF, {}, input); break;
-            case 10: put_srec(file, 6, 3, count, {}, input); break;
-            case 11:
-                put_srec(file, 5, 2, number & 0xFFFF, {}, input);
-                if ((number & 0xFFFF) != count) {
-                    file.damage();
-                }
-                break;
-            case 12: put_srec(file, 9, 2, number & 0xFFFF, {}, input); break;
-            case 13: put_srec(file, 7, 4, number, {}, input); break;
-            case 14:
-                put_srec(file, 4, 3, number, data, input);
-                file.damage();
-                break;
-            default: {
-                const int type = 1 + kind % 3;
-                const uint32_t address = type == 1 ? number & 0xFFFF : kind < 6 ? number & 0x3FFFF : number;
-                put_srec(file, type, static_cast<size_t>(type) + 1, address, data, input);
-                add_piece(file, address, data);
-                ++count;
-            }
-        }
-        file.ended = file.ended || kind == 12 || kind == 13;
+        const uint8_t type = kind == 15 ? input.byte() : kind < 6 ? kind : 0;
+        const uint32_t offset = input.number(2);
+        constexpr size_t kSizes[] = {0, 0, 2, 4, 2, 4};
+        const size_t size = type == 0 || kind == 15 ? input.byte() % 40 : kSizes[type];
+        file.put_hex(type, offset, take(input, size), input);
     }
     if ((flags & 8) == 0 && !file.ended) {
-        put_srec(file, 8, 3, 0, {}, plain);
-        file.ended = true;
+        file.put_hex(1, 0, {}, plain);
     }
+    return file;
 }
 
-void put_number(std::string& text, uint32_t number, int bytes) {
-    for (int i = 0; i < bytes; ++i) {
-        text += static_cast<char>(number >> 8 * i);
+/// Records: a type (modulo 16: from 10 on data in the regions), an address of four bytes, a size and the bytes; how.
+/// The address 0xFFFF stands for the right count.
+DescribedFile describe_srec(Input input, uint8_t flags) {
+    Lines file;
+    Input plain{};
+    for (const uint32_t region : {0U, 1U}) {
+        if ((flags >> region & 2) != 0) {
+            file.put_srec(2, region * kRegion, first_jump(region), plain);
+        }
     }
+    while (!input.rest.empty()) {
+        const uint8_t kind = input.byte() % 16;
+        const uint8_t type = kind < 10 ? kind : 2;
+        const uint32_t address = input.number(4);
+        const Bytes data = take(input, type < 5 ? input.byte() % 40 : 0);
+        file.put_srec(type,
+                      kind >= 10          ? address % (2 * kRegion)
+                      : address == 0xFFFF ? file.count
+                                          : address,
+                      data, input);
+    }
+    if ((flags & 8) == 0 && !file.ended) {
+        file.put_srec(8, 0, {}, plain);
+    }
+    return file;
 }
 
 /// A linked program for AVR. Segments: a number (modulo 6); each a kind (modulo 8; 7: not loaded, 6: for another
 /// memory), an address of three bytes, a size and the bytes. Then edits of the file: an offset of two bytes and a byte.
-void describe_elf(DescribedFile& file, Input& input, uint8_t flags) {
-    struct Segment {
-        uint32_t type;
-        uint32_t address;
-        Bytes data;
-    };
-    std::vector<Segment> segments;
+DescribedFile describe_elf(Input input, uint8_t flags) {
+    DescribedFile file;
+    std::vector<Piece> segments;  // place: the type
     for (const uint32_t region : {0U, 1U}) {
         if ((flags >> region & 2) != 0) {
-            segments.push_back({1, region * kRegion, Bytes(kFirstJump[region], kFirstJump[region] + 4)});
+            segments.push_back({region * kRegion, first_jump(region), 1});
         }
     }
     for (int n = input.byte() % 6; n > 0; --n) {
         const uint8_t kind = input.byte() % 8;
-        const uint32_t address = input.number(3);
-        const Bytes data = take(input, input.byte());
-        segments.push_back({kind == 7 ? 4U : 1U, kind == 6 ? 0x800000 + address % 0x60000 : address % 0x50000, data});
+        const uint32_t number = input.number(3);
+        const uint32_t address = kind == 6 ? 0x800000 + number % 0x60000 : number % 0x50000;
+        segments.push_back({address, take(input, input.byte()), kind == 7 ? 4U : 1U});
     }
-    file.text = std::string(
-        "\x7f"
-        "ELF\1\1\1\0\0\0\0\0\0\0\0\0\2\0\x53\0\1\0\0\0\0\0\0\0\x34\0\0\0",
-        32);
-    file.text += std::string("\0\0\0\0\0\0\0\0\x34\0\x20\0", 12);
-    put_number(file.text, static_cast<uint32_t>(segments.size()), 2);
-    file.text += std::string("\x28\0\0\0\0\0", 6);
-    uint32_t offset = static_cast<uint32_t>(file.text.size() + 32 * segments.size());
-    for (const Segment& segment : segments) {
-        const auto size = static_cast<uint32_t>(segment.data.size());
-        for (const uint32_t field : {segment.type, offset, segment.address, segment.address, size, size, 5U, 1U}) {
-            put_number(file.text, field, 4);
+    const auto put = [&file](uint32_t number, size_t size) {
+        const Bytes bytes = big_endian_bytes(number, size);
+        file.text.append(bytes.rbegin(), bytes.rend());
+    };
+    file.text = {0x7F, 'E', 'L', 'F', 1, 1, 1,  0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0x53, 0, 1,  0,
+                 0,    0,   0,   0,   0, 0, 52, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 52,   0, 32, 0};
+    put(static_cast<uint32_t>(segments.size()), 2);
+    file.text.append({40, 0, 0, 0, 0, 0});
+    auto offset = static_cast<uint32_t>(file.text.size() + 32 * segments.size());
+    for (const Piece& segment : segments) {
+        const auto size = static_cast<uint32_t>(segment.bytes.size());
+        for (const uint32_t field :
+             {static_cast<uint32_t>(segment.place), offset, segment.address, segment.address, size, size, 5U, 1U}) {
+            put(field, 4);
         }
         offset += size;
-        if (segment.type == 1 && segment.address < 0x800000) {
-            add_piece(file, segment.address, segment.data);
+        if (segment.place == 1 && segment.address < 0x800000 && size > 0) {
+            file.pieces.push_back(segment);
         }
     }
-    for (const Segment& segment : segments) {
-        file.text.append(segment.data.begin(), segment.data.end());
+    for (const Piece& segment : segments) {
+        file.text.append(segment.bytes.begin(), segment.bytes.end());
     }
+    file.known = input.rest.empty();
     while (!input.rest.empty()) {
         file.text[input.number(2) % file.text.size()] = static_cast<char>(input.byte());
-        file.known = false;
     }
     file.ended = !file.pieces.empty();  // a program without content for the flash is refused
+    return file;
 }
 
 void check_reader(Format format, Input input) {
@@ -256,7 +218,7 @@ void check_reader(Format format, Input input) {
     if (file.known) {
         check(ok == file.regions.has_value(), "what is sound is read, and nothing else");
         check(!ok || regions == *file.regions, "every byte is in its place");
-        check(!ok || detect_format(read.bytes) == format || file.lines == 0, "the format is seen");
+        check(!ok || detect_format(read.bytes) == format, "the format is seen");
         const std::string line = "f: line " + std::to_string(file.bad_line) + ": ";
         check(file.sound || format == Format::kElf || error.starts_with(line), "the bad line is named");
     }
@@ -272,9 +234,9 @@ DescribedFile describe_file(Format format, Input input) {
         file.known = false;
         return file;
     }
-    (format == Format::kElf        ? describe_elf
-     : format == Format::kIntelHex ? describe_hex
-                                   : describe_srec)(file, input, flags);
+    file = (format == Format::kElf        ? describe_elf
+            : format == Format::kIntelHex ? describe_hex
+                                          : describe_srec)(input, flags);
     if (!file.ended) {
         file.damage();
     }

@@ -8,6 +8,8 @@
 #include "image/input_file.h"
 #include "tests/fuzz/target.h"
 
+using Bytes = std::vector<uint8_t>;
+
 struct DescribedFile {
     std::string text;
     std::vector<Piece> pieces;  ///< what the file has for the flash

@@ -62,8 +62,6 @@ struct EditedFile {
     }
 };
 
-std::map<std::string, std::string>::node_type lent;
-
 }  // namespace
 
 const std::string& good_file() {
@@ -98,19 +96,16 @@ void put_edited_file(std::string& file, Input input) {
         error = kind == 6 ? byte : error;
         edited.apply(kind, byte, number, input);
     }
-    file = edited.head;
-    file += edited.body;
+    if (edited.head.empty()) {
+        file.swap(edited.body);
+    } else {
+        file = edited.head;
+        file += edited.body;
+    }
     put_checksum(file, error);
 }
 
-LentFile::LentFile(FakeKernel& kernel) : kernel_(kernel) {
-    if (lent.empty()) {
-        kernel_.files["good"] = good_file();
-    } else {
-        kernel_.files.insert(std::move(lent));
-    }
-}
-
-LentFile::~LentFile() {
-    lent = kernel_.files.extract("good");
+std::string& lent_file() {
+    static std::string file = good_file();
+    return file;
 }

@@ -6,7 +6,6 @@
 #include <string>
 
 #include "tests/fuzz/target.h"
-#include "tests/support/fake_kernel.h"
 
 /// What the checksums of tests/fuzz/shortcuts.cpp count: of each whole block of a buffer the first bytes, and the rest
 /// after the last whole block; of a file for SHA-256 the last bytes.
@@ -43,14 +42,5 @@ inline std::span<const uint8_t> bytes_of(std::string_view file) {
     return {reinterpret_cast<const uint8_t*>(file.data()), file.size()};
 }
 
-/// The good file as the file "good" of a kernel, lent because a copy takes longer than many a run.
-class LentFile {
-public:
-    explicit LentFile(FakeKernel& kernel);
-    ~LentFile();
-    LentFile(const LentFile&) = delete;
-    LentFile& operator=(const LentFile&) = delete;
-
-private:
-    FakeKernel& kernel_;
-};
+/// A copy of the good file, to be swapped into a kernel and back: another copy takes longer than many a run.
+std::string& lent_file();
