@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The table "How an update can end" is carried out. The runs are below; what is expected of them stands in the table.
 #include <csignal>
-#include <iterator>
 #include <memory>
 #include <optional>
 
@@ -149,11 +148,6 @@ const std::vector<Case> kCases = {
     {"E50", kCalm, {"skip@reset-delayed", "dead@reset-delayed"}, [](Stage& s) { s.reboot_only(true); }},
     {"E51", kTwice, {"fail@erase#2x*"}},
     {"E52", kTwice, {"fail@enable#2x*"}}};
-
-Words split(const std::string& text) {
-    std::istringstream in(text);
-    return {std::istream_iterator<std::string>(in), {}};
-}
 
 /// The lines of the log without time and level, or of standard output when nothing was logged.
 Words lines_of(const ToolRun& run) {

@@ -155,7 +155,8 @@ TEST(Power, AReadingChangesNothing) {
         situations.push_back({"lost@" + std::to_string(transfer)});
     }
     for (const Words& words : situations) {
-        for (const Words& command : {Words{"status"}, Words{"metrics"}, Words{"watch", "--count", "2", "--csv"}}) {
+        for (const Words& command :
+             {Words{"status"}, Words{"metrics"}, Words{"watch", "--count", "2", "--csv"}, Words{"doctor"}}) {
             Situation situation(words);
             sim::Board& board = situation.board;
             const sim::Board before = board.clone();
@@ -218,10 +219,15 @@ TEST(Power, FailedReadings) {
     Lock update;
     Failure failure;
     ASSERT_TRUE(update.take(kDefaultLock, Sharing::kAlone, 0, failure));
-    const ToolRun locked = run_ctl_words({"metrics"});
-    EXPECT_EQ(locked.status, 75);
-    EXPECT_NE(locked.out.find("\nsorvan_failure_info{reason=\"locked\"} 1\n"), std::string::npos);
-    EXPECT_EQ(run_ctl_words({"status"}).status, 75);
+    for (const char* command : {"doctor", "status", "metrics"}) {
+        situation.kernel.slept_us = 0;
+        const ToolRun locked = run_ctl_words({command});
+        EXPECT_EQ(locked.status, 75);
+        EXPECT_EQ(locked.err, "sv_ctl: somebody else holds the lock /run/sv_updater/lock\n");
+        EXPECT_GE(situation.kernel.slept_us, 5'000'000U);
+        const bool is_metrics = locked.out.find("\nsorvan_failure_info{reason=\"locked\"} 1\n") != std::string::npos;
+        EXPECT_EQ(is_metrics, std::string(command) == "metrics");
+    }
     EXPECT_EQ(situation.kernel.wire, Words{});
 }
 

@@ -3,6 +3,8 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
+#include <sstream>
 
 #include "cli/commands.h"
 
@@ -65,6 +67,11 @@ ToolRun run_tool_words(Words words) {
     }
     argv.push_back(nullptr);
     return capture([&] { return run_tool(static_cast<int>(words.size()), argv.data()); });
+}
+
+Words split(const std::string& text) {
+    std::istringstream in(text);
+    return {std::istream_iterator<std::string>(in), {}};
 }
 
 std::string without_times(const std::string& log) {

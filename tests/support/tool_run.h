@@ -55,6 +55,9 @@ ToolRun run_tool_words(Words words);
 /// Runs "sv_ctl WORDS…" in the same way; see ctl_run.cpp.
 ToolRun run_ctl_words(Words words);
 
+/// The words of a text, which blanks separate.
+Words split(const std::string& text);
+
 /// The log on standard error without its times: "info  : text\n".
 std::string without_times(const std::string& log);
 

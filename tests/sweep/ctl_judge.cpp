@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "tests/sweep/ctl_judge.h"
 
+#include <algorithm>
+
 #include "ctl/outcome.h"
 #include "mcu/registers.h"
+#include "tests/support/tool_run.h"
 #include "tests/sweep/states.h"
 
 namespace sweep {
@@ -13,20 +16,18 @@ bool can_start(const sim::Board& board) {
     return board.flash.next_start(0) >= 0;  // with either choice, or with none
 }
 
-/// The strings of the list that is the member "advice" of the object; none if it is null.
+/// The words of the list that is the member "advice" of the object; none if it is null.
 std::vector<std::string> advice_of(const std::string& json) {
-    std::vector<std::string> words;
     const std::string name = "\"advice\":[";
     const size_t begin = json.find(name);
-    const size_t end = json.find(']', begin);
-    for (size_t at = begin; begin != std::string::npos && (at = json.find('"', at + 1)) < end;) {
-        if (at > begin + name.size() - 1) {
-            const size_t close = json.find('"', at + 1);
-            words.push_back(json.substr(at + 1, close - at - 1));
-            at = close;
-        }
+    if (begin == std::string::npos) {
+        return {};
     }
-    return words;
+    // Words of an update have neither quotes nor commas.
+    std::string list = json.substr(begin + name.size(), json.find(']', begin) - begin - name.size());
+    std::erase(list, '"');
+    std::replace(list.begin(), list.end(), ',', ' ');
+    return split(list);
 }
 
 }  // namespace
@@ -43,40 +44,14 @@ Beginning find_beginning(const sim::Board& board) {
     return {false, regions[0].enabled || regions[1].enabled ? Window::kOverwritten : Window::kUnstartableBefore};
 }
 
-CtlJudge::CtlJudge(sim::Board& board, const Setup& setup, const Beginning& beginning)
-    : board_(board),
-      setup_(setup),
-      beginning_(beginning),
-      seen_history_(board.flash.history.size()),
-      seen_writes_{board.flash.writes(0), board.flash.writes(1)} {
-    board.on_transfer = [this](const sim::Transfer& transfer) { watch(transfer); };
-}
-
-CtlJudge::~CtlJudge() {
-    board_.on_transfer = nullptr;
-}
-
-void CtlJudge::fail(const std::string& text) {
-    if (failure_.empty()) {
-        failure_ = text;
-    }
-}
-
-void CtlJudge::excuse(Window window, const std::string& text) {
-    if (window == Window::kNone) {
-        fail(text);
-    }
-    window_ = window;
-}
-
 bool CtlJudge::is_lost() const {
     return board_.flash.running() < 0;
 }
 
 bool CtlJudge::file_runs() const {
     const int region = board_.flash.running();
-    return region >= 0 && holds(board_, region, material(setup_.pages).regions[region]) &&
-           board_.flash.regions[static_cast<size_t>(region)].swid == material(setup_.pages).swid;
+    return region >= 0 && holds(board_, region, material_.regions[region]) &&
+           board_.flash.regions[static_cast<size_t>(region)].swid == material_.swid;
 }
 
 void CtlJudge::check_now() {
@@ -107,13 +82,7 @@ void CtlJudge::watch(const sim::Transfer& transfer) {
     if (!board_.violations.empty()) {
         fail(board_.violations.back());
     }
-    bool changed = board_.flash.history.size() != seen_history_;
-    for (const int region : {0, 1}) {
-        changed = changed || board_.flash.writes(region) != seen_writes_[region];
-        seen_writes_[region] = board_.flash.writes(region);
-    }
-    if (changed) {
-        seen_history_ = board_.flash.history.size();
+    if (find_changes().any) {
         check_now();
     }
 }

@@ -5,9 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "sim/board.h"
-#include "tests/sweep/judge.h"
-#include "tests/sweep/setup.h"
+#include "tests/sweep/watcher.h"
 
 namespace sweep {
 
@@ -19,13 +17,10 @@ struct Beginning {
 
 Beginning find_beginning(const sim::Board& board);
 
-class CtlJudge {
+class CtlJudge final : public Watcher {
 public:
-    /// Watches the board while it exists.
-    CtlJudge(sim::Board& board, const Setup& setup, const Beginning& beginning);
-    ~CtlJudge();
-    CtlJudge(const CtlJudge&) = delete;
-    CtlJudge& operator=(const CtlJudge&) = delete;
+    CtlJudge(sim::Board& board, const Setup& setup, const Beginning& beginning)
+        : Watcher(board, setup), beginning_(beginning) {}
 
     /// The answer to the Nth command, if it is a success, becomes a failure on its way to the host.
     void deny(uint64_t command) {
@@ -49,33 +44,16 @@ public:
         return beginning_;
     }
 
-    Window window() const {
-        return window_;
-    }
-
-    /// Empty: every rule held, or was broken only as the window explains.
-    const std::string& failure() const {
-        return failure_;
-    }
-
 private:
-    void watch(const sim::Transfer& transfer);
+    void watch(const sim::Transfer& transfer) override;
     void check_status(const Run& run, const std::string& content_before);
     bool is_lost() const;
     bool file_runs() const;
-    void fail(const std::string& text);
-    void excuse(Window window, const std::string& text);
 
-    sim::Board& board_;
-    const Setup& setup_;
     Beginning beginning_;
     uint64_t denied_ = 0;
     uint64_t commands_ = 0;
     uint64_t changes_ = 0;  // frames sent by this process
-    size_t seen_history_ = 0;
-    uint64_t seen_writes_[2] = {};
-    Window window_ = Window::kNone;
-    std::string failure_;
 };
 
 }  // namespace sweep

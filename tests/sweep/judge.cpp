@@ -27,33 +27,6 @@ bool has(const std::vector<std::string>& flags, const char* flag) {
 
 }  // namespace
 
-Judge::Judge(sim::Board& board, const Setup& setup)
-    : board_(board),
-      setup_(setup),
-      material_(material(setup.pages)),
-      seen_history_(board.flash.history.size()),
-      seen_writes_{board.flash.writes(0), board.flash.writes(1)} {
-    board.on_transfer = [this](const sim::Transfer& transfer) { watch(transfer); };
-}
-
-Judge::~Judge() {
-    board_.on_transfer = nullptr;
-}
-
-void Judge::fail(const std::string& text) {
-    if (failure_.empty()) {
-        failure_ = text;
-    }
-}
-
-void Judge::excuse(Window window, const std::string& text) {
-    if (window == Window::kNone) {
-        fail(text);
-    } else if (window_ == Window::kNone) {
-        window_ = window;  // the first one leads to the others
-    }
-}
-
 void Judge::begin_run() {
     run_begin_ = board_.flash.history.size();
     attempt_begin_ = board_.flash.history.size();
@@ -101,17 +74,12 @@ void Judge::watch_answers(const sim::Transfer& transfer) {
 void Judge::watch(const sim::Transfer& transfer) {
     watch_answers(transfer);
     check_violations();
-    bool changed = board_.flash.history.size() != seen_history_;
-    for (const int region : {0, 1}) {
-        const bool written = board_.flash.writes(region) != seen_writes_[region];
-        if (written && region == board_.flash.running()) {
-            fail("region " + std::to_string(region) + " is written while it runs");
-        }
-        seen_writes_[region] = board_.flash.writes(region);
-        changed = changed || written;
+    const Changes changes = find_changes();
+    const int running = board_.flash.running();
+    if (running >= 0 && changes.written[running]) {
+        fail("region " + std::to_string(running) + " is written while it runs");
     }
-    if (changed) {
-        seen_history_ = board_.flash.history.size();
+    if (changes.any) {
         check_power_cycle();
     }
 }

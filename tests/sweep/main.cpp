@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: MIT
 // sv_sweep: interrupts an update at every point and prints a table of what survived.
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cinttypes>
 #include <cstdio>
-#include <iostream>
+#include <memory>
 #include <numeric>
 #include <random>
-#include <sstream>
+#include <thread>
 
 #include "tests/sweep/pattern.h"
 #include "tests/sweep/point.h"
@@ -22,20 +27,16 @@ using sweep::Outcome;
 using sweep::Point;
 using sweep::Setup;
 
-constexpr size_t kMaxProblems = 20;
+constexpr int kMaxProblems = 20;  // printed by each process
 constexpr size_t kSampledStates = 20;
-constexpr uint64_t kStateShares = 4;
-const std::string kUnexplained = "UNEXPLAINED: ";
+constexpr size_t kFailed = kWindows;  // index of an outcome after those of the windows; 0: everything held
 
 struct Options {
     uint64_t sample = 0;
     uint64_t seed = 1;
     std::string kind;
     std::vector<uint64_t> points;
-    std::string share;
-    uint64_t share_number = 0;
-    uint64_t shares = 1;
-    bool merge = false;
+    uint64_t jobs = std::max(1U, std::thread::hardware_concurrency());
     bool states = false;
 
     bool is_complete() const {
@@ -43,20 +44,41 @@ struct Options {
     }
 };
 
-constexpr size_t kFailed = kWindows;  // index of an outcome after those of the windows; 0: everything held
-
-/// The outcomes of one kind.
+/// The outcomes of one kind, in memory that all processes share.
 struct Row {
     const Kind* kind = nullptr;
     uint64_t points = 0;
-    std::array<uint64_t, kWindows + 1> outcomes{};
-    uint64_t unconfirmed = 0;  ///< of these, runs of sv_ctl that ended with status 6
+    std::array<std::atomic<uint64_t>, kWindows + 1> outcomes{};
+    std::atomic<uint64_t> unconfirmed = 0;  ///< of these, runs of sv_ctl that ended with status 6
 };
 
-struct Table {
-    std::vector<Row> rows;
-    std::vector<std::string> problems;
-};
+void print_problem(const std::string& text) {
+    std::printf("UNEXPLAINED: %s\n", text.c_str());
+}
+
+bool needs_states(const Kind& kind) {
+    return kind.setups.find("{state}") != std::string::npos;
+}
+
+/// A row for each kind that was asked for.
+std::span<Row> make_rows(const Options& options) {
+    std::vector<const Kind*> kinds;
+    for (const Kind& kind : sweep::kinds()) {
+        if (std::string(kind.name).find(options.kind) != std::string::npos) {
+            kinds.push_back(&kind);
+        }
+    }
+    void* memory = mmap(nullptr, kinds.size() * sizeof(Row), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) {
+        return {};
+    }
+    const std::span<Row> rows(static_cast<Row*>(memory), kinds.size());
+    std::uninitialized_value_construct(rows.begin(), rows.end());
+    for (size_t i = 0; i < rows.size(); ++i) {
+        rows[i].kind = kinds[i];
+    }
+    return rows;
+}
 
 /// The points of one kind in one setup: all, some, or a sample.
 std::vector<Point> choose_points(const Kind& kind, const Setup& setup, const Options& options,
@@ -79,123 +101,118 @@ std::vector<Point> choose_points(const Kind& kind, const Setup& setup, const Opt
     return points;
 }
 
-/// Counts the points of all kinds, and tries those of this share.
-Table try_points(const Options& options) {
-    Table table;
+/// Tries those of all points that are this job's. The first job also counts them.
+void try_points(std::span<Row> rows, const Options& options, uint64_t job) {
     std::mt19937_64 random(options.seed);
     uint64_t total = 0;
-    for (const Kind& kind : sweep::kinds()) {
-        if (std::string(kind.name).find(options.kind) == std::string::npos) {
-            continue;
-        }
-        Row row{&kind};
-        // Each share that tries such a kind has to find the states: few do, and take all points of a setup.
-        const bool by_setup = kind.setups.find("{state}") != std::string::npos;
-        const uint64_t shares = by_setup ? std::min(options.shares, kStateShares) : options.shares;
-        if (options.share_number >= shares) {
-            table.rows.push_back(row);
-            continue;
+    int problems = 0;
+    const auto is_other = [&] { return total++ % options.jobs != job; };
+    for (Row& row : rows) {
+        const Kind& kind = *row.kind;
+        if (job == 0) {
+            std::fprintf(stderr, "%s\n", kind.name);
         }
         for (const std::string& text : sweep::expand(kind.setups, {})) {
-            if (by_setup && !options.merge && total++ % shares != options.share_number) {
-                continue;
-            }
             const Setup setup = sweep::parse_setup(text);
             std::vector<Point> points = choose_points(kind, setup, options, random);
-            row.points += points.size();
-            if (!by_setup) {
-                std::erase_if(points, [&](const Point&) { return total++ % shares != options.share_number; });
+            row.points += job == 0 ? points.size() : 0;
+            if (!needs_states(kind)) {
+                std::erase_if(points, [&](const Point&) { return is_other(); });
+            } else if (is_other()) {
+                continue;  // a job tries all points of a state: they have much in common
             }
-            if (options.merge || points.empty()) {
+            if (points.empty()) {
                 continue;
             }
             sweep::run_points(kind, setup, points, [&](const Point& point, const Outcome& outcome) {
                 const bool failed = !outcome.failure.empty();
                 ++row.outcomes[failed ? kFailed : static_cast<size_t>(outcome.window)];
                 row.unconfirmed += outcome.unconfirmed ? 1 : 0;
-                if (failed && table.problems.size() < kMaxProblems) {
-                    table.problems.push_back(std::string(kind.name) + ", point " + std::to_string(point.number) + ": " +
-                                             text + ", " + point.text + ": " + outcome.failure);
+                if (failed && ++problems <= kMaxProblems) {
+                    print_problem(std::string(kind.name) + ", point " + std::to_string(point.number) + ": " + text +
+                                  ", " + point.text + ": " + outcome.failure);
                 }
             });
         }
-        table.rows.push_back(row);
-    }
-    return table;
-}
-
-void print_problems(const Table& table) {
-    for (const std::string& problem : table.problems) {
-        std::printf("%s%s\n", kUnexplained.c_str(), problem.c_str());
     }
 }
 
-/// One line of numbers per row, then the problems.
-void print_share(const Table& table) {
-    for (const Row& row : table.rows) {
-        for (const uint64_t number : row.outcomes) {
-            std::printf("%" PRIu64 " ", number);
-        }
-        std::printf("%" PRIu64 "\n", row.unconfirmed);
+/// A process for each job. False if one of them did not end well.
+bool run_jobs(std::span<Row> rows, const Options& options) {
+    if (std::any_of(rows.begin(), rows.end(), [](const Row& row) { return needs_states(*row.kind); })) {
+        sweep::find_states(options.sample == 0 ? SIZE_MAX : kSampledStates);  // once for all processes
     }
-    print_problems(table);
-}
-
-/// Adds the output of all shares, one after the other.
-void add_shares(std::istream& in, Table& table) {
-    size_t next = 0;
-    for (std::string line; std::getline(in, line);) {
-        if (line.starts_with(kUnexplained)) {
-            table.problems.push_back(line.substr(kUnexplained.size()));
-            continue;
+    for (uint64_t job = 0; job < options.jobs; ++job) {
+        if (fork() == 0) {
+            try_points(rows, options, job);
+            std::exit(0);
         }
-        std::istringstream numbers(line);
-        Row& row = table.rows[next++ % table.rows.size()];
-        uint64_t number = 0;
-        for (uint64_t& sum : row.outcomes) {
-            numbers >> number;
-            sum += number;
-        }
-        numbers >> number;
-        row.unconfirmed += number;
     }
+    bool all_well = true;
+    for (int status = 0; wait(&status) > 0;) {
+        all_well = all_well && status == 0;
+    }
+    return all_well;
 }
 
 /// Reports windows that the kind does not name, in a complete run also any other number of them, and points without an
-/// outcome.
-void check_row(const Row& row, bool complete, std::vector<std::string>& problems) {
+/// outcome. False if there are any.
+bool check_row(const Row& row, bool complete) {
     const std::string name = row.kind->name;
     std::array<uint64_t, kWindows> expected{};
     for (const auto& [window, number] : row.kind->windows) {
         expected[static_cast<size_t>(window)] = number;
     }
+    bool good = true;
     for (size_t i = 1; i < kWindows; ++i) {
         const uint64_t number = row.outcomes[i];
         if (complete ? number != expected[i] : number != 0 && expected[i] == 0) {
-            problems.push_back(name + ": " + std::to_string(number) + " times " + sweep::kWindowNames[i] +
-                               " instead of " + std::to_string(expected[i]));
+            print_problem(name + ": " + std::to_string(number) + " times " + sweep::kWindowNames[i] + " instead of " +
+                          std::to_string(expected[i]));
+            good = false;
         }
     }
     const uint64_t tried = std::accumulate(row.outcomes.begin(), row.outcomes.end(), uint64_t{0});
     if (tried != row.points || (complete && tried == 0)) {
-        problems.push_back(name + ": " + std::to_string(tried) + " of " + std::to_string(row.points) +
-                           " points were tried");
+        print_problem(name + ": " + std::to_string(tried) + " of " + std::to_string(row.points) + " points were tried");
+        good = false;
     }
+    return good && row.outcomes[kFailed] == 0;
 }
 
 void print_row(const char* name, const Row& row) {
     std::string exceptions;
-    for (size_t i = 1; i <= kFailed; ++i) {
-        if (row.outcomes[i] != 0) {
-            exceptions += std::string(exceptions.empty() ? "" : ", ") +
-                          (i == kFailed ? "UNEXPLAINED" : sweep::kWindowNames[i]) + " " +
-                          std::to_string(row.outcomes[i]);
+    const auto add = [&](const std::string& what, uint64_t number) {
+        if (number != 0) {
+            exceptions += (exceptions.empty() ? "" : ", ") + what + " " + std::to_string(number);
+        }
+    };
+    for (size_t i = 1; i < kWindows; ++i) {
+        add(sweep::kWindowNames[i], row.outcomes[i]);
+    }
+    add("UNEXPLAINED", row.outcomes[kFailed]);
+    add("status 6:", row.unconfirmed);
+    std::printf("%-40s %8" PRIu64 " %8" PRIu64 "  %s\n", name, row.points, row.outcomes[0].load(), exceptions.c_str());
+}
+
+/// False unless all rows are as they must be.
+bool print_table(std::span<Row> rows, bool complete) {
+    Row sum;
+    bool good = true;
+    std::printf("%-40s %8s %8s  %s\n", "kind", "points", "held", "exceptions");
+    for (const Row& row : rows) {
+        print_row(row.kind->name, row);
+        sum.points += row.points;
+        sum.unconfirmed += row.unconfirmed;
+        for (size_t i = 0; i <= kFailed; ++i) {
+            sum.outcomes[i] += row.outcomes[i];
         }
     }
-    if (row.unconfirmed != 0) {
-        exceptions += std::string(exceptions.empty() ? "" : ", ") + "status 6: " + std::to_string(row.unconfirmed);
+    print_row("all", sum);
+    for (const Row& row : rows) {
+        good = check_row(row, complete) && good;
     }
-    std::printf("%-40s %8" PRIu64 " %8" PRIu64 "  %s\n", name, row.points, row.outcomes[0], exceptions.c_str());
+    return good && sum.points != 0;
 }
 
 /// What interrupted runs of sv_updater leave.
@@ -209,23 +226,6 @@ int print_states() {
     return 0;
 }
 
-int print_table(Table& table, bool complete) {
-    Row sum;
-    std::printf("%-40s %8s %8s  %s\n", "kind", "points", "held", "exceptions");
-    for (const Row& row : table.rows) {
-        check_row(row, complete, table.problems);
-        print_row(row.kind->name, row);
-        sum.points += row.points;
-        sum.unconfirmed += row.unconfirmed;
-        for (size_t i = 0; i <= kFailed; ++i) {
-            sum.outcomes[i] += row.outcomes[i];
-        }
-    }
-    print_row("all", sum);
-    print_problems(table);
-    return sum.points != 0 && table.problems.empty() ? 0 : 1;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -235,29 +235,13 @@ int main(int argc, char** argv) {
     app.add_option("--seed", options.seed, "of the sample")->capture_default_str();
     app.add_option("--kind", options.kind, "only kinds with this text in their name");
     app.add_option("--point", options.points, "only these points of each kind and setup");
-    app.add_option("--share", options.share, "I/N: only the Ith of N shares, from 0; print the counts for --merge");
-    app.add_flag("--merge", options.merge, "read the counts of all shares from standard input and print the table");
+    app.add_option("--jobs", options.jobs, "processes at a time")->check(CLI::PositiveNumber)->capture_default_str();
     app.add_flag("--states", options.states, "only list the states in which interrupted runs can leave the board");
     CLI11_PARSE(app, argc, argv);
-    if (!options.share.empty() &&
-        (std::sscanf(options.share.c_str(), "%" SCNu64 "/%" SCNu64, &options.share_number, &options.shares) != 2 ||
-         options.share_number >= options.shares)) {
-        std::fprintf(stderr, "--share: I/N with I below N\n");
-        return 2;
-    }
     if (options.states) {
         return print_states();
     }
-    if (options.sample != 0) {
-        sweep::find_states(kSampledStates);
-    }
-    Table table = try_points(options);
-    if (!options.share.empty()) {
-        print_share(table);
-        return 0;
-    }
-    if (options.merge) {
-        add_shares(std::cin, table);
-    }
-    return print_table(table, options.is_complete());
+    const std::span<Row> rows = make_rows(options);
+    const bool all_well = run_jobs(rows, options);
+    return print_table(rows, options.is_complete()) && all_well ? 0 : 1;
 }

@@ -3,11 +3,11 @@
 
 #include <algorithm>
 #include <map>
-#include <sstream>
 #include <string_view>
 
 #include "mcu/flash_geometry.h"
 #include "mcu/registers.h"
+#include "tests/support/tool_run.h"
 #include "tests/sweep/ctl_judge.h"
 #include "tests/sweep/states.h"
 
@@ -15,15 +15,13 @@ namespace sweep {
 
 namespace {
 
-using Words = std::vector<std::string>;
 using Report = std::function<void(const Point&, const Outcome&)>;
 
 constexpr uint64_t kPowerOffUs = 1'000'000;
 const std::string kDeny = "denied@";  // not a fault of the board: CtlJudge::deny
 
 void add_faults(sim::Board& board, const Point& point) {
-    std::istringstream words(point.text);
-    for (std::string fault; words >> fault;) {
+    for (const std::string& fault : split(point.text)) {
         board.add_fault(fault);
     }
 }

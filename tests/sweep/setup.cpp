@@ -4,12 +4,10 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
-#include <sstream>
 #include <stdexcept>
 #include <tuple>
 
 #include "mcu/flash_geometry.h"
-#include "tests/support/fake_kernel.h"
 #include "tests/support/tool_run.h"
 #include "tests/support/update_file_bytes.h"
 #include "tests/sweep/states.h"
@@ -73,8 +71,7 @@ UpdateFileBytes make_file(const std::string& pages) {
 
 Setup parse_setup(const std::string& text) {
     Setup setup;
-    std::istringstream words(text);
-    for (std::string word; words >> word;) {
+    for (const std::string& word : split(text)) {
         const std::string value = word.substr(word.find('=') + 1);
         if (word == "sv_ctl") {
             setup.ctl = true;

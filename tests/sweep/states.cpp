@@ -5,14 +5,12 @@
 #include <set>
 
 #include "mcu/flash_geometry.h"
-#include "tests/support/fake_kernel.h"
+#include "tests/support/tool_run.h"
 #include "tests/sweep/setup.h"
 
 namespace sweep {
 
 namespace {
-
-using Words = std::vector<std::string>;
 
 /// Interrupted after each of their steps, and also tried with a fault at each step.
 const std::vector<Words> kForms = {{"--update", "three"}, {"--update", "other"}, {"--update", "zero"}, {"--reset"}};
