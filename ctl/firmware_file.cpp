@@ -116,9 +116,15 @@ bool check_region_content(const McuDevice& device, int region, bool any_content,
                     region);
     }
     const uint8_t* start = page_content(device, first);
-    if (!any_content && !starts_in_region(start != nullptr ? start : erased, region)) {
+    const ResetVector vector = start != nullptr ? reset_vector(start, region) : ResetVector();
+    if (!any_content && !leads_into_region(vector, region)) {
         return fail(failure, Reason::kBadFile, "its content for region %d does not begin with a jump into that region",
                     region);
+    }
+    const uint8_t* target =
+        any_content ? nullptr : page_content(device, static_cast<uint16_t>(vector.target / kPageSize));
+    if (!any_content && (target == nullptr || is_erased_word(target + vector.target % kPageSize))) {
+        return fail(failure, Reason::kBadFile, "its content for region %d begins with a jump to erased flash", region);
     }
     return true;
 }

@@ -21,7 +21,7 @@ struct FirmwareNotes {
 bool load_firmware_file(const char* path, McuDevice& device, FirmwareNotes& notes, Failure& failure);
 
 /// Checks the content for one region: the checksum that the MCU will compare, and unless `any_content` that it begins
-/// with a jump into the region. Failure: kBadFile. REQUIRES: a loaded file.
+/// with a jump into the region, to something that is not erased. Failure: kBadFile. REQUIRES: a loaded file.
 bool check_region_content(const McuDevice& device, int region, bool any_content, Failure& failure);
 
 /// The checksum of region 0 or 1 once the loaded file is programmed there.

@@ -12,7 +12,8 @@ namespace {
 
 void put_page_map(uint8_t* page_map, const uint8_t* image, bool mark_all) {
     for (uint32_t page = 0; page < kMemoryPages; ++page) {
-        page_map[page] = is_programmed_page(page) && (mark_all || !is_erased({image + page * kPageSize, kPageSize}));
+        // The mark of a last page has no effect, but shows that its content was meant to be programmed.
+        page_map[page] = (mark_all && is_programmed_page(page)) || !is_erased({image + page * kPageSize, kPageSize});
     }
 }
 

@@ -13,7 +13,7 @@ struct BuildInput {
     /// Missing bytes at the end are 0xFF.
     RegionContent regions[kRegions];
     uint16_t swid = 0;      ///< 1 to 0xFFFF, for both regions; the MCU takes 0 for an empty region
-    bool mark_all = false;  ///< mark every page, otherwise only pages with a byte other than 0xFF
+    bool mark_all = false;  ///< mark every programmable page, otherwise only pages with a byte other than 0xFF
     PrefixParts prefix;
     bool name_sha256 = false;  ///< end the prefix with the SHA-256 of the rest of the file
 };

@@ -12,7 +12,7 @@
 
 struct PackOptions {
     std::vector<std::string> files;  ///< ELF, Intel HEX or S-records: their addresses name the regions
-    std::string region_files[kRegions];
+    std::optional<std::string> region_files[kRegions];
     std::string format;  ///< overrides that of the files: see read_input
     std::string swid;    ///< decimal or "0x" hexadecimal
     bool mark_all = false;
@@ -23,15 +23,23 @@ struct PackOptions {
     bool name_sha256 = true;
     std::string prefix_file;  ///< empty: none
     std::string output;
-    Replace replace = Replace::kNo;  ///< kYes also overrules the checks of the content
+    Replace replace = Replace::kNo;
+    bool overrule = false;  ///< the checks of the content
 };
 
 bool run_pack(const PackOptions& options, std::string& error);
 
 enum class InfoForm { kText, kJson };
 
+struct InfoOptions {
+    std::string file;
+    std::string format;
+    std::optional<int> region;  ///< of a raw binary
+    InfoForm form = InfoForm::kText;
+};
+
 /// True if the file could be read, whatever it holds, except for a bad ELF file, Intel HEX or S-records.
-bool run_info(const std::string& path, const std::string& format, InfoForm form, std::string& error);
+bool run_info(const InfoOptions& options, std::string& error);
 
 /// True if the tool would load every file, its region checksums are right, check_content finds nothing, and its SHA-256
 /// is right or not stored.
@@ -50,7 +58,12 @@ bool run_extract(const ExtractOptions& options, std::string& error);
 
 enum class DiffResult { kSame, kDifferent, kTrouble };
 
-/// Compares two files of any format in the regions that both hold. A raw binary is for `region`, see make_flash_copy.
-/// With kTrouble the reason is in `error`.
-DiffResult run_diff(const std::string& path_a, const std::string& path_b, std::optional<int> region,
-                    std::string& error);
+struct DiffOptions {
+    std::string a;
+    std::string b;
+    std::string format;
+    std::optional<int> region;  ///< the only one to compare, and that of a raw binary
+};
+
+/// Compares two files of any format in the regions that both hold. With kTrouble the reason is in `error`.
+DiffResult run_diff(const DiffOptions& options, std::string& error);

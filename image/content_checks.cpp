@@ -42,16 +42,18 @@ ResetVector vector_of(Content content, int region) {
     return reset_vector(first, region);
 }
 
-bool starts_itself(Content content, int region) {
-    const ResetVector vector = vector_of(content, region);
-    return vector.kind != ResetVector::kNone && region_at(vector.target) == region;
+bool is_control(uint8_t byte) {
+    return (byte < ' ' && byte != '\n' && byte != '\r' && byte != '\t') || byte == 0x7F;
 }
 
-bool is_text(uint8_t byte) {
-    return (byte >= ' ' && byte <= '~') || byte == '\n' || byte == '\r' || byte == '\t';
+/// Text in any encoding that contains ASCII. Code has control characters soon.
+bool is_text(Content content) {
+    const Content start = content.first(std::min<size_t>(content.size(), 64));
+    const auto others = std::count_if(start.begin(), start.end(), [](uint8_t byte) { return byte >= 0x80; });
+    return std::none_of(start.begin(), start.end(), is_control) && others * 2 < static_cast<ptrdiff_t>(start.size());
 }
 
-/// What begins like flash content of another format; null: it does not.
+/// What begins like another format; null: it does not.
 const char* other_format(Content content) {
     const Format format = detect_format(content);
     if (format != Format::kRaw && format != Format::kReadBack) {
@@ -61,12 +63,9 @@ const char* other_format(Content content) {
     if (start.starts_with("\x1f\x8b") || start.starts_with("PK\x03\x04") ||
         start.starts_with("\xfd"
                           "7zXZ")) {
-        return "a compressed file";
+        return "compressed file";
     }
-    return std::all_of(content.begin(), content.begin() + static_cast<ptrdiff_t>(std::min<size_t>(content.size(), 16)),
-                       is_text)
-               ? "text"
-               : nullptr;
+    return is_text(content) ? "text" : nullptr;
 }
 
 std::string vector_text(Content content, int region) {
@@ -78,8 +77,14 @@ std::string vector_text(Content content, int region) {
     if (target < 0) {
         return describe("region %d begins with a jump to 0x%05x, where no program can be", region, vector.target);
     }
-    return describe("region %d begins with a jump to 0x%05x, in region %d: it is linked for that region", region,
-                    vector.target, target);
+    if (target != region) {
+        return describe("region %d begins with a jump to 0x%05x, in region %d: it is linked for that region", region,
+                        vector.target, target);
+    }
+    return leads_into_region(vector, region)
+               ? describe("region %d begins with a jump to 0x%05x, which is erased: its program is cut off", region,
+                          vector.target)
+               : describe("region %d begins with a jump to itself: it is not linked", region);
 }
 
 std::string last_page_text(Content content, int region) {
@@ -95,13 +100,11 @@ std::vector<Finding> check_region(Content content, int region) {
         return {{"empty", describe("region %d is empty, and the MCU would start it nevertheless", region)}};
     }
     std::vector<Finding> findings;
-    if (!starts_itself(content, region)) {
-        const char* format = other_format(content);
-        if (format != nullptr) {
-            findings.push_back({"format", describe("region %d holds %s, not the content of flash", region, format)});
-        } else {
-            findings.push_back({"vector", vector_text(content, region)});
-        }
+    if (const char* format = other_format(content); format != nullptr) {
+        findings.push_back(
+            {"format", describe("region %d holds another format (%s), not the content of flash", region, format)});
+    } else if (!can_start(content, region)) {
+        findings.push_back({"vector", vector_text(content, region)});
     }
     if (content.size() > kChecksumSize) {
         findings.push_back({"last-page", last_page_text(content, region)});
@@ -116,6 +119,13 @@ bool leads_to(Content content, int region) {
 }
 
 }  // namespace
+
+bool can_start(Content content, int region) {
+    const ResetVector vector = vector_of(content, region);
+    const size_t target = vector.target % kRegionSize;
+    return leads_into_region(vector, region) && target < content.size() &&
+           (target + 1 == content.size() || !is_erased_word(&content[target]));
+}
 
 std::vector<Finding> check_content(Content region0, Content region1) {
     const Content contents[kRegions] = {trimmed(region0), trimmed(region1)};

@@ -16,11 +16,15 @@ struct Finding {
 /// The checks, in their order:
 ///   empty      a region holds nothing but 0xFF
 ///   format     it holds the text or the start of another file format, not flash content
-///   vector     it does not begin with a jump (jmp or rjmp) into its own 255 programmable pages
+///   vector     it cannot start, see can_start
 ///   last-page  it has content in its last page, which no update programs
 ///   swapped    each begins with a jump into the other one
 ///   alike      both are the same, but a program is linked for one region
 inline constexpr const char* kContentChecks[] = {"empty", "format", "vector", "last-page", "swapped", "alike"};
+
+/// Whether the content of region 0 or 1 begins with a jump (jmp or rjmp) into its own 255 programmable pages, neither
+/// to itself nor to erased flash. Missing bytes at the end are 0xFF.
+bool can_start(std::span<const uint8_t> content, int region);
 
 /// Makes the checks on both regions, each from its first byte; missing bytes at the end are 0xFF. A check that follows
 /// from another one that failed is left out: what is empty has no vector.

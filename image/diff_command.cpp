@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 
@@ -27,7 +28,7 @@ std::string describe_copy(const FlashCopy& copy) {
 
 void print_copy(char name, const std::string& path, const FlashCopy& copy) {
     std::printf("%c:                        %s (%s)\n", name, printable(path).c_str(), describe_copy(copy).c_str());
-    print_omitted(path, copy);
+    print_omitted(path, copy.omitted);
 }
 
 void print_region(const std::vector<uint16_t>& differing, const std::vector<uint16_t>& unread, int region) {
@@ -51,10 +52,18 @@ bool is_compared(const FlashCopy& a, const FlashCopy& b, std::optional<int> want
     return (!wanted || *wanted == region) && a.holds_region(region) && b.holds_region(region);
 }
 
-bool read_copies(const std::string& path_a, const std::string& path_b, std::optional<int> region, FlashCopy& a,
-                 FlashCopy& b, std::string& error) {
-    if (!check_names("", {path_a, path_b}, error) || !read_flash_copy(path_a, "", region, a, error) ||
-        !read_flash_copy(path_b, "", region, b, error)) {
+/// Whether firmware has content in the last page of the region, which the other copy lacks.
+bool lacks_last_page(const FlashCopy& a, const FlashCopy& b, const Comparison& found, int region) {
+    const auto page = static_cast<uint16_t>(region * kRegionPages + kProgrammedPages);
+    const bool differs = std::count(found.differing.begin(), found.differing.end(), page) > 0;
+    return differs && (a.is_firmware() || b.is_firmware());
+}
+
+bool read_copies(const DiffOptions& options, FlashCopy& a, FlashCopy& b, std::string& error) {
+    const std::optional<int> region = options.region;
+    if (!check_names("", {options.a, options.b}, error) ||
+        !read_flash_copy(options.a, options.format, region, a, error) ||
+        !read_flash_copy(options.b, options.format, region, b, error)) {
         return false;
     }
     if (!is_compared(a, b, region, 0) && !is_compared(a, b, region, 1)) {
@@ -67,30 +76,30 @@ bool read_copies(const std::string& path_a, const std::string& path_b, std::opti
 
 }  // namespace
 
-DiffResult run_diff(const std::string& path_a, const std::string& path_b, std::optional<int> region,
-                    std::string& error) {
+DiffResult run_diff(const DiffOptions& options, std::string& error) {
     FlashCopy a;
     FlashCopy b;
-    if (!read_copies(path_a, path_b, region, a, b, error)) {
+    if (!read_copies(options, a, b, error)) {
         return DiffResult::kTrouble;
     }
-    print_copy('A', path_a, a);
-    print_copy('B', path_b, b);
+    print_copy('A', options.a, a);
+    print_copy('B', options.b, b);
     const Comparison found = compare_copies(a, b);
     const bool has_one_read_back = (a.format == Format::kReadBack) != (b.format == Format::kReadBack);
     bool same = a.format != Format::kUpdateFile || b.format != Format::kUpdateFile || a.swid == b.swid;
     for (int i = 0; i < kRegions; ++i) {
-        if (!is_compared(a, b, region, i)) {
+        if (!is_compared(a, b, options.region, i)) {
             std::printf("region %d not compared\n", i);
             continue;
         }
         const std::vector<uint16_t> differing = programmed_in(found.differing, i);
         const std::vector<uint16_t> unread = programmed_in(found.unread, i);
+        const bool differs = !differing.empty() || lacks_last_page(a, b, found, i);
         print_region(differing, unread, i);
         if (has_one_read_back) {
-            print_holds(!differing.empty(), !unread.empty(), i);
+            print_holds(differs, !unread.empty(), i);
         }
-        same = same && differing.empty() && unread.empty();
+        same = same && !differs && unread.empty();
     }
     print_never_programmed(found);
     return same ? DiffResult::kSame : DiffResult::kDifferent;

@@ -4,6 +4,7 @@
 #include <gelf.h>
 
 #include <cstdio>
+#include <iterator>
 #include <memory>
 
 namespace {
@@ -18,8 +19,13 @@ struct EndElf {
 constexpr struct {
     uint64_t start;
     const char* name;
-} kMemories[] = {{0x850000, "user signature"}, {0x840000, "signature"}, {0x830000, "lock bits"},
-                 {0x820000, "fuses"},          {0x810000, "EEPROM"},    {0x800000, "RAM"}};
+} kMemories[] = {{0x850000, "user signature"},
+                 {0x840000, "signature"},
+                 {0x830000, "lock bits"},
+                 {0x820000, "fuses"},
+                 {0x810000, "EEPROM"}};
+constexpr uint64_t kRam = 0x800000;
+constexpr GElf_Word kArchitecture = 0x7F;  // bits of e_flags; the family XMEGA is 101 to 107
 
 const char* other_memory(uint64_t address) {
     for (const auto& [start, name] : kMemories) {
@@ -42,6 +48,10 @@ bool check_header(Elf* elf, std::string& error) {
     }
     if (header.e_ident[EI_CLASS] != ELFCLASS32 || header.e_machine != EM_AVR) {
         return refuse(error, "a program for another processor than AVR");
+    }
+    const GElf_Word architecture = header.e_flags & kArchitecture;
+    if (architecture < 101 || architecture > 107) {
+        return refuse(error, "a program for another AVR than XMEGA");
     }
     return header.e_type == ET_EXEC || refuse(error, "not a linked program: link it for its region first");
 }
@@ -85,7 +95,12 @@ bool read_elf(std::span<const uint8_t> file, std::vector<Piece>& pieces, std::ve
         if (segment.p_offset > file.size() || segment.p_filesz > file.size() - segment.p_offset) {
             return refuse(error, "a segment is incomplete: the file is cut off");
         }
-        const auto bytes = file.subspan(segment.p_offset, segment.p_filesz);
+        if (segment.p_paddr >= kRam && segment.p_paddr < kMemories[std::size(kMemories) - 1].start) {
+            return refuse(
+                error,
+                "a segment has its content in RAM, which is empty at the start: give it a load address in the flash");
+        }
+        const auto bytes = file.subspan(static_cast<size_t>(segment.p_offset), static_cast<size_t>(segment.p_filesz));
         if (const char* memory = other_memory(segment.p_paddr); memory != nullptr) {
             omitted.push_back(omitted_text(i + 1, segment, memory));
         } else {

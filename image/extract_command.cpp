@@ -46,7 +46,7 @@ bool run_extract(const ExtractOptions& options, std::string& error) {
         error = shown_path(options.file) + " holds nothing for region " + std::to_string(options.region);
         return false;
     }
-    print_omitted(options.file, copy);
+    print_omitted(options.file, copy.omitted);
     const auto begin = copy.memory.begin() + options.region * static_cast<ptrdiff_t>(kRegionSize);
     const std::vector<uint8_t> content(begin, begin + kRegionSize);
     if (!save_file(options.output, options.replace, content, error)) {

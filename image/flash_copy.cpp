@@ -34,6 +34,10 @@ std::optional<int> named_region(const RegionContent& content) {
 }
 
 bool take_raw(const InputFile& input, std::optional<int> region, RegionContents& regions, std::string& error) {
+    if (input.bytes.empty()) {
+        error = shown_path(input.path) + ": empty";
+        return false;
+    }
     if (input.bytes.size() > kRegionSize) {
         error = shown_path(input.path) + ": longer than a region (131072 bytes) and no read-back (270336 bytes)";
         return false;
@@ -94,12 +98,6 @@ bool read_flash_copy(const std::string& path, const std::string& format, std::op
                      std::string& error) {
     InputFile input;
     return read_input(path, format, input, error) && make_flash_copy(input, region, copy, error);
-}
-
-void print_omitted(const std::string& path, const FlashCopy& copy) {
-    for (const std::string& text : copy.omitted) {
-        print_message("warning: " + shown_path(path) + ": " + text);
-    }
 }
 
 bool looks_unread(const FlashCopy& copy, uint32_t segment) {

@@ -20,6 +20,11 @@ struct FlashCopy {
     std::bitset<kMemoryPages> pages;
     std::vector<std::string> omitted;  ///< what the file has for other memories
 
+    /// Neither an update file nor a read-back.
+    bool is_firmware() const {
+        return format != Format::kUpdateFile && format != Format::kReadBack;
+    }
+
     bool holds_region(int region) const {
         return pages.test(static_cast<size_t>(region) * kRegionPages);
     }
@@ -32,9 +37,6 @@ bool make_flash_copy(const InputFile& input, std::optional<int> region, FlashCop
 /// Reads and interprets a file. `format`: see read_input.
 bool read_flash_copy(const std::string& path, const std::string& format, std::optional<int> region, FlashCopy& copy,
                      std::string& error);
-
-/// Warns on standard error of what the file has for other memories.
-void print_omitted(const std::string& path, const FlashCopy& copy);
 
 /// Whether this segment (0 to 8447) of a read-back holds only 0x55, like one that could not be read. False for other
 /// formats.

@@ -71,17 +71,23 @@ bool read_stream(std::FILE* file, size_t limit, std::vector<uint8_t>& bytes) {
 }  // namespace
 
 std::string shown_path(const std::string& path) {
-    return is_standard(path) ? "standard input" : path;
+    return is_standard(path) ? "standard input" : path.empty() ? "''" : path;
 }
 
 void print_message(const std::string& text) {
     std::fprintf(stderr, "sv_image: %s\n", printable(text).c_str());
 }
 
+void print_omitted(const std::string& path, const std::vector<std::string>& omitted) {
+    for (const std::string& text : omitted) {
+        print_message("warning: " + shown_path(path) + ": " + text);
+    }
+}
+
 bool read_bytes(const std::string& path, size_t limit, std::vector<uint8_t>& bytes, std::string& error) {
     std::FILE* file = is_standard(path) ? stdin : std::fopen(path.c_str(), "rb");
     if (file == nullptr) {
-        return system_error(path, error);
+        return system_error(shown_path(path), error);
     }
     bytes.clear();
     bytes.reserve(std::min(limit + 1, kUsualSize));

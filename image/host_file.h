@@ -14,6 +14,9 @@ std::string shown_path(const std::string& path);
 /// Prints "sv_image: " and the text in printable ASCII to standard error.
 void print_message(const std::string& text);
 
+/// Warns of what a file has for other memories than the flash.
+void print_omitted(const std::string& path, const std::vector<std::string>& omitted);
+
 /// Reads at most limit + 1 bytes, so that a caller sees when the file is larger than `limit`. Failure: the reason in
 /// `error`.
 bool read_bytes(const std::string& path, size_t limit, std::vector<uint8_t>& bytes, std::string& error);

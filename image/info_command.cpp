@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "image/commands.h"
+#include "image/host_file.h"
 #include "image/info_json.h"
 #include "image/input_file.h"
 #include "image/inspector.h"
@@ -56,16 +57,17 @@ void print_region_checksum(const Inspection& file, int region) {
     }
 }
 
-void print_vector(const ResetVector& vector, int region) {
+void print_vector(const RegionBody& body, int region) {
+    const ResetVector& vector = body.vector;
     const int target = region_at(vector.target);
+    std::printf("region %d reset vector:    ", region);
     if (vector.kind == ResetVector::kNone) {
-        std::printf("region %d reset vector:    none: it does not begin with a jump\n", region);
+        std::puts("none: it does not begin with a jump");
     } else if (target < 0) {
-        std::printf("region %d reset vector:    %s 0x%05x, in neither region\n", region, vector_word(vector),
-                    vector.target);
+        std::printf("%s 0x%05x, in neither region\n", vector_word(vector), vector.target);
     } else {
-        std::printf("region %d reset vector:    %s 0x%05x, in region %d\n", region, vector_word(vector), vector.target,
-                    target);
+        const char* fault = body.can_start || target != region ? "" : ", where no program goes on";
+        std::printf("%s 0x%05x, in region %d%s\n", vector_word(vector), vector.target, target, fault);
     }
 }
 
@@ -82,11 +84,12 @@ void print_body(const FileBody& body) {
         }
         std::printf("region %d marked pages:    %zu of %u\n", region, programmed_in(body.marked_pages, region).size(),
                     kProgrammedPages);
-        print_vector(body.regions[region]->vector, region);
+        print_vector(*body.regions[region], region);
     }
     const std::vector<uint16_t> in_vain = never_programmed(body.marked_pages);
     if (!in_vain.empty()) {
-        std::printf("never programmed:         %s (marked in vain)\n", page_ranges(in_vain).c_str());
+        std::printf("never programmed:         %s%s\n", page_ranges(in_vain).c_str(),
+                    body.free_bytes ? " (marked in vain)" : "");
     }
 }
 
@@ -109,24 +112,27 @@ void print_text(const std::string& path, const Inspection& file, const std::stri
     }
     if (file.body) {
         print_body(*file.body);
+    } else if (!file.trouble.empty()) {
+        std::printf("content:                  unknown (%s)\n", printable(file.trouble).c_str());
     }
     std::printf("loads:                    %s\n", refusal.empty() ? "yes" : ("no (" + refusal + ")").c_str());
 }
 
 }  // namespace
 
-bool run_info(const std::string& path, const std::string& format, InfoForm form, std::string& error) {
+bool run_info(const InfoOptions& options, std::string& error) {
     InputFile input;
     Inspection file;
-    if (!read_input(path, format, input, error) || !inspect_input(input, file, error)) {
+    if (!read_input(options.file, options.format, input, error) || !inspect_input(input, options.region, file, error)) {
         return false;
     }
+    print_omitted(options.file, file.omitted);
     McuDevice device(nullptr);
     const std::string refusal = parse_update_bytes(device, input.bytes) ? "" : device.last_error.c_str();
-    if (form == InfoForm::kJson) {
-        std::puts(info_json(path, file, refusal).c_str());
+    if (options.form == InfoForm::kJson) {
+        std::puts(info_json(options.file, file, refusal).c_str());
     } else {
-        print_text(path, file, refusal);
+        print_text(options.file, file, refusal);
     }
     return true;
 }

@@ -44,12 +44,13 @@ std::string checksum_json(bool is_stored, unsigned stored, bool is_computed, uns
         .text();
 }
 
-std::string vector_json(const ResetVector& vector, int region) {
+std::string vector_json(const RegionBody& body) {
+    const ResetVector& vector = body.vector;
     const bool is_jump = vector.kind != ResetVector::kNone;
     return JsonObject()
         .add("instruction", is_jump ? json_string(vector_word(vector)) : "null")
         .add("target", number_if(is_jump, vector.target))
-        .add("ok", json_bool(is_jump && region_at(vector.target) == region))
+        .add("ok", json_bool(body.can_start))
         .text();
 }
 
@@ -61,7 +62,7 @@ std::string region_json(const Inspection& file, int region) {
         .add("checksum", checksum_json(file.info.has_value(), region == 0 ? info.crc_region0 : info.crc_region1,
                                        body.has_value(), body ? body->computed_crc : 0U))
         .add("marked_pages", body ? json_numbers(programmed_in(file.body->marked_pages, region)) : "null")
-        .add("reset_vector", body ? vector_json(body->vector, region) : "null")
+        .add("reset_vector", body ? vector_json(*body) : "null")
         .text();
 }
 

@@ -32,9 +32,10 @@ bool is_digit(char byte) {
     return std::isxdigit(static_cast<unsigned char>(byte)) != 0;
 }
 
-/// Whether the first line that is not empty begins with this letter and `digits` hexadecimal digits.
+/// Whether the first line that is not empty begins with this letter and `digits` hexadecimal digits. Blanks and a byte
+/// order mark are for the reader to refuse.
 bool begins_with_record(std::string_view text, char letter, size_t digits) {
-    text.remove_prefix(std::min(text.find_first_not_of("\r\n"), text.size()));
+    text.remove_prefix(std::min(text.find_first_not_of("\r\n \t\xef\xbb\xbf"), text.size()));
     return text.size() > digits && text[0] == letter &&
            std::all_of(text.begin() + 1, text.begin() + 1 + static_cast<ptrdiff_t>(digits), is_digit);
 }
@@ -51,12 +52,13 @@ const char* format_name(Format format) {
 
 Format detect_format(std::span<const uint8_t> bytes) {
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    // First: its prefix may begin like anything.
+    if (find_magic(bytes)) {
+        return Format::kUpdateFile;
+    }
     if (text.starts_with("\x7f"
                          "ELF")) {
         return Format::kElf;
-    }
-    if (find_magic(bytes)) {
-        return Format::kUpdateFile;
     }
     if (begins_with_record(text, ':', 8)) {
         return Format::kIntelHex;
@@ -77,8 +79,9 @@ bool read_input(const std::string& path, const std::string& format, InputFile& i
         return false;
     }
     input.format = detect_format(input.bytes);
+    const bool is_firmware = input.format != Format::kUpdateFile && input.format != Format::kReadBack;
     for (const auto& row : kFormats) {
-        if (format == row.word) {
+        if (is_firmware && format == row.word) {
             input.format = row.format;
         }
     }

@@ -27,8 +27,8 @@ struct InputFile {
     std::vector<uint8_t> bytes;
 };
 
-/// Reads the whole file, up to 64 MiB, and detects its format. `format` is a word that overrides it, or empty. Failure:
-/// path and reason in `error`.
+/// Reads the whole file, up to 64 MiB, and detects its format. `format` is a word that overrides it for firmware, or
+/// empty. Failure: path and reason in `error`.
 bool read_input(const std::string& path, const std::string& format, InputFile& input, std::string& error);
 
 /// What the regions get from firmware in ELF, Intel HEX or S-records. `omitted`: what the file has for other memories.

@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <iterator>
+#include <span>
 
+#include "image/content_checks.h"
 #include "image/flash_copy.h"
 #include "update/file_notes.h"
 #include "util/crc.h"
@@ -12,8 +14,8 @@
 namespace {
 
 RegionBody region_body(const std::vector<uint8_t>& flash, int region) {
-    return {region_checksum(flash, region),
-            reset_vector(flash.data() + static_cast<size_t>(region) * kRegionSize, region)};
+    const auto content = std::span(flash).subspan(static_cast<size_t>(region) * kRegionSize, kRegionSize);
+    return {region_checksum(flash, region), reset_vector(content.data(), region), can_start(content, region)};
 }
 
 FileBody read_body(const uint8_t* image) {
@@ -73,7 +75,7 @@ Inspection inspect_update_file(const std::vector<uint8_t>& bytes) {
     return found;
 }
 
-bool inspect_input(const InputFile& input, Inspection& found, std::string& error) {
+bool inspect_input(const InputFile& input, std::optional<int> region, Inspection& found, std::string& error) {
     if (input.format == Format::kUpdateFile) {
         found = inspect_update_file(input.bytes);
         return true;
@@ -81,14 +83,13 @@ bool inspect_input(const InputFile& input, Inspection& found, std::string& error
     found.format = input.format;
     found.size = input.bytes.size();
     FlashCopy copy;
-    std::string reason;
-    if (make_flash_copy(input, std::nullopt, copy, reason)) {
+    if (make_flash_copy(input, region, copy, error)) {
         found.body = body_of(copy);
-    } else if (input.format != Format::kRaw) {
-        error = reason;
-        return false;
+        found.omitted = copy.omitted;
+    } else if (input.format == Format::kRaw) {
+        found.trouble.swap(error);
     }
-    return true;
+    return found.body.has_value() || input.format == Format::kRaw;
 }
 
 const char* vector_word(const ResetVector& vector) {

@@ -19,6 +19,7 @@
 struct RegionBody {
     uint16_t computed_crc = 0;  ///< the MCU's checksum
     ResetVector vector;
+    bool can_start = false;  ///< see image/content_checks.h
 };
 
 /// The part between the magic and the info structure; of another file, what stands there once it is packed.
@@ -34,6 +35,8 @@ struct Inspection {
     std::optional<size_t> magic_offset;  ///< and size of the prefix; without a magic the fields below are unknown
     std::string prefix;
     size_t expected_size = 0;           ///< bytes of a valid file with this prefix
+    std::string trouble;                ///< why a raw binary has no body
+    std::vector<std::string> omitted;   ///< what firmware has for other memories
     std::optional<FileBody> body;       ///< of an update file that is long enough, and of other formats
     std::optional<InfoStructure> info;  ///< the last 24 bytes, if they follow the magic
     uint16_t computed_file_crc = 0;     ///< from the end of the magic to file_crc; only valid with `info`
@@ -44,9 +47,9 @@ struct Inspection {
 /// Inspects any bytes.
 Inspection inspect_update_file(const std::vector<uint8_t>& bytes);
 
-/// Inspects a file of any format. Without a body: a raw binary that does not name its region. Failure: a bad ELF file,
+/// Inspects a file of any format; `region`: see make_flash_copy. Failure: a bad ELF file,
 /// Intel HEX or S-records; the reason in `error`.
-bool inspect_input(const InputFile& input, Inspection& found, std::string& error);
+bool inspect_input(const InputFile& input, std::optional<int> region, Inspection& found, std::string& error);
 
 /// "jmp" or "rjmp". REQUIRES: a jump.
 const char* vector_word(const ResetVector& vector);

@@ -63,11 +63,18 @@ private:
         switch (type) {
             case kData: return take_data(data);
             case kEnd: ended_ = true; break;
-            case kSegmentBase: base_ = big_endian(data) << 4; break;
-            case kLinearBase: base_ = big_endian(data) << 16; break;
+            case kSegmentBase: set_base(segment_, linear_, big_endian(data) << 4); break;
+            case kLinearBase: set_base(linear_, segment_, big_endian(data) << 16); break;
             default: break;
         }
         return true;
+    }
+
+    /// Some readers add the two bases, others take the last one.
+    void set_base(uint32_t& base, uint32_t other, uint32_t value) {
+        base = value;
+        base_ = value;
+        is_ambiguous_ = other != 0;
     }
 
     bool take_data(std::span<const uint8_t> data) {
@@ -75,6 +82,9 @@ private:
         // Formats and readers disagree on where such a record goes on.
         if (offset + data.size() > kWindow) {
             return lines_.refuse(error_, "the record wraps at 64 KiB");
+        }
+        if (is_ambiguous_) {
+            return lines_.refuse(error_, "records of type 02 and 04 apply together, which readers take differently");
         }
         if (!data.empty()) {
             pieces_.push_back({base_ + offset, {data.begin(), data.end()}, lines_.number()});
@@ -86,7 +96,10 @@ private:
     std::vector<Piece>& pieces_;
     std::string& error_;
     std::vector<uint8_t> record_;
-    uint32_t base_ = 0;
+    uint32_t segment_ = 0;
+    uint32_t linear_ = 0;
+    uint32_t base_ = 0;  // the last of both
+    bool is_ambiguous_ = false;
     bool ended_ = false;
 };
 

@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Other programs print ids as 0101, and strtoul reads that as octal.
+/// Other programs print ids as 0101, and strtoul reads that as octal. REQUIRES: a number up to 0xFFFF in octal and hex.
 std::string zero_advice(const char* what, const std::string& text) {
     const bool is_octal = text.find_first_not_of("01234567") == std::string::npos;
     const unsigned long decimal = std::strtoul(text.c_str(), nullptr, is_octal ? 8 : 10);
@@ -26,16 +26,17 @@ std::string zero_advice(const char* what, const std::string& text) {
 }
 
 bool parse_id(const char* what, const std::string& text, uint16_t& id, std::string& error) {
-    char* end = nullptr;
-    const unsigned long number = std::strtoul(text.c_str(), &end, 0);
-    const bool only_digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
-    if (only_digits && text[0] == '0' && text.find_first_not_of('0') != std::string::npos) {
+    const bool has_digits = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+    const unsigned long as_hex = has_digits ? std::strtoul(text.c_str(), nullptr, 16) : 0;
+    if (has_digits && text[0] == '0' && as_hex > 0 && as_hex <= UINT16_MAX) {
         error = zero_advice(what, text);
         return false;
     }
+    char* end = nullptr;
+    const unsigned long number = std::strtoul(text.c_str(), &end, 0);
     // strtoul alone would accept leading blanks, signs and text after the number.
     if (text.empty() || std::isdigit(static_cast<unsigned char>(text[0])) == 0 || *end != '\0' || number == 0 ||
-        number > UINT16_MAX) {
+        number > UINT16_MAX || (has_digits && text[0] == '0')) {
         error = what + (" '" + text + "' is not a number from 1 to 0xFFFF");
         return false;
     }
@@ -90,8 +91,8 @@ private:
 
 bool read_sources(const PackOptions& options, Sources& sources, std::string& error) {
     for (int region = 0; region < kRegions; ++region) {
-        const std::string& path = options.region_files[region];
-        if (!path.empty() && !sources.add(path, region, error)) {
+        const std::optional<std::string>& path = options.region_files[region];
+        if (path && !sources.add(*path, region, error)) {
             return false;
         }
     }
@@ -178,7 +179,7 @@ void print_report(std::FILE* out, const std::string& path, const Inspection& mad
 
 bool run_pack(const PackOptions& options, std::string& error) {
     BuildInput input;
-    if (!read_build_input(options, input, error) || !check_regions(input, options.replace == Replace::kYes, error)) {
+    if (!read_build_input(options, input, error) || !check_regions(input, options.overrule, error)) {
         return false;
     }
     const BuildResult result = build_update_file(input);

@@ -27,7 +27,8 @@ public:
                 return false;
             }
         }
-        return ended_ || lines_.refuse(error_, "the end record (S7, S8 or S9) is missing: the file is cut off");
+        return ended_ || counted_ ||
+               lines_.refuse(error_, "the end record (S7, S8 or S9) is missing: the file is cut off");
     }
 
 private:
@@ -57,6 +58,7 @@ private:
         const std::span<const uint8_t> record(record_);
         const uint32_t address = big_endian(record.subspan(1, address_size));
         const std::span<const uint8_t> data = record.subspan(1 + address_size, record.size() - address_size - 2);
+        counted_ = false;
         switch (kTypes[type_].kind) {
             case Kind::kData:
                 ++count_;
@@ -65,6 +67,7 @@ private:
                 }
                 return true;
             case Kind::kCount:
+                counted_ = true;
                 // S5 has room for 16 bits of the count, S6 for 24.
                 return address == (count_ & ((1U << 8 * address_size) - 1)) ||
                        lines_.refuse(error_, "the count of records is %u, but there are %u: lines are missing", address,
@@ -80,6 +83,7 @@ private:
     std::vector<uint8_t> record_;
     int type_ = 0;
     uint32_t count_ = 0;
+    bool counted_ = false;  // the last record was the count: nothing is missing
     bool ended_ = false;
 };
 

@@ -30,11 +30,13 @@ void check_region_checksums(const McuDevice& device, const std::vector<uint8_t>&
     }
 }
 
-/// The content of a region once it is programmed, and its last page, which should hold nothing, as the file has it.
+/// The content of a region once it is programmed, and its last page, if it is marked in vain, as the file has it.
 std::vector<uint8_t> packed_region(const McuDevice& device, const std::vector<uint8_t>& flash, int region) {
     const auto begin = static_cast<ptrdiff_t>(region) * kRegionSize;
     std::vector<uint8_t> content(flash.begin() + begin, flash.begin() + begin + kRegionSize);
-    std::copy_n(device.file_image.get() + begin + kChecksumSize, kPageSize, content.begin() + kChecksumSize);
+    if (device.file_page_map[static_cast<size_t>(region) * kRegionPages + kProgrammedPages] != 0) {
+        std::copy_n(device.file_image.get() + begin + kChecksumSize, kPageSize, content.begin() + kChecksumSize);
+    }
     return content;
 }
 
@@ -44,6 +46,9 @@ std::vector<Finding> check_file(const std::vector<uint8_t>& bytes, std::string& 
     McuDevice device(nullptr);
     if (!parse_update_bytes(device, bytes)) {
         return {{"layout", device.last_error.c_str()}};
+    }
+    if (device.file_swid == 0) {
+        findings.push_back({"swid", "the software id is 0, which means an empty region"});
     }
     const std::vector<uint8_t> flash = programmed_flash(device.file_image.get(), device.file_page_map.get());
     check_region_checksums(device, flash, findings);
@@ -58,7 +63,7 @@ std::vector<Finding> check_file(const std::vector<uint8_t>& bytes, std::string& 
     if (!sha256_fits(file)) {
         findings.push_back({"sha256", "it is not the one that the file names: the file or this line was changed"});
     }
-    checks = "layout, checksum";
+    checks = "layout, swid, checksum";
     for (const char* check : kContentChecks) {
         checks += std::string(", ") + check;
     }

@@ -12,16 +12,16 @@ _sv_image() {
     case $sub:$prev in
         pack:--region[01] | pack:--prefix-file | pack:-o | pack:--output | extract:-o | extract:--output) return ;; # readline's own
         pack:--swid | pack:--hwid | pack:--fw-version | pack:--build | pack:--note) ;;
-        extract:--region | diff:--region) words="0 1" ;;
-        pack:--format | info:--format | extract:--format) words="elf hex srec raw" ;;
+        info:--region | extract:--region | diff:--region) words="0 1" ;;
+        pack:--format | info:--format | extract:--format | diff:--format) words="elf hex srec raw" ;;
         pack:*)
             words="--region0 --region1 --format --swid --mark-all --fw-version --hwid --build --note --no-sha256
-                --prefix-file -o --output --force -h --help"
+                --prefix-file -o --output --replace --force -h --help"
             ;;
-        info:*) words="--format --json -h --help" ;;
+        info:*) words="--format --region --json -h --help" ;;
         extract:*) words="--region --format -o --output --force -h --help" ;;
         verify:*) words="-h --help" ;;
-        diff:*) words="--region -h --help" ;;
+        diff:*) words="--format --region -h --help" ;;
         :*)
             words="pack info verify extract diff"
             [[ $cur != -* ]] || words="-h --help --version"

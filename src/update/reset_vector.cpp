@@ -30,7 +30,7 @@ int region_at(uint32_t address) {
     return programmed ? static_cast<int>(address / kRegionSize) : -1;
 }
 
-bool starts_in_region(const uint8_t* content, int region) {
-    const ResetVector vector = reset_vector(content, region);
-    return vector.kind != ResetVector::kNone && region_at(vector.target) == region;
+bool leads_into_region(const ResetVector& vector, int region) {
+    const bool is_itself = vector.target == static_cast<uint32_t>(region) * kRegionSize;
+    return vector.kind != ResetVector::kNone && region_at(vector.target) == region && !is_itself;
 }

@@ -103,8 +103,9 @@ Bytes take(Input& input, size_t count) {
     return {part.begin(), part.end()};
 }
 
-Bytes first_jump(uint32_t region) {
-    return {kFirstJump[region], kFirstJump[region] + sizeof kFirstJump[region]};
+/// A jump to the word after it.
+Bytes smallest_program(uint32_t region) {
+    return {static_cast<uint8_t>(0x0C + region), 0x94, 0x02, 0x00, 1, 2};
 }
 
 /// Records: a type (modulo 16: from 6 on data, and 15 unknown), an offset of two bytes, for data a size, the bytes;
@@ -115,7 +116,7 @@ DescribedFile describe_hex(Input input, uint8_t flags) {
     for (const uint32_t region : {0U, 1U}) {
         if ((flags >> region & 2) != 0) {
             file.put_hex(4, 0, {0, static_cast<uint8_t>(2 * region)}, plain);
-            file.put_hex(0, 0, first_jump(region), plain);
+            file.put_hex(0, 0, smallest_program(region), plain);
         }
     }
     while (!input.rest.empty()) {
@@ -139,7 +140,7 @@ DescribedFile describe_srec(Input input, uint8_t flags) {
     Input plain{};
     for (const uint32_t region : {0U, 1U}) {
         if ((flags >> region & 2) != 0) {
-            file.put_srec(2, region * kRegion, first_jump(region), plain);
+            file.put_srec(2, region * kRegion, smallest_program(region), plain);
         }
     }
     while (!input.rest.empty()) {
@@ -159,28 +160,29 @@ DescribedFile describe_srec(Input input, uint8_t flags) {
     return file;
 }
 
-/// A linked program for AVR. Segments: a number (modulo 6); each a kind (modulo 8; 7: not loaded, 6: for another
-/// memory), an address of three bytes, a size and the bytes. Then edits of the file: an offset of two bytes and a byte.
+/// A linked program for AVR. Segments: a number (modulo 6); each a kind (modulo 8; 7: not loaded, 6: for EEPROM
+/// and what follows it), an address of three bytes, a size and the bytes. Then edits of the file: an offset of two
+/// bytes and a byte.
 DescribedFile describe_elf(Input input, uint8_t flags) {
     DescribedFile file;
     std::vector<Piece> segments;  // place: the type
     for (const uint32_t region : {0U, 1U}) {
         if ((flags >> region & 2) != 0) {
-            segments.push_back({region * kRegion, first_jump(region), 1});
+            segments.push_back({region * kRegion, smallest_program(region), 1});
         }
     }
     for (int n = input.byte() % 6; n > 0; --n) {
         const uint8_t kind = input.byte() % 8;
         const uint32_t number = input.number(3);
-        const uint32_t address = kind == 6 ? 0x800000 + number % 0x60000 : number % 0x50000;
+        const uint32_t address = kind == 6 ? 0x810000 + number % 0x50000 : number % 0x50000;
         segments.push_back({address, take(input, input.byte()), kind == 7 ? 4U : 1U});
     }
     const auto put = [&file](uint32_t number, size_t size) {
         const Bytes bytes = big_endian_bytes(number, size);
         file.text.append(bytes.rbegin(), bytes.rend());
     };
-    file.text = {0x7F, 'E', 'L', 'F', 1, 1, 1,  0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0x53, 0, 1,  0,
-                 0,    0,   0,   0,   0, 0, 52, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 52,   0, 32, 0};
+    file.text = {0x7F, 'E', 'L', 'F', 1, 1, 1,  0, 0, 0, 0, 0, 0, 0, 0,    0, 2, 0, 0x53, 0, 1,  0,
+                 0,    0,   0,   0,   0, 0, 52, 0, 0, 0, 0, 0, 0, 0, 0x6A, 0, 0, 0, 52,   0, 32, 0};
     put(static_cast<uint32_t>(segments.size()), 2);
     file.text.append({40, 0, 0, 0, 0, 0});
     auto offset = static_cast<uint32_t>(file.text.size() + 32 * segments.size());

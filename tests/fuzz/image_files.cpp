@@ -150,7 +150,7 @@ void image_info(Input input) {
     const bool is_json = input.rest.size() % 2 != 0;
     const InfoForm form = is_json ? InfoForm::kJson : InfoForm::kText;
     std::string error;
-    const ToolRun run = capture([&] { return run_info("file", "", form, error) ? 0 : 1; });
+    const ToolRun run = capture([&] { return run_info({"file", "", {}, form}, error) ? 0 : 1; });
     const bool may_fail = format == Format::kElf || format == Format::kIntelHex || format == Format::kSRecord;
     check_failure(run, error);
     check(run.status == 0 || may_fail, "every file but bad firmware gets a report");
@@ -228,7 +228,7 @@ void pack(Input input) {
     options.swid = ids[input.byte() % 16 < 8 ? 0 : input.byte() % 8];
     options.output = "-";
     options.mark_all = (has & 8) != 0;
-    options.replace = (has & 16) != 0 ? Replace::kYes : Replace::kNo;
+    options.overrule = (has & 16) != 0;
     options.name_sha256 = (has & 32) == 0;
     if ((has & 64) != 0) {
         options.version = input.until('\n');
@@ -237,7 +237,11 @@ void pack(Input input) {
     for (size_t i = 0; i < 3; ++i) {
         if ((has >> i & 1) != 0) {
             files[i] = put_file(names[i], input);
-            (i < 2 ? options.region_files[i] : options.files.emplace_back()) = names[i];
+            if (i < 2) {
+                options.region_files[i] = names[i];
+            } else {
+                options.files.emplace_back(names[i]);
+            }
         }
     }
     std::string error;
@@ -253,16 +257,16 @@ void pack(Input input) {
     check(!options.version || named_value(run.out.substr(0, 1024), "version") == options.version, "and the version");
     const RegionContents made = programmed_regions(run.out);
     for (int region = 0; region < 2; ++region) {
-        const AnyFile& own = files[options.region_files[region].empty() ? 2 : region];
+        const AnyFile& own = files[options.region_files[region] ? region : 2];
         const RegionContent* known = region_of(own, region);
         const std::span<const uint8_t> content = known != nullptr ? *known : bytes_of(kernel().files[names[region]]);
         const RegionContent& packed = *made[static_cast<size_t>(region)];
         check((known == nullptr && own.format != Format::kRaw) || same_pages(packed, content),
               "a region is what the file has for it");
-        check(options.replace == Replace::kYes || (packed[1] & 0xFE) == 0x94 || (packed[1] & 0xF0) == 0xC0,
+        check(options.overrule || (packed[1] & 0xFE) == 0x94 || (packed[1] & 0xF0) == 0xC0,
               "a region begins with a jump");
     }
-    check(options.replace == Replace::kYes || !same_pages(*made[0], *made[1]), "the regions are not alike");
+    check(options.overrule || !same_pages(*made[0], *made[1]), "the regions are not alike");
 }
 
 void diff(Input input) {
@@ -273,7 +277,7 @@ void diff(Input input) {
     std::string error;
     DiffResult result = DiffResult::kTrouble;
     const ToolRun run = capture([&] {
-        result = run_diff("a", "b", wanted, error);
+        result = run_diff({"a", "b", "", wanted}, error);
         return result == DiffResult::kTrouble ? 1 : 0;
     });
     check_failure(run, error);

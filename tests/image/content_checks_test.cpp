@@ -24,33 +24,43 @@ Bytes text(const std::string& characters) {
 }
 
 TEST(ContentChecks, WhatNoBoardCouldStart) {
-    const Bytes rjmp = {0x00, 0xC0};
+    const Bytes rjmp = {0x00, 0xC0, 1};
     const std::tuple<Bytes, Bytes, std::string> rows[] = {
         {kGood[0], kGood[1], ""},
-        {rjmp, {0x01, 0xC0}, ""},
+        {rjmp, {0x00, 0xC0, 2}, ""},
         {with_byte(kGood[0], 0x1FDFF, 0), with_byte(kGood[1], 0x1FFFF, 0xFF), ""},  // all that is programmed; erased
         {{}, kGood[1], "empty: region 0 is empty, and the MCU would start it nevertheless"},
         {kGood[0], Bytes(0x20000, 0xFF), "empty: region 1 is empty, and the MCU would start it nevertheless"},
-        {kGood[0], text(":10000000"), "format: region 1 holds Intel HEX, not the content of flash"},
-        {text("S1130000"), kGood[1], "format: region 0 holds S-records, not the content of flash"},
+        {kGood[0], text(":10000000"), "format: region 1 holds another format (Intel HEX), not the content of flash"},
+        {text("S1130000"), kGood[1], "format: region 0 holds another format (S-records), not the content of flash"},
         {text("\x7f"
               "ELF\x01\x01"),
-         kGood[1], "format: region 0 holds ELF, not the content of flash"},
-        {text("SVxMega\n"), kGood[1], "format: region 0 holds update file, not the content of flash"},
-        {text("<html>"), kGood[1], "format: region 0 holds text, not the content of flash"},
-        {text("\x1f\x8b\x08"), kGood[1], "format: region 0 holds a compressed file, not the content of flash"},
+         kGood[1], "format: region 0 holds another format (ELF), not the content of flash"},
+        {text("SVxMega\n"), kGood[1], "format: region 0 holds another format (update file), not the content of flash"},
+        {text("<html>"), kGood[1], "format: region 0 holds another format (text), not the content of flash"},
+        {text("\x1f\x8b\x08"), kGood[1],
+         "format: region 0 holds another format (compressed file), not the content of flash"},
         {{0, 0}, kGood[1], "vector: region 0 does not begin with a jump: it is no program, or begins elsewhere"},
         {rjmp, {0xC0}, "vector: region 1 does not begin with a jump: it is no program, or begins elsewhere"},
         {kGood[0], {0x0D, 0x94, 0x00, 0xFF}, "vector: region 1 begins with a jump to 0x3fe00, where no program can be"},
         {{0xFE, 0xCF}, kGood[1], "vector: region 0 begins with a jump to 0x7ffffe, where no program can be"},
         {with_byte(kGood[1], 4, 2), kGood[1],
          "vector: region 0 begins with a jump to 0x20004, in region 1: it is linked for that region"},
+        {{0x0C, 0x94, 0x10, 0x00},
+         kGood[1],
+         "vector: region 0 begins with a jump to 0x00020, which is erased: its program is cut off"},
+        {kGood[0], with_byte({0x0D, 0x94, 0x02, 0x00, 0xFF, 0xFF}, 6, 1),
+         "vector: region 1 begins with a jump to 0x20004, which is erased: its program is cut off"},
+        {kGood[0], with_byte({0x0D, 0x94, 0x02, 0x00, 0xFF}, 5, 0), ""},  // half a word
+        {{0x0C, 0x94, 0x00, 0x00, 1}, kGood[1], "vector: region 0 begins with a jump to itself: it is not linked"},
+        {text("F\xC3\xBCr alle, lang genug"), kGood[1],
+         "format: region 0 holds another format (text), not the content of flash"},
         {with_byte(kGood[0], 0x1FE00, 7), kGood[1],
          "last-page: region 0 holds 0x07 at offset 0x1fe00, in its last page, which no update programs"},
         {kGood[0], with_byte(with_byte(kGood[1], 0x1FE02, 0x10), 0x1FE05, 0),
          "last-page: region 1 holds 0x10 at offset 0x1fe02, in its last page, which no update programs"},
         {kGood[1], kGood[0], "swapped: the regions are swapped: each begins with a jump into the other one"},
-        {rjmp, {0x00, 0xC0, 0xFF}, "alike: both regions hold the same, but a program is linked for one of them"},
+        {rjmp, {0x00, 0xC0, 1, 0xFF}, "alike: both regions hold the same, but a program is linked for one of them"},
         {{},
          {},
          "empty: region 0 is empty, and the MCU would start it nevertheless\n"

@@ -5,7 +5,7 @@ set -eu
 # shellcheck source-path=SCRIPTDIR source=../shipped/lib.sh
 . "$(dirname "$0")/../shipped/lib.sh"
 
-printf '\x0c\x94\x02\x0256789' >a.bin # jmp to word 0x202
+printf '\x0c\x94\x02\x0056789' >a.bin # jmp to word 2
 printf '\x00\xc0c' >b.bin # rjmp to the next word
 printf text >text
 umask 022
@@ -15,19 +15,19 @@ so() { sv_image info --json "$2" | jq -es "length == 1 and (.[0] | $1)" >out || 
 
 # --- Good files. The checksums come from a bitwise CRC-16/MODBUS in another language.
 
-expect 0 "*0x0101*0x5f91*1 of 255*0x18a5*1 of 255*270913 bytes" "" "${pack[@]}" --fw-version 2 --no-sha256 -o good.svu
+expect 0 "*0x0101*0x9b76*1 of 255*0x18a5*1 of 255*270913 bytes" "" "${pack[@]}" --fw-version 2 --no-sha256 -o good.svu
 expect_same "mode of a new file" "$(stat -c %a good.svu)" 644
-expect 0 "*note:  *version: 2* computed, none named*offset: *270889 bytes*0x5f91 stored, 0x5f91 computed, ok*0, 256*0 marked pages: *1 of 255*0 reset vector:    jmp 0x00404, in region 0*1 reset vector:    rjmp 0x20002, in region 1*loads:  *yes" "" sv_image info good.svu
+expect 0 "*note:  *version: 2* computed, none named*offset: *270889 bytes*0x9b76 stored, 0x9b76 computed, ok*0, 256*0 marked pages: *1 of 255*0 reset vector:    jmp 0x00004, in region 0*1 reset vector:    rjmp 0x20002, in region 1*loads:  *yes" "" sv_image info good.svu
 # The report goes to /dev/null.
 expect 0 "" "" sh -c 'exec sv_image info good.svu >&-'
 so '.loads and .error == null and .size == 270913 and .expected_size == 270913 and .magic_offset == 11' good.svu
 so '.sha256.named == null and .sha256.ok == null and .hwids == [] and .build == null and .file_checksum.ok' good.svu
 so '.info_offset == 270889 and .region_size == 131072 and .page_size == 512 and .memory_size == 270336' good.svu
-so '.regions[0] == {software_id: 257, checksum: {stored: 24465, computed: 24465, ok: true}, marked_pages: [0],
-  reset_vector: {instruction: "jmp", target: 1028, ok: true}} and .format == "update-file"' good.svu
+so '.regions[0] == {software_id: 257, checksum: {stored: 39798, computed: 39798, ok: true}, marked_pages: [0],
+  reset_vector: {instruction: "jmp", target: 4, ok: true}} and .format == "update-file"' good.svu
 so '.regions[1].marked_pages == [256] and .never_programmed == [] and .free_bytes == [0, 0, 0, 0, 0, 0]' good.svu
 cp good.svu ./-x
-checks="layout, checksum, empty, format, vector, last-page, swapped, alike"
+checks="layout, swid, checksum, empty, format, vector, last-page, swapped, alike"
 expect 1 "-x: okay ($checks)"$'\n'"-x: okay ($checks)" "sv_image: none: No such file or directory" sv_image verify -- -x none -x
 rm ./-x
 
@@ -90,7 +90,7 @@ refused "could not write good.svu: File too large" bash -c 'ulimit -f 100; exec 
 refused "good.svu exists*" sv_image extract --region 0 -o good.svu named.svu
 refused "./good.svu is one of the inputs" sv_image extract --region 0 --force -o ./good.svu good.svu
 advice=$'\nsv_image: nothing was written: correct the firmware, or overrule these checks with --force'
-refused "format: region 1 holds text, not the content of flash$advice" sv_image pack --region0 a.bin --region1 text --swid 1 -o new.svu
+refused "format: region 1 holds another format (text), not the content of flash$advice" sv_image pack --region0 a.bin --region1 text --swid 1 -o new.svu
 refused "swapped: *$advice" sv_image pack --region0 "$firmware/v2-region1.bin" --region1 "$firmware/v2-region0.bin" --swid 1 -o new.svu
 refused "vector: region 1 *: it is linked for that region"$'\n'"sv_image: alike: *$advice" \
   sv_image pack --region0 "$firmware/v2-region0.bin" --region1 "$firmware/v2-region0.bin" --swid 1 -o new.svu
@@ -101,12 +101,24 @@ refused "bad.hex: line 2: the checksum is 79, but must be 76" sv_image pack bad.
 head -c $((0x42001)) /dev/zero >longer
 refused "longer: longer than a region (131072 bytes) and no read-back (270336 bytes)" sv_image extract --region 0 -o new.bin longer
 refused "bad.hex: line 2: *" sv_image info bad.hex
+refused "/dev/null: empty" sv_image extract --region 0 -o new.bin /dev/null
+refused "'': No such file or directory" sv_image pack --region0 "" --region1 b.bin --swid 1 -o new.svu
+expect 105 "" "sv_image: --region: *?see sv_image --help?" sv_image extract --region "" -o new.bin good.svu
+expect 105 "" "sv_image: --output: standard output is closed (see sv_image --help)" sh -c 'exec "$@" >&-' - "${pack[@]}" -o -
+expect 106 "" "sv_image: unknown subcommand or option: verfy (see sv_image --help)" sv_image verfy
 refused "$firmware/v2-region1.elf holds nothing for region 0" sv_image extract --region 0 -o new.bin "$firmware/v2-region1.elf"
-expect 106 "" "sv_image: --swid is required"$'\n'"Try 'sv_image --help'." sv_image pack -o new.svu
+expect 106 "" "sv_image: --swid is required (see sv_image --help)" sv_image pack -o new.svu
 expect 105 "" "*--region*" sv_image extract --region 2 -o new.bin good.svu
 cmp good.svu before.svu
 expect_same "files" "$(find . -type f ! -name out ! -name err | sort | xargs)" \
   "./a.bin ./b.bin ./bad.hex ./before.svu ./good.svu ./longer ./named.svu ./prefix ./text"
+
+# --replace replaces, and overrules nothing; a region in a raw binary without a jmp is unknown.
+expect 1 "" "sv_image: vector: *$advice" sv_image pack --region0 a.bin --region1 a.bin --swid 1 --replace -o good.svu
+expect 0 "*" "" "${pack[@]}" --fw-version 2 --no-sha256 --replace -o good.svu
+cmp good.svu before.svu
+expect 0 "*content: *name its region with --region?*" "" sv_image info b.bin
+expect 0 "*region 1 reset vector: *rjmp 0x20002*" "" sv_image info --region 1 b.bin
 
 # --- Damaged files
 
@@ -119,15 +131,19 @@ damaged image.svu 19 '\x00'
 expect 1 "image.svu: layout: invalid file (CRC error)" "" sv_image verify image.svu
 expect 0 "*file checksum: *differs*region 0 checksum: *differs*loads:  *no (invalid file (CRC error))" "" sv_image info image.svu
 so '.loads == false and .error == "invalid file (CRC error)" and .file_checksum.ok == false' image.svu
-damaged region.svu $((270889 + 8)) '\xa4' $((270913 - 2)) '\x65\xe3'
+damaged region.svu $((270889 + 8)) '\xa4' $((270913 - 2)) '\xdb\x0d'
 expect 1 "region.svu: checksum: region 1 has 0x18a4, but the MCU will compute 0x18a5 and refuse to enable it" "" \
   sv_image verify region.svu
 so '.loads and .regions[0].checksum.ok and .regions[1].checksum.ok == false' region.svu
-damaged empty.svu $((270889 - 6 - 528 + 256)) '\x00' $((270889 + 8)) '\xc1\x1c' $((270913 - 2)) '\xf3\x7f'
+damaged empty.svu $((270889 - 6 - 528 + 256)) '\x00' $((270889 + 8)) '\xc1\x1c' $((270913 - 2)) '\x4d\x91'
 expect 1 "empty.svu: empty: region 1 is empty, and the MCU would start it nevertheless" "" sv_image verify empty.svu
-damaged jump.svu $((19 + 0x20000)) '\xfe\xcf' $((270889 + 8)) '\xc8\x03' $((270913 - 2)) '\x21\x8d' # rjmp to the word before
+damaged jump.svu $((19 + 0x20000)) '\xfe\xcf' $((270889 + 8)) '\xc8\x03' $((270913 - 2)) '\x9f\x63' # rjmp to the word before
 expect 1 "jump.svu: vector: region 1 begins with a jump to 0x1fffe, where no program can be" "" \
   sv_image verify jump.svu
+damaged last.svu $((19 + 0x1FE00)) '\x07' $((270889 - 6 - 528 + 255)) '\x01' $((270913 - 2)) '\xcd\xcd'
+expect 1 "last.svu: last-page: region 0 holds 0x07 at offset 0x1fe00, *" "" sv_image verify last.svu
+damaged swid.svu $((270889 + 2)) '\x00\x00\x00\x00' $((270913 - 2)) '\xdb\x8d'
+expect 1 "swid.svu: swid: the software id is 0, which means an empty region" "" sv_image verify swid.svu
 damaged reserved.svu 270889 '\x05' $((270889 + 10)) '\x07'
 expect 0 "*word 0: *0x0005*word 10: *0x0007*" "" sv_image info reserved.svu
 cp named.svu other.svu
@@ -138,10 +154,10 @@ head -c 1000 good.svu >short.svu
 so '.sha256.computed != null and .regions[0].marked_pages == null and .free_bytes == null and .size == 1000' short.svu
 so '.regions[0].checksum | .stored != null and .computed == null and .ok == null' short.svu
 so '.magic_offset == null and .expected_size == null and .notes == [] and (.error | test("header"))' longer
-expect 0 "*" "sv_image: warning: overruled: format: region 1 holds text, not the content of flash" \
+expect 0 "*" "sv_image: warning: overruled: format: region 1 holds another format (text), not the content of flash" \
   sv_image pack --region0 a.bin --region1 text --swid 1 --no-sha256 --force -o text.svu
 so '.loads and .notes == ["overruled: format"] and .regions[1].reset_vector == {instruction: null, target: null, ok: false}' text.svu
-expect 1 "text.svu: format: region 1 holds text, not the content of flash (overruled by pack --force)" "" sv_image verify text.svu
+expect 1 "text.svu: format: region 1 holds another format (text), not the content of flash (overruled by pack --force)" "" sv_image verify text.svu
 expect 1 "a.bin: layout: invalid file (could not find header)" "" sv_image verify a.bin
 expect 1 "" "sv_image: bad.hex: Intel HEX, no update file: sv_image pack makes one" sv_image verify bad.hex
 printf '\033[2J\233' >prefix
@@ -177,14 +193,16 @@ differs 1 "1-2, 4|none|does not hold|none|none|holds|255, 527|none" <(cat flash)
 differs 1 "none|none|holds|none|257-258|may hold|none|512" unread good.svu
 differs 1 "none|none|holds|256|257-258|does not hold|none|512" both good.svu
 differs 1 "none|none|none|257-258|none|512" unread unread
-expect 0 "*" "" sv_image pack --region0 a.bin --region1 b.bin --swid 0x0102 -o swid.svu
-differs 1 "none|none|none|none|none|none" good.svu swid.svu
+expect 0 "*" "" sv_image pack --region0 a.bin --region1 b.bin --swid 0x0102 -o other-id.svu
+differs 1 "none|none|none|none|none|none" good.svu other-id.svu
 # "Does the board run what I built?"
 (cat "$firmware/v2-region0.bin"; erased $((0x20000 - 5734)); cat b.bin; erased $((0x22000 - 3))) >v2flash
 expect 0 "*(ELF, region 0)*(read-back)*region 0 differing*the flash holds this file in region 0"$'\n'"region 1 not compared*" "" \
   sv_image diff "$firmware/v2-region0.elf" v2flash
 expect 1 "*the flash does not hold this file in region 1*" "" sv_image diff "$firmware/v2-region1.elf" v2flash
 expect 0 "*region 0 not compared*the flash holds this file in region 1*" "" sv_image diff --region 1 b.bin v2flash
+(head -c $((0x1FE00)) v2flash; printf x) >reaches.bin # into the last page, which the flash has erased
+expect 1 "*the flash does not hold this file in region 0*255"$'\n'* "" sv_image diff --region 0 reaches.bin v2flash
 expect 2 "" "sv_image: the files have no region in common" sv_image diff "$firmware"/v2-region[01].elf
 expect 2 "" "sv_image: b.bin: no update file, and as a raw binary *--region" sv_image diff b.bin v2flash
 for row in "longer: longer than a region *" "none: No such file or directory" \
@@ -193,6 +211,7 @@ for row in "longer: longer than a region *" "none: No such file or directory" \
 done
 expect 2 "" "sv_image: could not write the report" sh -c 'exec sv_image diff good.svu flash >/dev/full'
 expect 1 "" "sv_image: could not write the report" sh -c 'exec sv_image info good.svu >/dev/full'
+expect 1 "" "*sv_image: could not write standard output: No space left on device" sh -c 'exec "$@" >/dev/full' - "${pack[@]}" -o -
 
 # The last page of a region: erased in an update file, as it was in a read-back
 expect 0 "*region1.bin*checksum: *0x18a5*131072 bytes" "" sv_image extract --region 1 -o region1.bin good.svu
