@@ -96,7 +96,11 @@ AnyFile put_file(const char* name, Input& input) {
             any.regions = described.regions;
         }
     }
-    any.format = detect_format(bytes_of(file));
+    const Format seen = detect_format(bytes_of(file));
+    if (seen != any.format) {
+        any.regions.reset();  // an update file may begin like an ELF file
+    }
+    any.format = seen;
     return any;
 }
 
@@ -246,6 +250,7 @@ void pack(Input input) {
     }
     std::string error;
     const ToolRun run = capture([&] { return run_pack(options, error) ? 0 : 1; });
+    check(!contains(error, "does not load"), "pack makes no file that does not load");
     check_failure(run, error);
     if (run.status != 0) {
         return;
@@ -254,7 +259,9 @@ void pack(Input input) {
     check(parse_update_bytes(device, bytes_of(run.out)), "what pack writes loads");
     check_loaded(device, bytes_of(run.out));
     check(device.file_swid == 0x123, "the software id is the given one");
-    check(!options.version || named_value(run.out.substr(0, 1024), "version") == options.version, "and the version");
+    check(!options.version ||
+              named_value(run.out.substr(0, run.out.size() - kSizeAfterMagic - 8), "version") == options.version,
+          "and the version");
     const RegionContents made = programmed_regions(run.out);
     for (int region = 0; region < 2; ++region) {
         const AnyFile& own = files[options.region_files[region] ? region : 2];
