@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+
 #include "mcu/i2c_bus.h"
 #include "mcu/mcu_device.h"
 #include "tests/support/fake_kernel.h"
@@ -19,6 +22,12 @@ inline std::string joined(const Words& words) {
         text += "'" + word + "' ";
     }
     return text;
+}
+
+/// A file of tests/cli/expected.
+inline std::string expected_text(const char* name) {
+    std::ifstream file(std::string(SV_SOURCE_FOLDER "/tests/cli/expected/") + name);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 /// A command line, the situation of the board, and what must come of them.
