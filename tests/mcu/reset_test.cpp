@@ -25,11 +25,6 @@ Wire unanswered(const std::string& frame, int tries, const std::string& before =
     return wire;
 }
 
-Wire operator+(Wire a, const Wire& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
 }  // namespace
 
 TEST(Reset, TransfersPausesAndDots) {

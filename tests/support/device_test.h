@@ -15,6 +15,11 @@
 using Bytes = std::vector<uint8_t>;
 using Wire = std::vector<std::string>;
 
+inline Wire operator+(Wire a, const Wire& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
 /// Hides the template in gtest's printer of containers.
 inline std::string joined(const Words& words) {
     std::string text;
