@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 // --update and --upd from the command line to the flash.
+#include <malloc.h>
+
 #include <csignal>
+#include <filesystem>
 
 #include "tests/cli/update_fixture.h"
 
@@ -160,4 +163,22 @@ TEST_F(Update, ReadUpdateNeverFailsTheRun) {
                           ")\nmessage = could not open file\n-todo-\n",
                       "info  : update file swid 0123 crc " + crc(0) + " " + crc(1) + "\n",
                       0}});
+}
+
+TEST_F(Update, ManyInOneProcessKeepNeitherMemoryNorDescriptors) {
+    const auto descriptors = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
+    std::ptrdiff_t open = 0;
+    size_t bytes = 0;
+    for (int i = 0; i < 60; ++i) {
+        if (i == 10) {  // warm
+            open = descriptors();
+            bytes = mallinfo2().uordblks;  // always 0 with a sanitizer, which finds leaks by itself
+        }
+        FakeKernel own(board);
+        own.now_us = board.now_us + 60'000'000;
+        board.flash.history.clear();
+        ASSERT_EQ(run_tool_words({"--status", "--update", path}).status, 0) << i;
+    }
+    EXPECT_EQ(descriptors(), open);
+    EXPECT_LE(mallinfo2().uordblks, bytes + 1024);  // the allocator keeps a part of what is freed
 }
