@@ -8,49 +8,7 @@
 
 namespace {
 
-const char kUsage[] = R"(
-Sorvan updater usage:
-sv_updater <commands>+
-
-the following commands are defined:
- --version               read SW and HW version and crc
- --hw-version            get hardware-id in plain format (4-digit HEX)
- --sw-version            get software-id in plain format (4-digit HEX)
- --serial                get serial number in plain format
- --date                  get production date as string
- --probe                 writes '1' to stdout if sorvan MCU is available/live/present, '0' otherwise
- --bom-version           get the BOM version in plain format (3-chars)
- --status                show single-line power status
- --dump                  dump power status
-
- --update <file>         update main program
- --upd    <file>         update main program with immediate reset and without force-update mode
- --reset                 reset MCU (after some preset delay)
-
- --force-update          set force-update mode
- --without-force-update  set force-update mode
- --update-without-enable set update mode
- --update-without-reset  set update mode
- --update-with-reset     set update mode
- --read <file>           read back whole memory to file
- --reset-delay <delay>   set reset delay in seconds (e.g. 1.5)
- --reset-now             reset MCU now (resets preset delay first)
- --erase                 erase inactive region
- --read-update <file>    print info on update file
-
- --set-mode <param>+     set sorvan mode
-    extpriority normal|low|high
-    w1validity normal|ignore
-    teko[12]-pd enabled|disabled
-    teko[12]-pse enabled|disabled
-    led[12] default|gn|rd|or|off
-    xlr-off
-    store
-
- --bus <i2cbus>          set I2C bus number (default 0)
- --addr <i2caddr>        set I2C address (default 0x08)
-)";
-
+const std::string kUsage = expected_text("usage.txt");
 const char kTooFew[] = "error : too few arguments\n";
 
 std::string missing(const std::string& word) {
@@ -66,7 +24,7 @@ std::string unknown(const std::string& word) {
 TEST(CommandLine, WordsAndTheirOutcome) {
     const std::string bus_error = "error : opening bus failed\n";
     std::vector<Outcome> outcomes = {
-        {{}, {}, 255, "", kTooFew + std::string(kUsage), 0},
+        {{}, {}, 255, "", kTooFew + kUsage, 0},
         {{"-h"}, {}, 255, "", kUsage, 0},
         {{"--version", "--help"}, {}, 255, "", kUsage, 0},
         {{"--read", "-?"}, {}, 255, "", kUsage, 0},

@@ -11,11 +11,6 @@ Wire send(const std::string& param, const std::string& code) {
     return {"W 08 0c: " + param, "W 08 0e: " + code, "R 08 0e 1"};
 }
 
-Wire operator+(Wire a, const Wire& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
 }  // namespace
 
 TEST(SetMode, EveryParameterAndAliasOnTheWire) {

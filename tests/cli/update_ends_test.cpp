@@ -36,6 +36,44 @@ struct Stage {
     }
 };
 
+void install_running(Stage& s) {
+    s.install_new(0);
+}
+void enable_both(Stage& s) {
+    s.install_new(0);
+    s.enable(true, true);
+}
+void enable_other(Stage& s) {
+    s.install_new(0);
+    s.enable(false, true);
+}
+void reboot_only(Stage& s) {
+    s.reboot_only(true);
+}
+void slow_update(Stage& s) {
+    s.file.fill_all_pages();
+    s.bytes = s.file.bytes();
+    s.kernel.bit_ns = 2'500;
+}
+void hang_up(Stage& s) {
+    s.board.on_transfer = [&board = s.board](const sim::Transfer&) {
+        if (board.flash.regions[1].swid != 0x00FF) {  // from the erase on
+            std::raise(SIGHUP);
+            std::raise(SIGPIPE);
+        }
+    };
+}
+void one_region(Stage& s) {
+    s.file = UpdateFileBytes{};
+    s.file.fill_page(0);
+    s.bytes = s.file.bytes();
+}
+void disabled_after_torn_erase(Stage& s) {
+    s.install_new(0);
+    s.enable(false, false);
+    s.board.flash.tear_erase(7);
+}
+
 struct Case {
     const char* row;
     Words words;
@@ -67,13 +105,13 @@ const std::vector<Case> kCases = {
     {"E4", kForce, {"fail@read-versionx*", "hang@read-flash-statusx*"}},
     {"E5", kForce, {"hwid=4", "hwid=0"}},
     {"E6", kForce, {"reported_region_size=0x10000", "reported_page_size=0x100"}},
-    {"E7", {"--upd", "FILE"}, {""}, [](Stage& s) { s.install_new(0); }},
-    {"E8", kCalmNoReset, {""}, [](Stage& s) { s.install_new(0); }},
-    {"E9", kCalm, {""}, [](Stage& s) { s.install_new(0), s.enable(true, true); }},
-    {"E10", kCalm, {""}, [](Stage& s) { s.install_new(0), s.enable(false, true); }},
-    {"E11", kCalm, {""}, [](Stage& s) { s.reboot_only(true); }},
+    {"E7", {"--upd", "FILE"}, {""}, install_running},
+    {"E8", kCalmNoReset, {""}, install_running},
+    {"E9", kCalm, {""}, enable_both},
+    {"E10", kCalm, {""}, enable_other},
+    {"E11", kCalm, {""}, reboot_only},
     {"E12", kCalm, {""}, [](Stage& s) { s.reboot_only(false); }},
-    {"E13", kCalmNoReset, {""}, [](Stage& s) { s.reboot_only(true); }},
+    {"E13", kCalmNoReset, {""}, reboot_only},
     {"E14", kForce, {"fail@erasex*", "hang@erasex*", "restart@erase"}},
     {"E15", kForce, {"lost@erasex*"}},
     {"E16", kForce, {"fail@commit/257x*", "nack@segment/257x*"}},
@@ -85,14 +123,7 @@ const std::vector<Case> kCases = {
     {"E22", kForce, {"lost@disablex*"}},
     {"E23", kForce, {"lost@disable fail@commit/257#2x*"}},
     {"E23", kTwice, {"fail@commit/257#2x*"}},
-    {"E24",
-     {"--update", "FILE", "--update", "FILE"},
-     {""},
-     [](Stage& s) {
-         s.file.fill_all_pages();
-         s.bytes = s.file.bytes();
-         s.kernel.bit_ns = 2'500;
-     }},
+    {"E24", {"--update", "FILE", "--update", "FILE"}, {""}, slow_update},
     {"E24", kForce, {"lost@disable restart@segment/257#17"}},  // on its second way
     {"E25", kForce, {"restart@disable"}},
     {"E26", kForce, {"boot_ms=0 restart@disable"}},
@@ -110,25 +141,8 @@ const std::vector<Case> kCases = {
     {"E36", kForce, {"fail@erase#1x2 fail@commit/257x4", "restart@segment/257"}},
     {"E37", kForce, {"lost@disable", "slow=5002@disable"}},
     {"E37", kTwice, {""}},
-    {"E38",
-     kForce,
-     {""},
-     [](Stage& s) {
-         s.board.on_transfer = [&board = s.board](const sim::Transfer&) {
-             if (board.flash.regions[1].swid != 0x00FF) {  // from the erase on
-                 std::raise(SIGHUP);
-                 std::raise(SIGPIPE);
-             }
-         };
-     }},
-    {"E39",
-     kForce,
-     {""},
-     [](Stage& s) {
-         s.file = UpdateFileBytes{};
-         s.file.fill_page(0);
-         s.bytes = s.file.bytes();
-     }},
+    {"E38", kForce, {""}, hang_up},
+    {"E39", kForce, {""}, one_region},
     {"E40", {"--update", "FILE", "--nonsense"}, {""}},
     {"E41", kForce, {"kill@any-command#30"}},
     {"E42", kForce, {"tear=7@erase kill@erase"}},
@@ -138,14 +152,8 @@ const std::vector<Case> kCases = {
     {"E46", kForce, {"kill@disable"}},
     {"E47", kForce, {"kill@reset-delayed"}},
     {"E48", kTwice, {"kill@commit/256#2"}},
-    {"E49",
-     {"--upd", "FILE"},
-     {""},
-     [](Stage& s) {
-         s.install_new(0), s.enable(false, false);
-         s.board.flash.tear_erase(7);
-     }},
-    {"E50", kCalm, {"skip@reset-delayed", "dead@reset-delayed"}, [](Stage& s) { s.reboot_only(true); }},
+    {"E49", {"--upd", "FILE"}, {""}, disabled_after_torn_erase},
+    {"E50", kCalm, {"skip@reset-delayed", "dead@reset-delayed"}, reboot_only},
     {"E51", kTwice, {"fail@erase#2x*"}},
     {"E52", kTwice, {"fail@enable#2x*"}}};
 

@@ -16,8 +16,8 @@ struct Trouble {
     const char* text;    ///< a part of what the row says
     const char* advice;  ///< the command; "": none
     const char* situation = "";
+    const char* options = "";
     void (*set)(FakeKernel& kernel) = [](FakeKernel&) {};
-    Words options = {};
 };
 
 void no_node(FakeKernel& kernel) {
@@ -46,7 +46,6 @@ void bus_1(FakeKernel& kernel) {
 void held(FakeKernel& kernel) {
     kernel.files = {{"/sys/bus/i2c/devices/0-0008/uevent", "DRIVER=at24\nMODALIAS=i2c:24c02\n"}};
 }
-void as_usual(FakeKernel& /*kernel*/) {}
 
 constexpr const char* kAgain = "sv_ctl doctor --bus 0 --addr 0x08";
 constexpr const char* kVersion = "sv_updater --bus 0 --addr 0x08 --version";
@@ -57,50 +56,36 @@ const Trouble kTroubles[] = {
     {"", "", "", "", "source=0 teko1_connected=0 poe=0"},
     {"", "", "", "", "nack@read-versionx2"},
     {"", "", "", "", "fail@read-flash-statusx2"},
-    {"", "", "", "", "mcu_address=0x20", as_usual, {"--addr", "0x20"}},
+    {"", "", "", "", "mcu_address=0x20", "--addr 0x20"},
     {"node", "no-bus", "No such file or directory; buses of this host: 1 (a), 4 (b)",
-     "sv_ctl doctor --bus 1 --addr 0x08", "", other_nodes},
-    {"node", "no-bus", "buses of this host: 0 (a)", "sudo modprobe i2c-dev", "", no_module},
-    {"node", "no-bus", "buses of this host: none", "sudo modprobe i2c-dev", "", no_node},
+     "sv_ctl doctor --bus 1 --addr 0x08", "", "", other_nodes},
+    {"node", "no-bus", "buses of this host: 0 (a)", "sudo modprobe i2c-dev", "", "", no_module},
+    {"node", "no-bus", "buses of this host: none", "sudo modprobe i2c-dev", "", "", no_node},
     {"rights", "no-permission", "Permission denied; members of the group i2c may",
-     "sudo sv_ctl doctor --bus 0 --addr 0x08", "", no_rights},
-    {"adapter", "bad-adapter", "cannot send I2C messages", "i2cdetect -F 0", "", smbus_only},
-    {"adapter", "stuck-bus", "timed out", kAgain, "mcu=off", stuck},
+     "sudo sv_ctl doctor --bus 0 --addr 0x08", "", "", no_rights},
+    {"adapter", "bad-adapter", "cannot send I2C messages", "i2cdetect -F 0", "", "", smbus_only},
+    {"adapter", "stuck-bus", "timed out", kAgain, "mcu=off", "", stuck},
     {"address", "no-answer", "nothing answers at address 0x08 of /dev/i2c-0: No such device", kAgain, "mcu=off"},
     {"address", "no-answer", "nothing answers", kAgain, "dead@5"},
-    {"address", "no-answer", "nothing answers at address 0x08", "sv_ctl doctor --bus 1 --addr 0x08", "mcu=off", bus_1},
-    {"address",
-     "wrong-address",
-     "nothing answers at address 0x21 of /dev/i2c-0; the MCU is at 0x08",
-     kAgain,
-     "",
-     as_usual,
-     {"--addr", "0x21"}},
-    {"address", "wrong-address", "another device answers at address 0x09", kAgain, "", as_usual, {"--addr", "9"}},
+    {"address", "no-answer", "nothing answers at address 0x08", "sv_ctl doctor --bus 1 --addr 0x08", "mcu=off", "",
+     bus_1},
+    {"address", "wrong-address", "nothing answers at address 0x21 of /dev/i2c-0; the MCU is at 0x08", kAgain, "",
+     "--addr 0x21"},
+    {"address", "wrong-address", "another device answers at address 0x09", kAgain, "", "--addr 9"},
     {"address", "held-address", "the kernel driver at24 holds address 0x08",
-     "sudo sh -c 'echo 0-0008 >/sys/bus/i2c/devices/0-0008/driver/unbind'", "", held},
+     "sudo sh -c 'echo 0-0008 >/sys/bus/i2c/devices/0-0008/driver/unbind'", "", "", held},
     {"frame", "busy-mcu", "does not finish an identity frame: could not read version (read poll error",
      "sudo fuser --verbose /dev/i2c-0", "hang@read-versionx*"},
     {"frame", "busy-mcu", "could not read status (read poll error", "sudo fuser --verbose /dev/i2c-0",
      "fail@read-flash-statusx*"},
-    {"frame", "busy-mcu", "address 0x09", "sudo fuser --verbose /dev/i2c-0", "mcu=off", as_usual, {"--addr", "9"}},
+    {"frame", "busy-mcu", "address 0x09", "sudo fuser --verbose /dev/i2c-0", "mcu=off", "--addr 9"},
     {"frame", "wrong-hardware", "unknown HWID (id 0009)", kVersion, "hwid=9"},
     {"frame", "wrong-hardware", "invalid page size", kVersion, "reported_page_size=256"},
     {"frame", "wrong-hardware", "invalid region size", kVersion, "reported_region_size=65536"},
-    {"frame",
-     "wrong-hardware",
-     "checksum of the identity is wrong",
-     "sv_updater --bus 0 --addr 0x20 --version",
-     "mcu_address=0x20 version_crc_good=off",
-     as_usual,
-     {"--addr", "0x20"}},
-    {"power",
-     "no-power",
-     "no source feeds the board",
-     "sv_ctl status --bus 0 --addr 0x08 --lock 'doctor'\\''s lock'",
-     kNoPower,
-     as_usual,
-     {"--lock", "doctor's lock"}},
+    {"frame", "wrong-hardware", "checksum of the identity is wrong", "sv_updater --bus 0 --addr 0x20 --version",
+     "mcu_address=0x20 version_crc_good=off", "--addr 0x20"},
+    {"power", "no-power", "no source feeds the board", "sv_ctl status --bus 0 --addr 0x08 --lock 'doctor'\\''s-lock'",
+     kNoPower, "--lock doctor's-lock"},
     {"power", "no-answer", "does not report its power state", "sv_ctl status --bus 0 --addr 0x08", "nack@reg-00x*"},
 };
 
@@ -118,8 +103,7 @@ TEST(Doctor, EachTroubleFailsItsRow) {
         set_up(board, split(trouble.situation));
         FakeKernel kernel(board);
         trouble.set(kernel);
-        Words words = trouble.options;
-        words.insert(words.begin(), "doctor");
+        Words words = split(std::string("doctor ") + trouble.options);
         const ToolRun run = run_ctl_words(words);
         EXPECT_EQ(run.status, healthy ? 0 : 4) << run.err;
         EXPECT_EQ(run.err, "");
@@ -140,7 +124,7 @@ TEST(Doctor, EachTroubleFailsItsRow) {
         words.push_back("--json");
         const ToolRun json = run_ctl_words(words);
         EXPECT_EQ(json.status, run.status);
-        unlink("doctor's lock");
+        unlink("doctor's-lock");
         const std::string reason = healthy ? "null" : '"' + std::string(trouble.reason) + '"';
         EXPECT_NE(json.out.find("\"reason\":" + reason + ","), std::string::npos) << json.out;
     }

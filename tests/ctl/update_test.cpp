@@ -141,6 +141,7 @@ const Case kCases[] = {
     {"disabled, and never says so", "lost@disablex*", "", 0, "null", "former", "unknown", 2, older_beside},
     {"the old one disabled, a restart before the disable", "restart@reg-0f#3 boot_ms=0", "", 0, "null", "blank",
      "unknown", 0, old_disabled},
+    {"the enable is lost", "skip@enablex*", "", 6, "enable-failed", "blank", "null", 0},
     {"the enable is refused", "fail@enablex*", "", 6, "enable-failed", "blank", "null", 0},
     {"no MCU", "mcu=off", "", 4, "no-answer", "null", "null", 0},
     {"an MCU that is never done", "hang@read-versionx*", "", 4, "busy-mcu", "null", "null", 0},

@@ -103,71 +103,27 @@ TEST(Names, OneWireStatusCodes) {
     }
 }
 
+void expect_names(const char* (*name_of)(uint8_t), const std::string& names) {
+    uint8_t code = 0;
+    for (const std::string& name : split(names)) {
+        EXPECT_EQ(name_of(code), name) << static_cast<int>(code);
+        ++code;
+    }
+}
+
 TEST(Names, StatesCountFromOne) {
-    const char* pd[] = {"unknown",
-                        "init",
-                        "sense_veth",
-                        "wait_rdet",
-                        "set_rdet",
-                        "wait_for_signature",
-                        "wait_for_sig_falling",
-                        "wait_for_sig_halfbit",
-                        "read_signature",
-                        "wait_sig_bittime",
-                        "wait_for_imp_meas",
-                        "impedance_meas",
-                        "wait_for_imp_remeas",
-                        "wait_for_nevent",
-                        "nevent_startbits",
-                        "nevent_wait_half_bittime",
-                        "nevent_readbit",
-                        "nevent_wait_bittime",
-                        "nevent_stopbits",
-                        "nevent_finished",
-                        "power_ack_debug",
-                        "power_accepted",
-                        "wait_for_power",
-                        "wait_psw_delay",
-                        "wait_psw_stabilize",
-                        "sequence_finished",
-                        "low_power_finished",
-                        "unknown"};
-    for (uint8_t state = 0; state < std::size(pd); ++state) {
-        EXPECT_STREQ(pd_state_name(state), pd[state]);
-    }
-    const char* pse[] = {"unknown",
-                         "restart_delay",
-                         "init",
-                         "check_precondition",
-                         "check_vquiet",
-                         "enable_10v",
-                         "wait_settling_time_10v",
-                         "meas_rdet",
-                         "trigger_end_of_det",
-                         "wait_for_send_sig",
-                         "send_sig",
-                         "sig_wait_bit_time",
-                         "wait_for_imp_meas",
-                         "wait_abort_time",
-                         "trigger_for_imp_meas",
-                         "delay_for_imp_meas",
-                         "imp_meas",
-                         "check_if_short_is_released",
-                         "calculate_nevent_frame",
-                         "wait_for_imp_remeas",
-                         "wait_recover_time",
-                         "nevent_sync_to_startbit",
-                         "nevent_wait_startbit_time",
-                         "nevent_send_bit",
-                         "nevent_wait_bit_time",
-                         "nevent_send_stopbits",
-                         "nevent_power_nak",
-                         "nevent_finished",
-                         "wait_for_enable_powersw",
-                         "enable_powersw",
-                         "unknown"};
-    for (uint8_t state = 0; state < std::size(pse); ++state) {
-        EXPECT_STREQ(pse_state_name(state), pse[state]);
-    }
+    expect_names(pd_state_name,
+                 "unknown init sense_veth wait_rdet set_rdet wait_for_signature wait_for_sig_falling "
+                 "wait_for_sig_halfbit read_signature wait_sig_bittime wait_for_imp_meas impedance_meas "
+                 "wait_for_imp_remeas wait_for_nevent nevent_startbits nevent_wait_half_bittime nevent_readbit "
+                 "nevent_wait_bittime nevent_stopbits nevent_finished power_ack_debug power_accepted wait_for_power "
+                 "wait_psw_delay wait_psw_stabilize sequence_finished low_power_finished unknown");
+    expect_names(pse_state_name,
+                 "unknown restart_delay init check_precondition check_vquiet enable_10v wait_settling_time_10v "
+                 "meas_rdet trigger_end_of_det wait_for_send_sig send_sig sig_wait_bit_time wait_for_imp_meas "
+                 "wait_abort_time trigger_for_imp_meas delay_for_imp_meas imp_meas check_if_short_is_released "
+                 "calculate_nevent_frame wait_for_imp_remeas wait_recover_time nevent_sync_to_startbit "
+                 "nevent_wait_startbit_time nevent_send_bit nevent_wait_bit_time nevent_send_stopbits nevent_power_nak "
+                 "nevent_finished wait_for_enable_powersw enable_powersw unknown");
     EXPECT_STREQ(pse_state_name(255), "unknown");
 }

@@ -25,11 +25,6 @@ Wire unanswered(const std::string& frame, int tries, const std::string& before =
     return wire;
 }
 
-Wire operator+(Wire a, const Wire& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
 }  // namespace
 
 TEST(Reset, TransfersPausesAndDots) {
@@ -39,41 +34,29 @@ TEST(Reset, TransfersPausesAndDots) {
     const Wire reachable = {"W 08 a5: 42"};
     const Wire line_end = {"out \n"};
     const struct {
-        Words situation;
+        const char* situation;
         uint8_t delay;  // tenths of a second
         bool sync;
         const char* report;
         Wire wire;
-    } cases[] = {{{}, 50, false, "MCU will reset in 5.0s", settle + Wire{kRequest} + poll},
-                 {{}, 0, false, "MCU will reset now", settle + Wire{delayed("00", "ff")} + poll},
-                 {{}, 255, false, "MCU will reset in 25.5s", settle + Wire{delayed("ff", "00")} + poll},
-                 {{}, 1, false, "MCU will reset in 0.1s", settle + Wire{delayed("01", "fe")} + poll},
-                 {{"nack@1x2"},
-                  50,
-                  false,
-                  "MCU will reset in 5.0s",
+    } cases[] = {{"", 50, false, "MCU will reset in 5.0s", settle + Wire{kRequest} + poll},
+                 {"", 0, false, "MCU will reset now", settle + Wire{delayed("00", "ff")} + poll},
+                 {"", 255, false, "MCU will reset in 25.5s", settle + Wire{delayed("ff", "00")} + poll},
+                 {"", 1, false, "MCU will reset in 0.1s", settle + Wire{delayed("01", "fe")} + poll},
+                 {"nack@1x2", 50, false, "MCU will reset in 5.0s",
                   settle + unanswered(kRequest, 2) + Wire{kRequest} + poll + line_end},
                  // A refusal is not repeated.
-                 {{"nack@1", "fail=0x80@reset-delayedx2"},
-                  50,
-                  false,
-                  "MCU has been reset (80)",
+                 {"nack@1 fail=0x80@reset-delayedx2", 50, false, "MCU has been reset (80)",
                   settle + unanswered(kRequest, 1) + Wire{kRequest} + poll + reachable + reset_now + line_end},
-                 {{}, 255, true, "MCU has been reset (ff)", settle + reachable + reset_now},
-                 {{"nack@1x2"},
-                  255,
-                  true,
-                  "MCU has been reset (ff)",
+                 {"", 255, true, "MCU has been reset (ff)", settle + reachable + reset_now},
+                 {"nack@1x2", 255, true, "MCU has been reset (ff)",
                   settle + unanswered("W 08 a5: 42", 2) + reachable + reset_now + line_end},
-                 {{"mcu=0"},
-                  50,
-                  false,
-                  "MCU could not be reached within 4.0s - but it may has been reset (00)",
+                 {"mcu=0", 50, false, "MCU could not be reached within 4.0s - but it may has been reset (00)",
                   settle + unanswered(kRequest, 30) + unanswered("W 08 a5: 42", 10, "\n") + reset_now + line_end}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(joined(c.situation) + c.report);
+        SCOPED_TRACE(std::string(c.situation) + c.report);
         sim::Board board;
-        set_up(board, c.situation);
+        set_up(board, split(c.situation));
         FakeKernel kernel(board);
         kernel.keep_order = true;
         I2cBus bus;

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+
 #include "mcu/i2c_bus.h"
 #include "mcu/mcu_device.h"
 #include "tests/support/fake_kernel.h"
@@ -12,6 +15,11 @@
 using Bytes = std::vector<uint8_t>;
 using Wire = std::vector<std::string>;
 
+inline Wire operator+(Wire a, const Wire& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
 /// Hides the template in gtest's printer of containers.
 inline std::string joined(const Words& words) {
     std::string text;
@@ -19,6 +27,12 @@ inline std::string joined(const Words& words) {
         text += "'" + word + "' ";
     }
     return text;
+}
+
+/// A file of tests/cli/expected.
+inline std::string expected_text(const char* name) {
+    std::ifstream file(std::string(SV_SOURCE_FOLDER "/tests/cli/expected/") + name);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 /// A command line, the situation of the board, and what must come of them.

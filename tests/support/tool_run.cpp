@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
+#include <memory>
 #include <sstream>
 
 #include "cli/commands.h"
@@ -27,36 +28,39 @@ ssize_t write_output(void* cookie, const char* bytes, size_t count) {
     return write_text(cookie, bytes, count);
 }
 
+/// Swaps a standard stream for memory while it lives.
+class Captured {
+public:
+    Captured(std::FILE*& standard, cookie_write_function_t* write) : standard_(standard), replaced_(standard) {
+        standard = fopencookie(&text_, "w", {nullptr, write, nullptr, nullptr});
+        std::setvbuf(standard, buffer_.get(), _IOFBF, kBufferSize);
+    }
+    ~Captured() {
+        std::fclose(standard_);
+        standard_ = replaced_;
+    }
+    Captured(const Captured&) = delete;
+    Captured& operator=(const Captured&) = delete;
+
+    const std::string& text() const {
+        std::fflush(standard_);
+        return text_;
+    }
+
+private:
+    std::FILE*& standard_;
+    std::FILE* replaced_;
+    std::unique_ptr<char[]> buffer_{new char[kBufferSize]};  // not cleared: that would take longer than most runs
+    std::string text_;
+};
+
 }  // namespace
 
-void OutputCapture::replace(std::FILE*& standard, Stream& stream, bool is_output) {
-    stream.file = fopencookie(&stream.text, "w", {nullptr, is_output ? write_output : write_text, nullptr, nullptr});
-    stream.buffer.reset(new char[kBufferSize]);  // not cleared: that would take longer than most runs
-    std::setvbuf(stream.file, stream.buffer.get(), _IOFBF, kBufferSize);
-    stream.replaced = standard;
-    standard = stream.file;
-}
-
-OutputCapture::OutputCapture() {
-    replace(stdout, out_, true);
-    replace(stderr, err_, false);
-}
-
-OutputCapture::~OutputCapture() {
-    stdout = out_.replaced;
-    stderr = err_.replaced;
-    std::fclose(out_.file);
-    std::fclose(err_.file);
-}
-
-std::string OutputCapture::out() {
-    std::fflush(out_.file);
-    return out_.text;
-}
-
-std::string OutputCapture::err() {
-    std::fflush(err_.file);
-    return err_.text;
+ToolRun capture(const std::function<int()>& body) {
+    const Captured out(stdout, write_output);
+    const Captured err(stderr, write_text);
+    const int status = body();
+    return {status, out.text(), err.text()};
 }
 
 ToolRun run_tool_words(Words words) {

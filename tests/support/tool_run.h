@@ -2,7 +2,7 @@
 // Whole command lines of the tool inside a test.
 #pragma once
 
-#include <memory>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -16,38 +16,8 @@ struct ToolRun {
     std::string err;
 };
 
-/// Swaps standard output and standard error for memory while it lives.
-class OutputCapture {
-public:
-    OutputCapture();
-    ~OutputCapture();
-    OutputCapture(const OutputCapture&) = delete;
-    OutputCapture& operator=(const OutputCapture&) = delete;
-
-    std::string out();
-    std::string err();
-
-private:
-    struct Stream {
-        std::string text;
-        std::unique_ptr<char[]> buffer;
-        std::FILE* file = nullptr;
-        std::FILE* replaced = nullptr;
-    };
-
-    static void replace(std::FILE*& standard, Stream& stream, bool is_output);
-
-    Stream out_;
-    Stream err_;
-};
-
 /// What the tool's own code prints while `body` runs. The body returns the status.
-template <typename Body>
-ToolRun capture(Body body) {
-    OutputCapture streams;
-    const int status = body();
-    return {status, streams.out(), streams.err()};
-}
+ToolRun capture(const std::function<int()>& body);
 
 /// Runs "sv_updater WORDS…". REQUIRES: a FakeKernel lives.
 ToolRun run_tool_words(Words words);

@@ -10,6 +10,10 @@ NOBODY = 65534
 TARGETS = {"lock": "lock", "backup": "flash.bin", "file": "new.svu", "metrics": "sorvan.prom", "temporary": "any"}
 
 
+def remove(path):
+    os.rmdir(path) if os.path.isdir(path) and not os.path.islink(path) else os.unlink(path)
+
+
 def plant(chance, folder, name, contents):
     """Something of the neighbour's own under this name, or a lock on what stands there."""
     new = f"{folder}/mine{chance.random()}"
@@ -25,7 +29,7 @@ def plant(chance, folder, name, contents):
         with open(os.open(path, os.O_WRONLY | os.O_NONBLOCK), "wb") as file:
             file.write(chance.choice(contents))
     elif action == "remove":
-        os.rmdir(path) if os.path.isdir(path) and not os.path.islink(path) else os.unlink(path)
+        remove(path)
     else:
         makers[action]()
         if os.path.isdir(path) and not os.path.islink(path):
@@ -37,7 +41,7 @@ def plant(chance, folder, name, contents):
                     fcntl.flock(held, fcntl.LOCK_EX | fcntl.LOCK_NB)
                     time.sleep(chance.uniform(0, 0.1))
         except OSError:
-            os.rmdir(new) if action == "folder" else os.unlink(new)
+            remove(new)
 
 
 def be_neighbour(seed, folder, kind, contents, log):

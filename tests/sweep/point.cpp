@@ -27,10 +27,9 @@ void add_faults(sim::Board& board, const Point& point) {
 }
 
 void run_again(sim::Board& board, Judge& judge, const Setup& setup) {
-    Setup plain;
-    plain.pages = setup.pages;
     judge.begin_run();
-    judge.end_undisturbed_run(run_update(board, {}, setup.pages), counts(plain).transfers);
+    judge.end_undisturbed_run(run_update(board, {}, setup.pages),
+                              counts(parse_setup("pages=" + setup.pages)).transfers);
 }
 
 void cut_power(sim::Board& board) {

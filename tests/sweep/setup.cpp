@@ -5,7 +5,6 @@
 #include <iterator>
 #include <map>
 #include <stdexcept>
-#include <tuple>
 
 #include "mcu/flash_geometry.h"
 #include "tests/support/tool_run.h"
@@ -71,6 +70,7 @@ UpdateFileBytes make_file(const std::string& pages) {
 
 Setup parse_setup(const std::string& text) {
     Setup setup;
+    setup.text = text;
     for (const std::string& word : split(text)) {
         const std::string value = word.substr(word.find('=') + 1);
         if (word == "sv_ctl") {
@@ -114,17 +114,13 @@ const Material& material(const std::string& pages) {
 }
 
 const Counts& counts(const Setup& setup) {
-    static std::map<std::tuple<std::string, Start, std::vector<std::string>, bool, int, std::string>, Counts> all;
-    const auto [entry, is_new] =
-        all.try_emplace({setup.pages, setup.start, setup.flags, setup.ctl, setup.state, setup.boot_choice});
+    static std::map<std::string, Counts> all;
+    const auto [entry, is_new] = all.try_emplace(setup.text);
     Counts& counts = entry->second;
     if (!is_new) {
         return counts;
     }
-    Setup usual;
-    usual.pages = setup.pages;
-    usual.start = setup.start;
-    const auto board = make_board(setup.ctl ? setup : usual);
+    const auto board = make_board(setup);
     board->on_transfer = [&](const sim::Transfer& transfer) {
         ++counts.transfers;
         if (transfer.messages.size() == 1 && sim::command_of(transfer.messages[0].bytes)) {

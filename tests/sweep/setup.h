@@ -21,6 +21,7 @@ enum class Start {
 };
 
 struct Setup {
+    std::string text;  ///< what parse_setup made it from
     int running = 0;
     /// Marked in the file: "all" 255 of both regions and some that are never programmed, the first "three", every
     /// "eighth", the first and the last ("edges"), or "none". Two more for reached_states(): "other" marks the first,
@@ -55,7 +56,7 @@ struct Material {
 /// Made at the first call with these pages.
 const Material& material(const std::string& pages);
 
-/// Of an update in this setup. For sv_updater only pages, start and flags make a difference.
+/// Of an update in this setup.
 const Counts& counts(const Setup& setup);
 
 /// What a region holds before the update.

@@ -13,32 +13,24 @@ namespace sweep {
 namespace {
 
 /// Interrupted after each of their steps, and also tried with a fault at each step.
-const std::vector<Words> kForms = {{"--update", "three"}, {"--update", "other"}, {"--update", "zero"}, {"--reset"}};
+const char* const kForms[] = {"--update three", "--update other", "--update zero", "--reset"};
 
 /// Interrupted after each of their steps.
-const std::vector<Words> kFurtherForms = {
-    {"--upd", "three"},
-    {"--upd", "other"},
-    {"--erase"},
-    {"--update-without-reset", "--update", "three"},
-    {"--update-without-disable", "--update", "three"},
-    {"--update-without-disable", "--update", "other"},
-    {"--update-without-disable", "--update", "zero"},
-    {"--update-without-reset", "--update-without-disable", "--update", "three"},
-    {"--update-without-reset", "--upd", "three"},
-    {"--reset-now-sync"},
+const char* const kFurtherForms[] = {
+    "--upd three",
+    "--upd other",
+    "--erase",
+    "--update-without-reset --update three",
+    "--update-without-disable --update three",
+    "--update-without-disable --update other",
+    "--update-without-disable --update zero",
+    "--update-without-reset --update-without-disable --update three",
+    "--update-without-reset --upd three",
+    "--reset-now-sync",
 };
 
 /// Two programs at once: the second one begins, and may be killed, inside the first.
-const Words kAtOnce[] = {{"--update", "three"}, {"--update", "other"}};
-
-std::string join(const Words& words) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : " ") + word;
-    }
-    return text;
-}
+const char* const kAtOnce[] = {"--update three", "--update other"};
 
 std::string running_text(const std::string& state) {
     const size_t open = state.find('[');
@@ -104,10 +96,10 @@ public:
             const bool pending = board.mcu.state().reset_due_us.has_value();
             // What the other region held matters only up to the erase.
             const bool new_running = running_.insert(running_text(found_.states[i].text)).second;
-            for (const Words& form : kForms) {
+            for (const char* form : kForms) {
                 apply(i, form, pending ? Faults::kNone : new_running ? Faults::kAll : Faults::kAtFirstStep);
             }
-            for (const Words& form : kFurtherForms) {
+            for (const char* form : kFurtherForms) {
                 apply(i, form, Faults::kNone);
             }
             for (size_t pair = 0; new_running && pair < 4; ++pair) {
@@ -153,7 +145,7 @@ private:
 
     /// The form undisturbed, then with each fault at its steps. A fault after which a further attempt begins anew (a
     /// lost answer, a refusal) is left out: it does what a kill and a new process do.
-    void apply(size_t state, const Words& form, Faults faults) {
+    void apply(size_t state, const std::string& form, Faults faults) {
         std::vector<uint64_t> steps;
         try_form(state, form, "", &steps);
         for (size_t i = 0; i < steps.size() && faults != Faults::kNone; ++i) {
@@ -166,8 +158,8 @@ private:
         }
     }
 
-    void try_form(size_t state, const Words& form, const std::string& fault, std::vector<uint64_t>* steps) {
-        const std::string way = found_.states[state].way + "; " + join(form) + (fault.empty() ? "" : " with " + fault);
+    void try_form(size_t state, const std::string& form, const std::string& fault, std::vector<uint64_t>* steps) {
+        const std::string way = found_.states[state].way + "; " + form + (fault.empty() ? "" : " with " + fault);
         for (const char* choice : {"0", "1"}) {
             const auto board = begin(state, choice);
             if (!fault.empty()) {
@@ -197,7 +189,7 @@ private:
     }
 
     /// `second` runs inside `first`, after each of its steps, to its end or killed after each of its own steps.
-    void apply_at_once(size_t state, const Words& first, const Words& second) {
+    void apply_at_once(size_t state, const std::string& first, const std::string& second) {
         int last_outer = 1;
         for (int outer = 1; outer <= last_outer; ++outer) {
             int last_inner = 1;
@@ -207,10 +199,10 @@ private:
         }
     }
 
-    void try_at_once(size_t state, const Words& first, const Words& second, int outer, int inner, int& last_outer,
-                     int& last_inner) {
-        const std::string way = found_.states[state].way + "; " + join(first) + " and, after its step " +
-                                std::to_string(outer) + ", " + join(second) + " killed after its step " +
+    void try_at_once(size_t state, const std::string& first, const std::string& second, int outer, int inner,
+                     int& last_outer, int& last_inner) {
+        const std::string way = found_.states[state].way + "; " + first + " and, after its step " +
+                                std::to_string(outer) + ", " + second + " killed after its step " +
                                 std::to_string(inner);
         const auto board = begin(state, "0");
         int steps[2] = {};
@@ -244,11 +236,9 @@ private:
         return board;
     }
 
-    void run(sim::Board& board, const Words& words) {
+    void run(sim::Board& board, const std::string& form) {
         ++found_.runs;
-        Words all = words;
-        all.insert(all.begin(), "sv_updater");
-        run_words(board, std::move(all));
+        run_words(board, split("sv_updater " + form));
     }
 
     ReachedStates& found_;

@@ -14,15 +14,15 @@ class FlashRegion : public DeviceTest {};
 TEST_F(FlashRegion, PageGoesOutAsSegmentsAndACommit) {
     Bytes data(512);
     std::iota(data.begin(), data.end(), uint8_t{0});
-    ASSERT_TRUE(write_page(device, 0x101, data.data(), 512)) << last_error();
+    ASSERT_TRUE(write_page(device, 0x1A2, data.data(), 512)) << last_error();
     ASSERT_EQ(kernel.wire.size(), 34U);
     EXPECT_EQ(
         kernel.wire[30],
         "W 08 80: e0 e1 e2 e3 e4 e5 e6 e7 e8 e9 ea eb ec ed ee ef f0 f1 f2 f3 f4 f5 f6 f7 f8 f9 fa fb fc fd fe ff "
-        "01 01 0f 00 00 42 40");
+        "a2 01 0f 00 00 42 40");
     // CRC-16/MODBUS of the bytes 00 to ff, twice, is 0xFD70.
-    EXPECT_EQ(kernel.wire[32], "W 08 a0: 01 01 00 70 fd 42 41");
-    EXPECT_TRUE(std::equal(data.begin(), data.end(), board.flash.memory().begin() + 0x20200));
+    EXPECT_EQ(kernel.wire[32], "W 08 a0: a2 01 00 70 fd 42 41");
+    EXPECT_TRUE(std::equal(data.begin(), data.end(), board.flash.memory().begin() + 0x34400));
     EXPECT_EQ(board.violations, Words{});
 }
 

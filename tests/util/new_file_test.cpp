@@ -164,13 +164,10 @@ TEST_F(NewFileTest, PathsThatLeadNowhere) {
 // A limit of the file size is like a full disk: a short write, then an error.
 TEST_F(NewFileTest, NothingIsLeftOfAFileThatCouldNotBeWritten) {
     plant(target, "old");
-    struct sigaction before {};
-    struct sigaction ignore {};
-    ignore.sa_handler = SIG_IGN;
+    const auto before = std::signal(SIGXFSZ, SIG_IGN);
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);
     const rlimit small = {1000, limit.rlim_max};
-    sigaction(SIGXFSZ, &ignore, &before);
     {
         NewFile file;
         EXPECT_TRUE(file.create(target.c_str(), Existing::kReplaced));
@@ -185,25 +182,21 @@ TEST_F(NewFileTest, NothingIsLeftOfAFileThatCouldNotBeWritten) {
         errno = 0;
     }
     EXPECT_EQ(errno, 0);
-    sigaction(SIGXFSZ, &before, nullptr);
+    std::signal(SIGXFSZ, before);
     EXPECT_EQ(files(), 2U);
     EXPECT_EQ(content(target), "old");
 }
 
-TEST_F(NewFileTest, TheUmaskDecidesWhoMayReadIt) {
-    const mode_t before = umask(027);
-    EXPECT_EQ(save(Existing::kKept), 0);
-    umask(before);
-    EXPECT_EQ(fs::status(target).permissions(), fs::perms(0640));
-}
-
-TEST_F(NewFileTest, ANameInTheWorkingFolder) {
+TEST_F(NewFileTest, ANameInTheWorkingFolderAndTheUmaskDecidesWhoMayReadIt) {
     const fs::path before = fs::current_path();
     fs::current_path(folder);
     target = "target";
+    const mode_t mask = umask(027);
     EXPECT_EQ(save(Existing::kKept), 0);
+    umask(mask);
     fs::current_path(before);
     EXPECT_EQ(content(folder / "target"), "new");
+    EXPECT_EQ(fs::status(folder / "target").permissions(), fs::perms(0640));
 }
 
 }  // namespace
