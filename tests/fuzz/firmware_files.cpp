@@ -44,8 +44,10 @@ std::optional<RegionContents> placed(const std::vector<Piece>& pieces) {
 
 /// A file of lines, and what a reader has to know after each.
 struct Lines : DescribedFile {
-    uint32_t base = 0;   // of Intel HEX
+    uint32_t bases[2] = {};  // of Intel HEX: types 02 and 04
+    int last_base = 0;
     uint32_t count = 0;  // of S-records
+    bool counted = false;
 
     /// Writes a line: the start, the digits of the bytes, and the checksum. Input: how; modulo 8: 7: with a wrong
     /// checksum, 6: with a wrong length; bit 3: after an empty line; bit 4: in lower case; bit 5: with "\r\n".
@@ -70,15 +72,19 @@ struct Lines : DescribedFile {
 
     void put_hex(uint8_t type, uint32_t offset, const Bytes& data, Input& input) {
         constexpr size_t kSizes[] = {0, 0, 2, 4, 2, 4};
-        const bool is_sound = type == 0 ? offset + data.size() <= 0x10000 : type < 6 && data.size() == kSizes[type];
+        const bool is_in_window = bases[1 - last_base] == 0 && offset + data.size() <= 0x10000;
+        const bool is_sound = type == 0 ? is_in_window : type < 6 && data.size() == kSizes[type];
         Bytes bytes = {static_cast<uint8_t>(data.size()), static_cast<uint8_t>(offset >> 8),
                        static_cast<uint8_t>(offset), type};
         bytes.insert(bytes.end(), data.begin(), data.end());
         put_line(":", bytes, true, is_sound, input);
         if (type == 0) {
-            pieces.push_back({base + offset, data, 0});
+            pieces.push_back({bases[last_base] + offset, data, 0});
         }
-        base = type == 2 || type == 4 ? big_endian_of(data) << (type == 2 ? 4 : 16) : base;
+        if (type == 2 || type == 4) {
+            last_base = type / 4;
+            bases[last_base] = big_endian_of(data) << (type == 2 ? 4 : 16);
+        }
         ended = ended || type == 1;
     }
 
@@ -94,6 +100,7 @@ struct Lines : DescribedFile {
             pieces.push_back({address, data, 0});
             ++count;
         }
+        counted = type == 5 || type == 6;
         ended = ended || type >= 7;
     }
 };
@@ -157,6 +164,7 @@ DescribedFile describe_srec(Input input, uint8_t flags) {
     if ((flags & 8) == 0 && !file.ended) {
         file.put_srec(8, 0, {}, plain);
     }
+    file.ended = file.ended || file.counted;
     return file;
 }
 
