@@ -4,6 +4,8 @@
 
 #include <cerrno>
 
+#include "ctl/identify.h"
+#include "mcu/i2c_bus.h"
 #include "tests/support/tool_run.h"
 
 namespace {
@@ -145,6 +147,19 @@ TEST(Doctor, JsonIsOneObject) {
         R"j({"row":"power","state":"not tried","text":""}],"remedy":"see all that the MCU reports of itself",)j"
         R"j("advice":["sv_updater","--bus","0","--addr","0x08","--version"]})j";
     EXPECT_EQ(run_ctl_words({"doctor", "--json"}).out, expected + "\n");
+}
+
+TEST(Identify, AFailureLeavesNothingOfATimeBeforeAReset) {
+    sim::Board board;
+    set_up(board, {"mcu=off"});
+    FakeKernel kernel(board);
+    I2cBus bus;
+    ASSERT_TRUE(open_bus(bus, "0"));
+    McuDevice device(&bus);
+    device.swid = 0x7777;
+    Failure failure;
+    EXPECT_FALSE(identify(device, failure));
+    EXPECT_EQ(device.swid, 0);
 }
 
 }  // namespace
