@@ -28,6 +28,10 @@ void* operator new(size_t size) {
     return memory;
 }
 
+void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return call_fails(ENOMEM) ? nullptr : __real_malloc(size);
+}
+
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
