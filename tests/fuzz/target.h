@@ -63,6 +63,11 @@ void pack(Input input);
 void diff(Input input);
 void extract(Input input);
 
+using Target = void (*)(Input input);
+
+/// The target with the name at the end of the path, alone or after "fuzz_". Aborts the program if there is none.
+Target target_of(const char* path);
+
 /// Aborts the program unless the property holds. Writes to the descriptor, since the C library's streams may be
 /// captured.
 inline void check(bool holds, const char* property) {
