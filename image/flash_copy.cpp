@@ -2,6 +2,7 @@
 #include "image/flash_copy.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "image/host_file.h"
 #include "update/reset_vector.h"
@@ -71,13 +72,13 @@ void put_regions(const RegionContents& regions, FlashCopy& copy) {
 
 }  // namespace
 
-bool make_flash_copy(const InputFile& input, std::optional<int> region, FlashCopy& copy, std::string& error) {
+bool make_flash_copy(InputFile input, std::optional<int> region, FlashCopy& copy, std::string& error) {
     copy.format = input.format;
     RegionContents regions;
     switch (input.format) {
         case Format::kUpdateFile: return load(input, copy, error);
         case Format::kReadBack:
-            copy.memory = input.bytes;
+            copy.memory = std::move(input.bytes);
             copy.pages.set();
             return true;
         case Format::kRaw:
@@ -97,7 +98,7 @@ bool make_flash_copy(const InputFile& input, std::optional<int> region, FlashCop
 bool read_flash_copy(const std::string& path, const std::string& format, std::optional<int> region, FlashCopy& copy,
                      std::string& error) {
     InputFile input;
-    return read_input(path, format, input, error) && make_flash_copy(input, region, copy, error);
+    return read_input(path, format, input, error) && make_flash_copy(std::move(input), region, copy, error);
 }
 
 bool looks_unread(const FlashCopy& copy, uint32_t segment) {

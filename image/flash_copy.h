@@ -32,7 +32,7 @@ struct FlashCopy {
 
 /// Interprets a file that was read. A raw binary is for `region`; without it for the region that its first instruction,
 /// a jmp, leads to. Failure: the file is not what its format says; path and reason in `error`.
-bool make_flash_copy(const InputFile& input, std::optional<int> region, FlashCopy& copy, std::string& error);
+bool make_flash_copy(InputFile input, std::optional<int> region, FlashCopy& copy, std::string& error);
 
 /// Reads and interprets a file. `format`: see read_input.
 bool read_flash_copy(const std::string& path, const std::string& format, std::optional<int> region, FlashCopy& copy,

@@ -43,16 +43,17 @@ struct AnyFile {
     std::optional<RegionContents> regions;
 };
 
-/// What the flash holds after an update with this file. REQUIRES: it loads.
+/// What the flash holds after an update with this file, to the last marked page. REQUIRES: it loads.
 RegionContents programmed_regions(std::string_view file) {
     const std::string_view body = file.substr(file.size() - kSizeAfterMagic);
     RegionContents regions;
     for (size_t region = 0; region < 2; ++region) {
-        regions[region].emplace(kRegion, uint8_t{0xFF});
+        RegionContent& content = regions[region].emplace();
         for (size_t page = 0; page < 255; ++page) {
             const size_t number = region * 256 + page;
             if (body[kImageSize + number] != 0) {
-                std::memcpy(&(*regions[region])[page * 0x200], &body[number * 0x200], 0x200);
+                content.resize(page * 0x200, 0xFF);
+                content.insert(content.end(), &body[number * 0x200], &body[number * 0x200] + 0x200);
             }
         }
     }
