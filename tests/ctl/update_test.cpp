@@ -118,6 +118,12 @@ void this_hardware(Trial& trial) {
 void no_program(Trial& trial) {
     trial.file.image[kRegionSize + 1] = 0x00;
 }
+void jumps_to_erased_flash(Trial& trial) {
+    std::fill_n(&trial.file.image[kRegionSize + 0x1F4], 2, uint8_t{0xFF});
+}
+void jumps_to_an_unmarked_page(Trial& trial) {
+    trial.file.image[kRegionSize + 3] = 0x20;  // to page 288
+}
 
 const Case kCases[] = {
     {"a first update", "", "", 0, "null", "blank", "same", 1},
@@ -155,6 +161,8 @@ const Case kCases[] = {
     {"for other hardware", "", "", 4, "wrong-hardware", "blank", "null", 0, other_hardware},
     {"for this hardware", "", "", 0, "null", "blank", "same", 1, this_hardware},
     {"no program", "", "", 4, "bad-file", "blank", "null", 0, no_program},
+    {"a program cut off", "", "", 4, "bad-file", "blank", "null", 0, jumps_to_erased_flash},
+    {"a program without a page", "", "", 4, "bad-file", "blank", "null", 0, jumps_to_an_unmarked_page},
     {"no program, and meant so", "", "--any-content", 0, "null", "blank", "same", 1, no_program},
 };
 
