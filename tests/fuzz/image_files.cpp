@@ -40,24 +40,22 @@ void check_loaded(const McuDevice& device, std::span<const uint8_t> file) {
 struct AnyFile {
     Format format = Format::kRaw;
     bool unread = false;  ///< parts may look as if they had not been read
-    std::optional<RegionContents> regions;
+    std::string_view text;
+    std::optional<RegionContents> regions;  ///< of firmware
 };
 
-/// What the flash holds after an update with this file, to the last marked page. REQUIRES: it loads.
-RegionContents programmed_regions(std::string_view file) {
+/// What a region holds after an update with this file, to the last marked page. REQUIRES: it loads.
+RegionContent programmed_region(std::string_view file, size_t region) {
     const std::string_view body = file.substr(file.size() - kSizeAfterMagic);
-    RegionContents regions;
-    for (size_t region = 0; region < 2; ++region) {
-        RegionContent& content = regions[region].emplace();
-        for (size_t page = 0; page < 255; ++page) {
-            const size_t number = region * 256 + page;
-            if (body[kImageSize + number] != 0) {
-                content.resize(page * 0x200, 0xFF);
-                content.insert(content.end(), &body[number * 0x200], &body[number * 0x200] + 0x200);
-            }
+    RegionContent content;
+    for (size_t page = 0; page < 255; ++page) {
+        const size_t number = region * 256 + page;
+        if (body[kImageSize + number] != 0) {
+            content.resize(page * 0x200, 0xFF);
+            content.insert(content.end(), &body[number * 0x200], &body[number * 0x200] + 0x200);
         }
     }
-    return regions;
+    return content;
 }
 
 /// The image of the good file after edits of four bytes: an offset and a byte, which fills a segment if it is 0x55.
@@ -70,9 +68,6 @@ void put_read_back(std::string& file, Input input, AnyFile& any) {
         std::fill_n(file.begin() + static_cast<long>(byte == 0x55 ? offset & ~31U : offset), byte == 0x55 ? 32 : 1,
                     static_cast<char>(byte));
     }
-    const auto bytes = bytes_of(file);
-    any.regions = RegionContents{RegionContent(bytes.begin(), bytes.begin() + kRegion),
-                                 RegionContent(bytes.begin() + kRegion, bytes.begin() + 2 * kRegion)};
 }
 
 /// Makes a file of the kernel from the next bytes of the input: its format, the size of the rest, the rest.
@@ -81,14 +76,8 @@ AnyFile put_file(const char* name, Input& input) {
     any.format = static_cast<Format>(input.byte() % 6);
     Input part = input.part(size_t{input.byte()} * 4);
     std::string& file = kernel().files[name];
-    McuDevice device(nullptr);
     switch (any.format) {
-        case Format::kUpdateFile:
-            put_edited_file(file, part);
-            if (parse_update_bytes(device, bytes_of(file))) {
-                any.regions = programmed_regions(file);
-            }
-            break;
+        case Format::kUpdateFile: put_edited_file(file, part); break;
         case Format::kReadBack: put_read_back(file, part, any); break;
         case Format::kRaw: file = part.text(); break;
         default: {
@@ -102,12 +91,23 @@ AnyFile put_file(const char* name, Input& input) {
         any.regions.reset();  // an update file may begin like an ELF file
     }
     any.format = seen;
+    any.text = file;
     return any;
 }
 
-const RegionContent* region_of(const AnyFile& file, int region) {
-    return file.regions && (*file.regions)[static_cast<size_t>(region)] ? &*(*file.regions)[static_cast<size_t>(region)]
-                                                                        : nullptr;
+/// What the file has for a region, if this is known. REQUIRES: an update file loads. `storage` may hold the content.
+std::optional<std::span<const uint8_t>> region_of(const AnyFile& file, int region, RegionContent& storage) {
+    const auto number = static_cast<size_t>(region);
+    if (file.format == Format::kUpdateFile) {
+        return storage = programmed_region(file.text, number);
+    }
+    if (file.format == Format::kReadBack) {
+        return bytes_of(file.text).subspan(number * kRegion, kRegion);
+    }
+    if (!file.regions || !(*file.regions)[number]) {
+        return std::nullopt;
+    }
+    return *(*file.regions)[number];
 }
 
 /// Whether the programmable pages are the same; missing bytes are 0xFF.
@@ -263,18 +263,17 @@ void pack(Input input) {
     check(!options.version ||
               named_value(run.out.substr(0, run.out.size() - kSizeAfterMagic - 8), "version") == options.version,
           "and the version");
-    const RegionContents made = programmed_regions(run.out);
+    const RegionContent made[] = {programmed_region(run.out, 0), programmed_region(run.out, 1)};
     for (int region = 0; region < 2; ++region) {
         const AnyFile& own = files[options.region_files[region] ? region : 2];
-        const RegionContent* known = region_of(own, region);
-        const std::span<const uint8_t> content = known != nullptr ? *known : bytes_of(kernel().files[names[region]]);
-        const RegionContent& packed = *made[static_cast<size_t>(region)];
-        check((known == nullptr && own.format != Format::kRaw) || same_pages(packed, content),
-              "a region is what the file has for it");
+        RegionContent storage;
+        const auto content = own.format == Format::kRaw ? bytes_of(own.text) : region_of(own, region, storage);
+        const RegionContent& packed = made[region];
+        check(!content || same_pages(packed, *content), "a region is what the file has for it");
         check(options.overrule || (packed[1] & 0xFE) == 0x94 || (packed[1] & 0xF0) == 0xC0,
               "a region begins with a jump");
     }
-    check(options.overrule || !same_pages(*made[0], *made[1]), "the regions are not alike");
+    check(options.overrule || !same_pages(made[0], made[1]), "the regions are not alike");
 }
 
 void diff(Input input) {
@@ -299,9 +298,10 @@ void diff(Input input) {
         const bool compared = !contains(run.out, start + " not compared\n");
         const bool same = contains(run.out, start + " differing pages: none\n");
         all_same = all_same && (same || !compared);
-        const RegionContent* of_a = region_of(a, region);
-        const RegionContent* of_b = region_of(b, region);
-        if (compared && of_a != nullptr && of_b != nullptr && !a.unread && !b.unread) {
+        RegionContent storage[2];
+        const auto of_a = region_of(a, region, storage[0]);
+        const auto of_b = region_of(b, region, storage[1]);
+        if (compared && of_a && of_b && !a.unread && !b.unread) {
             check(same == same_pages(*of_a, *of_b), "differing pages are found");
         }
         check(!compared || !wanted || *wanted == region, "only the wanted region is compared");
@@ -318,10 +318,16 @@ void extract(Input input) {
     std::string error;
     const ToolRun run = capture([&] { return run_extract(options, error) ? 0 : 1; });
     check_failure(run, error);
-    const RegionContent* content = region_of(file, options.region);
-    check(run.status == 0 || content == nullptr, "a region that the file has can be taken out");
+    RegionContent storage;
+    if (run.status != 0 && file.format == Format::kUpdateFile) {
+        McuDevice device(nullptr);
+        check(!parse_update_bytes(device, bytes_of(file.text)), "an update file that loads can be taken apart");
+        return;
+    }
+    const auto content = region_of(file, options.region, storage);
+    check(run.status == 0 || !content, "a region that the file has can be taken out");
     if (run.status == 0) {
         check(run.out.size() == kRegion, "a region has its size");
-        check(content == nullptr || same_pages(*content, bytes_of(run.out)), "the region is the file's");
+        check(!content || same_pages(*content, bytes_of(run.out)), "the region is the file's");
     }
 }
