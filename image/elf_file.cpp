@@ -4,7 +4,6 @@
 #include <gelf.h>
 
 #include <cstdio>
-#include <iterator>
 #include <memory>
 
 namespace {
@@ -25,6 +24,7 @@ constexpr struct {
                  {0x820000, "fuses"},
                  {0x810000, "EEPROM"}};
 constexpr uint64_t kRam = 0x800000;
+constexpr uint64_t kRamEnd = 0x810000;
 constexpr GElf_Word kArchitecture = 0x7F;  // bits of e_flags; the family XMEGA is 101 to 107
 
 const char* other_memory(uint64_t address) {
@@ -95,7 +95,7 @@ bool read_elf(std::span<const uint8_t> file, std::vector<Piece>& pieces, std::ve
         if (segment.p_offset > file.size() || segment.p_filesz > file.size() - segment.p_offset) {
             return refuse(error, "a segment is incomplete: the file is cut off");
         }
-        if (segment.p_paddr >= kRam && segment.p_paddr < kMemories[std::size(kMemories) - 1].start) {
+        if (segment.p_paddr >= kRam && segment.p_paddr < kRamEnd) {
             return refuse(
                 error,
                 "a segment has its content in RAM, which is empty at the start: give it a load address in the flash");

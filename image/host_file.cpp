@@ -39,7 +39,7 @@ bool check_target(const std::string& path, Replace replace, std::string& error) 
         return false;
     }
     if (replace == Replace::kNo) {
-        error = path + " exists (--force replaces it)";
+        error = path + " exists (--replace replaces it)";
         return false;
     }
     return true;

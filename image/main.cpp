@@ -49,13 +49,16 @@ std::optional<std::string> given_text(const CLI::Option& option) {
     return option.count() == 0 ? std::nullopt : std::optional(option.results()[0]);
 }
 
-/// Adds -o and --force, which it returns.
-CLI::Option* add_output(CLI::App& app, std::string& output, const Outcome& outcome, const char* force_help) {
+/// Adds -o, --replace, which asks for Replace::kYes, and --force, which does so too and is returned.
+CLI::Option* add_output(CLI::App& app, std::string& output, Replace& replace, const Outcome& outcome,
+                        const char* force_help) {
     CLI::Option* option = app.add_option("-o,--output", output, "File to write; - is standard output");
     option->type_name("FILE")->required()->check([&outcome](const std::string& path) {
         return path == "-" && !outcome.has_output ? "standard output is closed" : "";
     });
-    return app.add_flag("--force")->description(force_help);
+    const auto ask = [&replace] { replace = Replace::kYes; };
+    app.add_flag_callback("--replace", ask, "Replace an existing file");
+    return app.add_flag_callback("--force", ask, force_help);
 }
 
 CLI::Option* add_format(CLI::App& app) {
@@ -91,9 +94,8 @@ void add_pack(CLI::App& app, PackOptions& options, Outcome& outcome) {
         "--no-sha256", [&options] { options.name_sha256 = false; }, "Do not store the SHA-256 in the file");
     pack->add_option("--prefix-file", options.prefix_file, "Bytes for the start of the file, before the notes")
         ->type_name("FILE");
-    CLI::Option* replace = pack->add_flag("--replace")->description("Replace an existing file");
-    CLI::Option* force =
-        add_output(*pack, options.output, outcome, "Replace an existing file, and overrule the checks of the firmware");
+    const CLI::Option* force = add_output(*pack, options.output, options.replace, outcome,
+                                          "Replace an existing file, and overrule the checks of the firmware");
     pack->callback([=, &options, &outcome] {
         for (int i = 0; i < kRegions; ++i) {
             const std::vector<std::string> file = files[i]->results();
@@ -102,7 +104,6 @@ void add_pack(CLI::App& app, PackOptions& options, Outcome& outcome) {
         }
         options.format = given_text(*format).value_or("");
         options.overrule = force->count() > 0;
-        options.replace = options.overrule || replace->count() > 0 ? Replace::kYes : Replace::kNo;
         options.version = given_text(*version);
         options.hwids = hwids->results();
         options.build = given_text(*build);
@@ -145,13 +146,12 @@ void add_extract(CLI::App& app, ExtractOptions& options, Outcome& outcome) {
     CLI::App* extract = app.add_subcommand("extract", "Write the 0x20000 bytes of one region to a file");
     const CLI::Option* region = add_region(*extract, "Region to take")->required();
     const CLI::Option* format = add_format(*extract);
-    const CLI::Option* force = add_output(*extract, options.output, outcome, "Replace an existing file");
+    add_output(*extract, options.output, options.replace, outcome, "The same");
     const CLI::Option* file = add_one(*extract, "FILE", "", kAnyFile)->required();
     extract->callback([=, &options, &outcome] {
         options.file = file->results()[0];
         options.region = given_region(*region).value_or(0);
         options.format = given_text(*format).value_or("");
-        options.replace = force->count() > 0 ? Replace::kYes : Replace::kNo;
         outcome.status = exit_status(run_extract(options, outcome.error));
     });
 }

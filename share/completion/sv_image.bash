@@ -19,7 +19,7 @@ _sv_image() {
                 --prefix-file -o --output --replace --force -h --help"
             ;;
         info:*) words="--format --region --json -h --help" ;;
-        extract:*) words="--region --format -o --output --force -h --help" ;;
+        extract:*) words="--region --format -o --output --replace --force -h --help" ;;
         verify:*) words="-h --help" ;;
         diff:*) words="--format --region -h --help" ;;
         :*)

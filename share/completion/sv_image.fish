@@ -15,7 +15,7 @@ complete -c sv_image -n __fish_is_first_arg -a diff -d 'compare two files'
 complete -c sv_image -n '__sv_image_is pack info verify extract diff' -F
 complete -c sv_image -n '__sv_image_is info' -l json -d 'print one JSON object'
 complete -c sv_image -n '__sv_image_is pack extract' -s o -l output -r -F -d 'output file'
-complete -c sv_image -n '__sv_image_is pack' -l replace -d 'replace an existing file'
+complete -c sv_image -n '__sv_image_is pack extract' -l replace -d 'replace an existing file'
 complete -c sv_image -n '__sv_image_is pack' -l force -d 'replace an existing file, overrule the checks'
 complete -c sv_image -n '__sv_image_is extract' -l force -d 'replace an existing file'
 complete -c sv_image -n '__sv_image_is extract' -l region -x -a '0 1' -d 'region to take'

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-// The prefix of an update file, before the magic: free bytes, then lines "key: value". The loader ignores it. Four keys
-// have a meaning: version and build (texts), hwid (ids of the hardware that the file is for, four digits each), and
-// sha256 (of the file from the magic to its end).
+// The prefix of an update file, before the magic: free bytes, then lines "key: value". The loader ignores it. Five keys
+// have a meaning: version and build (texts), hwid (ids of the hardware that the file is for, four digits each),
+// overruled (names of the checks that failed when the file was made), and sha256 (of the file from the magic to its
+// end).
 #pragma once
 
 #include <cstddef>

@@ -67,7 +67,7 @@ rm v2*
 cp good.svu before.svu
 ln -s nowhere link
 refused() { expect 1 "" "sv_image: $1" "${@:2}"; }
-refused "good.svu exists*" "${pack[@]}" -o good.svu
+refused "good.svu exists (--replace replaces it)" "${pack[@]}" -o good.svu
 refused "link is not a regular file" "${pack[@]}" -o link --force
 refused "/dev/null is not a regular file" "${pack[@]}" -o /dev/null --force
 refused "./a.bin is one of the inputs" "${pack[@]}" -o ./a.bin --force
@@ -216,7 +216,7 @@ expect 1 "" "*sv_image: could not write standard output: No space left on device
 # The last page of a region: erased in an update file, as it was in a read-back
 expect 0 "*region1.bin*checksum: *0x18a5*131072 bytes" "" sv_image extract --region 1 -o region1.bin good.svu
 (cat b.bin; erased $((0x20000 - 3))) | cmp - region1.bin
-expect 0 "*" "" sv_image extract --region 0 --force -o region1.bin flash
+expect 0 "*" "" sv_image extract --region 0 --replace -o region1.bin flash
 head -c $((0x20000)) flash | cmp - region1.bin
 expect 0 "*" "sv_image: warning: 3 segments hold only 0x55 and may be unread (pages: 257-258)" \
   sv_image extract --region 1 -o unread1.bin <(cat unread)
