@@ -32,7 +32,7 @@
 #include <variant>
 #include <vector>
 
-#include "sim/command_names.h"
+#include "sim/frame_table.h"
 
 namespace sim {
 

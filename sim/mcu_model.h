@@ -9,7 +9,7 @@
 #include <span>
 #include <string>
 
-#include "sim/command_names.h"
+#include "sim/frame_table.h"
 #include "sim/fault.h"
 #include "sim/flash_model.h"
 #include "sim/scenario.h"

@@ -4,7 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "sim/command_names.h"
+#include "sim/frame_table.h"
 #include "util/little_endian.h"
 
 namespace sim {
@@ -34,12 +34,12 @@ std::string device_name(uint16_t address, uint16_t mcu_address) {
     if (address == mcu_address) {
         return "mcu";
     }
-    switch (address) {
-        case kChargerAddress: return "charger";
-        case kDisplayAddress: return "display";
-        case kUsbAddress: return "usb";
-        default: return text("%02x", address);
+    for (const BusDevice& device : bus_devices()) {
+        if (device.address == address) {
+            return std::string(device.name);
+        }
     }
+    return text("%02x", address);
 }
 
 std::string status_words(uint8_t status) {
@@ -47,18 +47,6 @@ std::string status_words(uint8_t status) {
         return "busy";
     }
     return is_success(status) ? "finished, succeeded" : "finished, failed";
-}
-
-/// The fields of a frame, which begins at its start register.
-std::string frame_fields(FrameCommand command, std::span<const uint8_t> frame) {
-    switch (command) {
-        case FrameCommand::kWriteSegment: return text(" page=%u segment=%u", get_le16(&frame[32]), frame[34]);
-        case FrameCommand::kCommitPage: return text(" page=%u crc=%04x", get_le16(&frame[0]), get_le16(&frame[3]));
-        case FrameCommand::kReadSegment: return text(" page=%u segment=%u", get_le16(&frame[0]), frame[2]);
-        case FrameCommand::kEnableOther: return text(" swid=%04x crc=%04x", get_le16(&frame[0]), get_le16(&frame[35]));
-        case FrameCommand::kResetDelayed: return text(" delay=%u.%us", frame[0] / 10, frame[0] % 10);
-        default: return "";
-    }
 }
 
 }  // namespace
@@ -83,7 +71,11 @@ std::string TraceDecoder::describe_write(std::span<const uint8_t> bytes) {
         const FrameForm* form = find_frame_form(data.back());
         if (form != nullptr && form->start == reg) {
             last_command_ = form->name;
-            return "frame " + last_command_ + frame_fields(form->command, data);
+            std::string frame = "frame " + last_command_;
+            for (const Field& field : form->fields) {
+                frame.append(" ").append(field.name).append("=").append(field_text(field, reg, data));
+            }
+            return frame;
         }
     }
     return text("write %zu bytes at %02x", data.size(), reg);
@@ -108,16 +100,14 @@ std::string TraceDecoder::describe_read(uint8_t reg, std::span<const uint8_t> by
     return text("read %zu bytes at %02x", bytes.size(), reg);
 }
 
-std::string TraceDecoder::line(const Transfer& transfer, uint16_t mcu_address) {
-    std::string line = text("%6llu %11.3f", static_cast<unsigned long long>(transfer.number),
-                            static_cast<double>(transfer.time_us - start_us_) / 1000.0);
+std::string TraceDecoder::words(const Transfer& transfer, uint16_t mcu_address) {
     if (transfer.messages.empty()) {
-        return line + " nothing\n";
+        return "nothing";
     }
     const Message& first = transfer.messages.front();
     const Message& last = transfer.messages.back();
     const bool to_mcu = first.address == mcu_address;
-    line += " " + device_name(first.address, mcu_address) + " ";
+    const std::string device = device_name(first.address, mcu_address) + " ";
     std::string what = "read " + std::to_string(last.bytes.size()) + " bytes";
     if (!first.read && !first.bytes.empty()) {
         const uint8_t reg = first.bytes[0];
@@ -129,12 +119,17 @@ std::string TraceDecoder::line(const Transfer& transfer, uint16_t mcu_address) {
     } else if (!first.read) {
         what = "address only";
     }
+    const std::string written = first.read ? " |" : " |" + hex(first.bytes);
     if (!transfer.acknowledged) {
-        return line + (last.read ? "read" : what) + " - not acknowledged |" + (first.read ? "" : hex(first.bytes)) +
-               "\n";
+        return device + (last.read ? "read" : what) + " - not acknowledged" + written;
     }
-    return line + what + " |" + (first.read ? "" : hex(first.bytes)) + (last.read ? " ->" + hex(last.bytes) : "") +
-           "\n";
+    return device + what + written + (last.read ? " ->" + hex(last.bytes) : "");
+}
+
+std::string TraceDecoder::line(const Transfer& transfer, uint16_t mcu_address) {
+    return text("%6llu %11.3f ", static_cast<unsigned long long>(transfer.number),
+                static_cast<double>(transfer.time_us - start_us_) / 1000.0) +
+           words(transfer, mcu_address) + "\n";
 }
 
 }  // namespace sim

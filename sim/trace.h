@@ -16,6 +16,9 @@ public:
 
     std::string line(const Transfer& transfer, uint16_t mcu_address);
 
+    /// The line without number, time and end: what a capture, too, can say.
+    std::string words(const Transfer& transfer, uint16_t mcu_address);
+
 private:
     std::string describe_write(std::span<const uint8_t> bytes);
     std::string describe_read(uint8_t reg, std::span<const uint8_t> bytes) const;

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "sim/board.h"
-#include "sim/command_names.h"
+#include "sim/frame_table.h"
 
 namespace sweep {
 
