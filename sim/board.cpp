@@ -142,8 +142,12 @@ bool Board::transfer(std::span<const Message> messages) {
         mcu.restart();
     }
     bool acknowledged = !dead_ && !strikes.has(FaultKind::kNack);
-    for (const Message& message : messages) {
-        acknowledged = acknowledged && carry_out(message, strikes.command_fault);
+    if (replay) {
+        acknowledged = acknowledged && replay(messages);
+    } else {
+        for (const Message& message : messages) {
+            acknowledged = acknowledged && carry_out(message, strikes.command_fault);
+        }
     }
     if (strikes.has(FaultKind::kFlip)) {
         flip(messages);

@@ -9,9 +9,9 @@
 #include <span>
 #include <string>
 
-#include "sim/frame_table.h"
 #include "sim/fault.h"
 #include "sim/flash_model.h"
+#include "sim/frame_table.h"
 #include "sim/scenario.h"
 
 namespace sim {

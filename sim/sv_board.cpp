@@ -6,15 +6,17 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "sim/board.h"
+#include "sim/bus_output.h"
+#include "sim/cassette.h"
 #include "sim/presets.h"
 #include "sim/state_file.h"
 #include "sim/testbed.h"
-#include "sim/trace.h"
 
 namespace {
 
@@ -25,6 +27,9 @@ struct RunOptions {
     bool fast = false;
     std::string state_path;
     std::string trace_path;
+    std::string capture_path;
+    bool unbuffered = false;
+    std::string replay_path;
     std::string syslog_path;
     std::string firmware_path;
     uint32_t firmware_swid = 0x0100;
@@ -114,6 +119,40 @@ void report_violations(const sim::Board& board) {
     }
 }
 
+/// Lets the recording answer in place of the board's devices.
+std::string load_replay(const RunOptions& options, sim::Board& board, std::optional<sim::Cassette>& cassette) {
+    if (options.replay_path.empty()) {
+        return "";
+    }
+    const sim::Recording recording = sim::load_recording(options.replay_path);
+    std::string problem;
+    std::vector<sim::RecordedTransfer> transfers = sim::transfers_of_bus(recording, options.bus, problem);
+    if (!recording.problem.empty()) {
+        problem = recording.problem + " after " + std::to_string(transfers.size()) + " transfers";
+    }
+    if (transfers.empty()) {
+        return options.replay_path + ": " + problem;
+    }
+    if (!problem.empty()) {
+        std::fprintf(stderr, "sv_board: %s: %s\n", options.replay_path.c_str(), problem.c_str());
+    }
+    cassette.emplace(std::move(transfers), board.scenario.mcu_address);
+    board.replay = [&](std::span<const sim::Message> messages) { return cassette->transfer(messages); };
+    return "";
+}
+
+/// Returns the exit status, which is the program's own if it did what was recorded.
+int report_replay(const sim::Cassette& cassette, int status) {
+    if (!cassette.mismatch().empty()) {
+        return complain("replay: " + cassette.mismatch());
+    }
+    if (cassette.made() < cassette.recorded()) {
+        complain("replay: " + std::to_string(cassette.recorded() - cassette.made()) + " of " +
+                 std::to_string(cassette.recorded()) + " recorded transfers were not made");
+    }
+    return status;
+}
+
 int run_program(const RunOptions& options) {
     sim::Board board;
     sim::SavedClock clock;
@@ -130,17 +169,16 @@ int run_program(const RunOptions& options) {
     if (preload.empty()) {
         return complain("sv_board_preload.so not found: it is installed with sv_board");
     }
-    std::ofstream trace;
-    sim::TraceDecoder decoder(sim::board_time_us(clock.offset_us));
-    if (!options.trace_path.empty()) {
-        trace.open(options.trace_path);
-        if (!trace) {
-            return complain(options.trace_path + ": could not be opened");
-        }
-        board.on_transfer = [&](const sim::Transfer& transfer) {
-            trace << decoder.line(transfer, board.scenario.mcu_address);
-        };
+    std::optional<sim::Cassette> cassette;
+    if (const std::string problem = load_replay(options, board, cassette); !problem.empty()) {
+        return complain(problem);
     }
+    sim::BusOutput output(options.bus, board.scenario.mcu_address, sim::board_time_us(clock.offset_us));
+    if (const std::string problem = output.open(options.trace_path, options.capture_path, options.unbuffered);
+        !problem.empty()) {
+        return complain(problem);
+    }
+    board.on_transfer = [&](const sim::Transfer& transfer) { output.write(transfer); };
     std::string syslog_path;
     if (!options.syslog_path.empty()) {
         syslog_path = std::filesystem::absolute(options.syslog_path).string();
@@ -163,7 +201,12 @@ int run_program(const RunOptions& options) {
             status = complain(problem);
         }
     }
-    trace.close();
+    if (cassette) {
+        status = report_replay(*cassette, status);
+    }
+    if (const std::string problem = output.close(); !problem.empty()) {
+        status = complain(problem);
+    }
     testbed.leave(status);
 }
 
@@ -211,7 +254,16 @@ void add_run_options(CLI::App& run, RunOptions& options, bool command_needed) {
     run.add_option("--fault", options.faults, "inject a fault, see sv_board(1); may be repeated")
         ->type_name("FAULT")
         ->allow_extra_args(false);
-    run.add_option("--trace", options.trace_path, "write one line per transfer to this file")->type_name("FILE");
+    run.add_option("--trace", options.trace_path, "write one line per transfer to this file, or - for standard output")
+        ->type_name("FILE");
+    run.add_option("--capture", options.capture_path, "write the transfers to this file, for Wireshark")
+        ->type_name("FILE");
+    run.add_flag("--unbuffered", options.unbuffered, "write each transfer at once; always so if FILE is a pipe");
+    CLI::Option* replay = run.add_option("--replay", options.replay_path, "answer as in this capture");
+    replay->type_name("FILE");
+    for (const char* other : {"--state", "--firmware", "--swid", "--fault"}) {
+        replay->excludes(run.get_option(other));
+    }
     run.add_option("--syslog", options.syslog_path, "write the program's system-log lines to this file")
         ->type_name("FILE");
     run.add_flag("--fast", options.fast, "skip sleeps; clocks move as if they had passed");

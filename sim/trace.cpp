@@ -126,6 +126,15 @@ std::string TraceDecoder::words(const Transfer& transfer, uint16_t mcu_address) 
     return device + what + written + (last.read ? " ->" + hex(last.bytes) : "");
 }
 
+std::string TraceDecoder::request(std::span<const Message> messages, uint16_t mcu_address) {
+    if (messages.empty() || !messages.back().read) {
+        return words({0, 0, messages, true}, mcu_address);
+    }
+    const Message& first = messages.front();
+    return device_name(first.address, mcu_address) + text(" read %zu bytes |", messages.back().bytes.size()) +
+           (first.read ? "" : hex(first.bytes));
+}
+
 std::string TraceDecoder::line(const Transfer& transfer, uint16_t mcu_address) {
     return text("%6llu %11.3f ", static_cast<unsigned long long>(transfer.number),
                 static_cast<double>(transfer.time_us - start_us_) / 1000.0) +

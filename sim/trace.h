@@ -19,6 +19,9 @@ public:
     /// The line without number, time and end: what a capture, too, can say.
     std::string words(const Transfer& transfer, uint16_t mcu_address);
 
+    /// The same without what the device answers.
+    std::string request(std::span<const Message> messages, uint16_t mcu_address);
+
 private:
     std::string describe_write(std::span<const uint8_t> bytes);
     std::string describe_read(uint8_t reg, std::span<const uint8_t> bytes) const;

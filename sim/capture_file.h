@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+// Captures of an I2C bus: pcapng with link type 209 (I2C of Linux), as Wireshark reads it. One packet is one message.
+// The flag I2C_M_STOP marks the last message of a transfer, and a comment there a transfer that failed.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "sim/board.h"
+
+namespace sim {
+
+/// The format has seven bits for it.
+inline constexpr int kMaxCapturedBus = 127;
+
+struct RecordedMessage {
+    uint16_t address;
+    bool read;
+    size_t size;  ///< on the bus
+    Bytes bytes;  ///< the first of them; none of a read in a transfer that failed
+};
+
+struct RecordedTransfer {
+    uint8_t bus;
+    uint64_t time_us;  ///< since 1970
+    bool acknowledged;
+    std::vector<RecordedMessage> messages;
+
+    /// All bytes of all messages are known, but for those that a failed read would have had.
+    bool complete() const;
+};
+
+struct Recording {
+    std::vector<RecordedTransfer> transfers;
+    std::string problem;  ///< why the file has no more than these, or empty
+};
+
+/// What a capture begins with.
+Bytes capture_header();
+
+/// The packets of a transfer. REQUIRES: bus is at most kMaxCapturedBus.
+Bytes capture_packets(const RecordedTransfer& transfer);
+
+/// A copy of what was on the bus.
+RecordedTransfer record(uint8_t bus, const Transfer& transfer);
+
+/// Reads captures of either byte order, also joined, filtered or saved again by other programs. Never fails on what it
+/// does not know; stops at the first damage.
+Recording read_capture(std::span<const uint8_t> bytes);
+
+bool is_capture(std::span<const uint8_t> bytes);
+
+/// Reads the file, or standard input for "-".
+Recording load_recording(const std::string& path);
+
+}  // namespace sim
