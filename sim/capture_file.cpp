@@ -229,6 +229,14 @@ Bytes capture_packets(const RecordedTransfer& transfer) {
     return out;
 }
 
+std::vector<Message> messages_of(RecordedTransfer& transfer) {
+    std::vector<Message> messages;
+    for (RecordedMessage& message : transfer.messages) {
+        messages.push_back({message.address, message.read, message.bytes});
+    }
+    return messages;
+}
+
 RecordedTransfer record(uint8_t bus, const Transfer& transfer) {
     RecordedTransfer result{bus, transfer.time_us, transfer.acknowledged, {}};
     for (const Message& message : transfer.messages) {
@@ -243,14 +251,14 @@ bool is_capture(std::span<const uint8_t> bytes) {
     return bytes.size() >= 4 && get_le32(bytes.data()) == kSectionBlock;
 }
 
-Recording load_recording(const std::string& path) {
+std::string load_bytes(const std::string& path, Bytes& bytes) {
     std::ifstream file(path, std::ios::binary);
     std::istream& in = path == "-" ? std::cin : file;
-    const Bytes bytes{std::istreambuf_iterator<char>(in), {}};
-    if (path != "-" && (!file.is_open() || file.bad())) {
-        return {{}, std::strerror(errno)};
+    if (!in) {
+        return std::strerror(errno);
     }
-    return read_capture(bytes);
+    bytes.assign(std::istreambuf_iterator<char>(in), {});
+    return in.bad() ? std::strerror(errno) : "";
 }
 
 Recording read_capture(std::span<const uint8_t> bytes) {

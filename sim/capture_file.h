@@ -43,6 +43,9 @@ Bytes capture_header();
 /// The packets of a transfer. REQUIRES: bus is at most kMaxCapturedBus.
 Bytes capture_packets(const RecordedTransfer& transfer);
 
+/// The messages as the board has them. They share the bytes of the recording.
+std::vector<Message> messages_of(RecordedTransfer& transfer);
+
 /// A copy of what was on the bus.
 RecordedTransfer record(uint8_t bus, const Transfer& transfer);
 
@@ -52,7 +55,7 @@ Recording read_capture(std::span<const uint8_t> bytes);
 
 bool is_capture(std::span<const uint8_t> bytes);
 
-/// Reads the file, or standard input for "-".
-Recording load_recording(const std::string& path);
+/// Reads a file, or standard input for "-". Returns an empty text, or what went wrong.
+std::string load_bytes(const std::string& path, Bytes& bytes);
 
 }  // namespace sim

@@ -17,12 +17,10 @@ bool is_same_request(const RecordedMessage& recorded, const Message& message) {
 }
 
 std::string request_words(RecordedTransfer& transfer, uint16_t mcu_address) {
-    std::vector<Message> messages;
     for (RecordedMessage& message : transfer.messages) {
         message.bytes.resize(message.size);
-        messages.push_back({message.address, message.read, message.bytes});
     }
-    return TraceDecoder(0).request(messages, mcu_address);
+    return TraceDecoder(0).request(messages_of(transfer), mcu_address);
 }
 
 }  // namespace

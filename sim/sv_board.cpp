@@ -124,8 +124,12 @@ std::string load_replay(const RunOptions& options, sim::Board& board, std::optio
     if (options.replay_path.empty()) {
         return "";
     }
-    const sim::Recording recording = sim::load_recording(options.replay_path);
-    std::string problem;
+    sim::Bytes bytes;
+    std::string problem = sim::load_bytes(options.replay_path, bytes);
+    if (!problem.empty()) {
+        return options.replay_path + ": " + problem;
+    }
+    const sim::Recording recording = sim::read_capture(bytes);
     std::vector<sim::RecordedTransfer> transfers = sim::transfers_of_bus(recording, options.bus, problem);
     if (!recording.problem.empty()) {
         problem = recording.problem + " after " + std::to_string(transfers.size()) + " transfers";

@@ -19,9 +19,11 @@ declare -A may_include=(
   [ctl]="ctl status diag update mcu log util"
   [image]="image update mcu util"
   [sim]="sim util mcu/registers.h mcu/flash_geometry.h"
+  [capture]="capture sim util mcu/registers.h mcu/flash_geometry.h"
+  [decoders]="sim"
   [bench]="bench"
 )
-ours="cli|ctl|status|diag|update|mcu|log|util|image|sim|tests|bench"
+ours="capture|cli|ctl|status|diag|update|mcu|log|util|image|sim|tests|bench"
 checked=0
 while IFS=: read -r file include; do
   folder=${file%/*}
@@ -30,7 +32,7 @@ while IFS=: read -r file include; do
     *" ${include%%/*} "* | *" $include "*) ;;
     *) complain "$file includes $include" ;;
   esac
-done < <(grep -rHoE "^ *# *include *(\"[^\"]*|<($ours)/[^>]*)" src ctl image sim bench | sed 's/: *# *include *["<]/:/')
+done < <(grep -rHoE "^ *# *include *(\"[^\"]*|<($ours)/[^>]*)" src ctl image sim capture decoders bench | sed 's/: *# *include *["<]/:/')
 [ "$checked" -gt 0 ] || complain "no include was found"
 
 # What sv_image is made of, found by its includes, has headers of C++, POSIX and its two libraries only. A source belongs to the

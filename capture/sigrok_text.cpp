@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#include "capture/sigrok_text.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+
+namespace {
+
+class Reader {
+public:
+    Reader(uint64_t samples_per_second, uint8_t bus) : samples_per_second_(samples_per_second), bus_(bus) {}
+
+    /// `what` is the annotation, such as "Data write: A6".
+    void add(uint64_t sample, const std::string& what) {
+        const size_t colon = what.find(": ");
+        const auto value =
+            static_cast<uint8_t>(colon == std::string::npos ? 0 : std::strtoul(&what[colon + 2], nullptr, 16));
+        if (what == "Start") {
+            open_ = {bus_,
+                     sample / samples_per_second_ * 1'000'000 +
+                         sample % samples_per_second_ * 1'000'000 / samples_per_second_,
+                     true,
+                     {}};
+            started_ = true;
+        } else if (!started_) {
+            return;
+        } else if (what.starts_with("Address ")) {
+            open_.messages.push_back({value, what.starts_with("Address read"), 0, {}});
+        } else if (what.starts_with("Data ") && !open_.messages.empty()) {
+            open_.messages.back().bytes.push_back(value);
+            open_.messages.back().size += 1;
+        } else if (what == "NACK" && !open_.messages.empty()) {
+            // A host ends what it reads with NACK.
+            open_.acknowledged = open_.messages.back().read && !open_.messages.back().bytes.empty();
+        } else if (what == "Stop" && !open_.messages.empty()) {
+            recording.transfers.push_back(open_);
+            started_ = false;
+        }
+    }
+
+    bool is_under_way() const {
+        return started_;
+    }
+
+    sim::Recording recording;
+
+private:
+    uint64_t samples_per_second_;
+    uint8_t bus_;
+    sim::RecordedTransfer open_{};
+    bool started_ = false;
+};
+
+}  // namespace
+
+sim::Recording read_sigrok_text(std::string_view text, uint64_t samples_per_second, uint8_t bus) {
+    Reader reader(samples_per_second, bus);
+    while (!text.empty()) {
+        const std::string line(text.substr(0, text.find('\n')));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        // "FIRST-LAST i2c-1: ANNOTATION"
+        const size_t name = line.find(" i2c-");
+        const size_t colon = line.find(": ", name);
+        if (name != std::string::npos && colon != std::string::npos && line[0] >= '0' && line[0] <= '9') {
+            reader.add(std::strtoull(line.c_str(), nullptr, 10), line.substr(colon + 2));
+        }
+    }
+    if (reader.is_under_way()) {
+        reader.recording.problem = "cut off inside a transfer";
+    }
+    return reader.recording;
+}
