@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "capture/comparison.h"
+#include "capture/model_comparison.h"
 #include "capture/rebuilt_board.h"
 #include "capture/recording_file.h"
 #include "capture/vcd.h"
@@ -108,7 +108,7 @@ int show(const Options& options) {
     });
 }
 
-int compare_with_model(const Options& options) {
+int compare(const Options& options) {
     sim::Board board;
     sim::SavedClock clock;
     if (!options.state.empty()) {
@@ -118,7 +118,7 @@ int compare_with_model(const Options& options) {
     }
     board.scenario.mcu_address = options.address;
     return with_transfers(options, kTrouble, [&](const auto& transfers) {
-        const Comparison found = compare(transfers, board);
+        const ModelComparison found = compare_with_model(transfers, board);
         std::printf("transfers of the MCU: %zu, not sent to the simulated one: %zu\n", found.transfers, found.skipped);
         std::printf("differences: %s\n", found.differences.empty() ? "none" : "");
         for (const Difference& difference : found.differences) {
@@ -223,7 +223,7 @@ int main(int argc, char** argv) {
         return show(options);
     }
     if (*comparing) {
-        return compare_with_model(options);
+        return compare(options);
     }
     return *rebuilding ? make_state(options) : draw(options);
 }

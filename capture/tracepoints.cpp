@@ -36,10 +36,10 @@ struct Event {
 };
 
 std::optional<Event> parse_event(const std::string& line) {
-    const size_t name = line.find("i2c_");
-    const size_t colon = line.find(": ", name);
     const size_t stamp_end = line.find(": ");
-    if (name == std::string::npos || colon == std::string::npos || stamp_end >= name) {
+    const size_t name = stamp_end == std::string::npos ? stamp_end : line.find("i2c_", stamp_end);
+    const size_t colon = name == std::string::npos ? name : line.find(": ", name);
+    if (colon == std::string::npos) {
         return std::nullopt;
     }
     const size_t space = line.rfind(' ', stamp_end);

@@ -17,11 +17,11 @@ struct Difference {
     std::string simulated;
 };
 
-struct Comparison {
+struct ModelComparison {
     size_t transfers = 0;  ///< of the MCU
     size_t skipped = 0;    ///< failed, or not recorded with all bytes: they did not reach the simulated MCU
     std::vector<Difference> differences;
 };
 
 /// Sends what the host sent to the recorded MCU, at the recorded times, to this board, whose rules keep its violations.
-Comparison compare(std::span<const sim::RecordedTransfer> transfers, sim::Board& board);
+ModelComparison compare_with_model(std::span<const sim::RecordedTransfer> transfers, sim::Board& board);

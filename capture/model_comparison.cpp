@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "capture/comparison.h"
+#include "capture/model_comparison.h"
 
 #include <algorithm>
 
@@ -12,7 +12,7 @@ std::string kind_of(const std::string& words) {
     return words.substr(0, words.find(" |"));
 }
 
-void add(Comparison& comparison, size_t number, const std::string& recorded, const std::string& simulated) {
+void add(ModelComparison& comparison, size_t number, const std::string& recorded, const std::string& simulated) {
     const auto same = [&](const Difference& difference) {
         return kind_of(difference.recorded) == kind_of(recorded) && kind_of(difference.simulated) == kind_of(simulated);
     };
@@ -26,9 +26,9 @@ void add(Comparison& comparison, size_t number, const std::string& recorded, con
 
 }  // namespace
 
-Comparison compare(std::span<const sim::RecordedTransfer> transfers, sim::Board& board) {
+ModelComparison compare_with_model(std::span<const sim::RecordedTransfer> transfers, sim::Board& board) {
     const uint16_t mcu = board.scenario.mcu_address;
-    Comparison comparison;
+    ModelComparison comparison;
     sim::TraceDecoder recorded_words(0);
     sim::TraceDecoder simulated_words(0);
     for (size_t i = 0; i < transfers.size(); ++i) {

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+// Recordings in words.
+#pragma once
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "sim/capture_file.h"
+#include "sim/frame_table.h"
+#include "sim/trace.h"
+#include "tests/sim/wire.h"
+
+using Words = std::vector<std::string>;
+
+/// For each transfer: bus, microseconds, and the words of the trace.
+inline Words words_of(sim::Recording recording) {
+    Words words;
+    sim::TraceDecoder decoder(0);
+    for (sim::RecordedTransfer& transfer : recording.transfers) {
+        const std::vector<sim::Message> messages = sim::messages_of(transfer);
+        words.push_back(std::to_string(transfer.bus) + " " + std::to_string(transfer.time_us) + " " +
+                        decoder.words({0, 0, messages, transfer.acknowledged}, 0x08));
+    }
+    return words;
+}
+
+/// A write such as "a6 00", or a read such as "a6 r1" of one byte. Returns "yes", the byte, or "no" without
+/// acknowledge.
+inline std::string transfer(sim::Board& board, const std::string& request) {
+    Bytes bytes;
+    for (const char* p = request.c_str(); *p != '\0' && *p != 'r';) {
+        char* end = nullptr;
+        bytes.push_back(static_cast<uint8_t>(std::strtoul(p, &end, 16)));
+        p = *end == ' ' ? end + 1 : end;
+    }
+    const size_t read = request.find('r');
+    if (read == std::string::npos) {
+        return write_bytes(board, bytes) ? "yes" : "no";
+    }
+    const auto answer = read_bytes(board, bytes[0], std::stoul(request.substr(read + 1)));
+    return answer ? sim::field_text({"", 0, 1, sim::Notation::kHex}, 0, *answer) : "no";
+}
