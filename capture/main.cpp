@@ -11,7 +11,8 @@
 
 #include "capture/model_comparison.h"
 #include "capture/rebuilt_board.h"
-#include "capture/recording_file.h"
+#include "capture/sigrok_text.h"
+#include "capture/tracepoints.h"
 #include "capture/vcd.h"
 #include "sim/cassette.h"
 #include "sim/state_file.h"
@@ -30,7 +31,7 @@ struct Options {
     int bus = -1;
     uint16_t address = kMcuAddress;
     uint32_t speed = 400'000;
-    SigrokSource sigrok;
+    uint64_t samples_per_second = 0;  ///< 0: not given
 };
 
 int complain(const std::string& problem, int status = kBad) {
@@ -38,14 +39,27 @@ int complain(const std::string& problem, int status = kBad) {
     return status;
 }
 
-/// Reports what the file lacks. Returns the status that this deserves.
-int report(const Options& options, const sim::Recording& recording) {
-    if (recording.problem.empty()) {
-        return kGood;
+/// Reads a recording of whatever kind, found out by content.
+sim::Recording read_recording(const Options& options) {
+    sim::Bytes bytes;
+    if (std::string problem = sim::load_bytes(options.input, bytes); !problem.empty()) {
+        return {{}, problem};
     }
-    const std::string count = std::to_string(recording.transfers.size());
-    return complain(options.input + ": " + recording.problem +
-                    (recording.transfers.empty() ? "" : "; " + count + " transfers were read"));
+    if (sim::is_capture(bytes)) {
+        return sim::read_capture(bytes);
+    }
+    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    sim::Recording recording = read_tracepoints(text);
+    if (recording.transfers.empty() && recording.problem.empty()) {
+        recording = read_sigrok_text(text, std::max<uint64_t>(options.samples_per_second, 1),
+                                     static_cast<uint8_t>(std::max(options.bus, 0)));
+        if (recording.transfers.empty() && recording.problem.empty()) {
+            recording.problem = "neither a pcapng file, nor I2C events of the kernel, nor annotations of sigrok";
+        } else if (options.samples_per_second == 0) {
+            return {{}, "sigrok's annotations have no time: give --samplerate"};
+        }
+    }
+    return recording;
 }
 
 int write_output(const Options& options, std::string_view bytes) {
@@ -63,36 +77,42 @@ int write_output(const Options& options, std::string_view bytes) {
     return complain(options.output + ": " + std::strerror(errno) + hint);
 }
 
-int convert(const Options& options) {
-    const sim::Recording recording = read_recording(options.input, options.sigrok);
-    if (recording.transfers.empty()) {
-        return report(options, recording);
+/// Calls `use` with the transfers, of one bus unless `all_buses`, and lets what the file lacks count for the status.
+template <typename Use>
+int with_transfers(const Options& options, Use use, bool all_buses = false, int trouble = kBad) {
+    const sim::Recording recording = read_recording(options);
+    std::string problem;
+    const std::vector<sim::RecordedTransfer> transfers =
+        all_buses && options.bus < 0 ? recording.transfers : sim::transfers_of_bus(recording, options.bus, problem);
+    int status = trouble;
+    if (!transfers.empty()) {
+        status = use(transfers);
+    } else if (recording.problem.empty()) {
+        complain(options.input + ": " + problem);
     }
-    sim::Bytes bytes = sim::capture_header();
-    for (const sim::RecordedTransfer& transfer : recording.transfers) {
-        const sim::Bytes packets = sim::capture_packets(transfer);
-        bytes.insert(bytes.end(), packets.begin(), packets.end());
+    if (!recording.problem.empty()) {
+        const std::string count = std::to_string(recording.transfers.size());
+        complain(options.input + ": " + recording.problem +
+                 (transfers.empty() ? "" : "; " + count + " transfers were read"));
+        status = trouble;
     }
-    const int status = write_output(options, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-    return status == kGood ? report(options, recording) : status;
+    return status;
 }
 
-/// Calls `use` with the transfers of the chosen bus, and lets what the file lacks count for the status.
-template <typename Use>
-int with_transfers(const Options& options, int trouble, Use use) {
-    const sim::Recording recording = read_recording(options.input, options.sigrok);
-    std::string problem;
-    const std::vector<sim::RecordedTransfer> transfers = sim::transfers_of_bus(recording, options.bus, problem);
-    if (transfers.empty()) {
-        return recording.problem.empty() ? complain(options.input + ": " + problem, trouble)
-                                         : (report(options, recording), trouble);
-    }
-    const int status = use(transfers);
-    return report(options, recording) == kGood ? status : trouble;
+int convert(const Options& options) {
+    const auto write = [&](const auto& transfers) {
+        sim::Bytes bytes = sim::capture_header();
+        for (const sim::RecordedTransfer& transfer : transfers) {
+            const sim::Bytes packets = sim::capture_packets(transfer);
+            bytes.insert(bytes.end(), packets.begin(), packets.end());
+        }
+        return write_output(options, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    };
+    return with_transfers(options, write, true);
 }
 
 int show(const Options& options) {
-    return with_transfers(options, kBad, [&](const auto& transfers) {
+    return with_transfers(options, [&](const auto& transfers) {
         sim::TraceDecoder decoder(transfers.front().time_us);
         uint64_t number = 0;
         for (sim::RecordedTransfer transfer : transfers) {
@@ -117,24 +137,25 @@ int compare(const Options& options) {
         }
     }
     board.scenario.mcu_address = options.address;
-    return with_transfers(options, kTrouble, [&](const auto& transfers) {
+    const auto print = [&](const auto& transfers) {
         const ModelComparison found = compare_with_model(transfers, board);
         std::printf("transfers of the MCU: %zu, not sent to the simulated one: %zu\n", found.transfers, found.skipped);
-        std::printf("differences: %s\n", found.differences.empty() ? "none" : "");
+        std::printf("kinds of differences: %zu\n", found.differences.size());
         for (const Difference& difference : found.differences) {
             std::printf("%6zu times, first in transfer %zu\n  recorded:  %s\n  simulated: %s\n", difference.count,
                         difference.first, difference.recorded.c_str(), difference.simulated.c_str());
         }
-        std::printf("violations: %s\n", board.violations.empty() ? "none" : "");
+        std::printf("violations: %zu\n", board.violations.size());
         for (const std::string& violation : board.violations) {
             std::printf("  %s\n", violation.c_str());
         }
         return found.differences.empty() && board.violations.empty() ? kGood : kBad;
-    });
+    };
+    return with_transfers(options, print, false, kTrouble);
 }
 
 int make_state(const Options& options) {
-    return with_transfers(options, kBad, [&](const auto& transfers) {
+    return with_transfers(options, [&](const auto& transfers) {
         sim::Board board;
         board.scenario.mcu_address = options.address;
         if (const std::string problem = rebuild_board(transfers, board); !problem.empty()) {
@@ -150,39 +171,24 @@ int make_state(const Options& options) {
 }
 
 int draw(const Options& options) {
-    return with_transfers(options, kBad, [&](const auto& transfers) {
-        return write_output(options, vcd_text(transfers, options.speed));
-    });
+    return with_transfers(
+        options, [&](const auto& transfers) { return write_output(options, vcd_text(transfers, options.speed)); });
 }
 
-CLI::App* add_command(CLI::App& app, Options& options, const char* name, const char* help, bool has_output) {
+CLI::App* add_command(CLI::App& app, Options& options, const char* name, const char* help) {
     CLI::App* command = app.add_subcommand(name, help);
     command
         ->add_option("recording", options.input,
-                     "capture, text of the kernel's I2C events, or annotations of sigrok; - is standard input")
+                     "pcapng, text of the kernel's events, or sigrok's annotations; - is standard input")
         ->type_name("FILE")
         ->required();
-    command->add_option("--samplerate", options.sigrok.samples_per_second, "samples per second of sigrok's annotations")
+    command->add_option("--samplerate", options.samples_per_second, "samples per second of sigrok's annotations")
         ->type_name("HZ")
         ->check(CLI::PositiveNumber);
-    if (has_output) {
-        command->add_option("-o,--output", options.output, "file to write")->type_name("FILE")->required();
-        command->add_flag("--replace", options.replace, "replace an existing file");
-    }
-    return command;
-}
-
-void add_bus(CLI::App& command, Options& options) {
-    command.add_option("--bus", options.bus, "bus of the recording; needed if it has several")
+    command->add_option("--bus", options.bus, "bus, if the recording has several; of sigrok's annotations (default 0)")
         ->type_name("N")
         ->check(CLI::Range(0, sim::kMaxCapturedBus));
-}
-
-void add_address(CLI::App& command, Options& options) {
-    command.add_option("--addr", options.address, "address of the MCU")
-        ->type_name("N")
-        ->check(CLI::Range(0x03, 0x77))
-        ->default_str("0x08");
+    return command;
 }
 
 }  // namespace
@@ -192,38 +198,33 @@ int main(int argc, char** argv) {
     CLI::App app("Recordings of the board's bus.");
     app.set_version_flag("--version", "sv_capture " SV_VERSION);
     app.require_subcommand(1);
-    CLI::App* converting = add_command(app, options, "convert", "Write a recording as pcapng, for Wireshark", true);
-    converting->add_option("--bus", options.sigrok.bus, "bus that sigrok's annotations get")
-        ->type_name("N")
-        ->check(CLI::Range(0, sim::kMaxCapturedBus));
-    CLI::App* showing = add_command(app, options, "show", "Print a line for each transfer", false);
-    CLI::App* comparing =
-        add_command(app, options, "compare",
-                    "Compare the recorded MCU with the simulated one (exit status 1: they differ, 2: error)", false);
-    comparing->add_option("--state", options.state, "state file of the simulated board; without it, a new one")
-        ->type_name("FILE");
+    CLI::App* converting = add_command(app, options, "convert", "Write pcapng, for Wireshark");
+    CLI::App* showing = add_command(app, options, "show", "Print a line for each transfer");
+    CLI::App* comparing = add_command(app, options, "compare",
+                                      "Compare the MCU with the simulated one (exit status 1: they differ, 2: error)");
     CLI::App* rebuilding =
-        add_command(app, options, "state", "Make a state file for sv_board from a recorded --version and --read", true);
-    CLI::App* drawing = add_command(app, options, "vcd", "Draw SCL and SDA, for PulseView and other viewers", true);
+        add_command(app, options, "state", "Make a board for sv_board from a --version and a --read");
+    CLI::App* drawing = add_command(app, options, "vcd", "Draw SCL and SDA, for PulseView and other viewers");
+    for (CLI::App* command : {showing, comparing, rebuilding}) {
+        command->add_option("--addr", options.address, "address of the MCU")
+            ->type_name("N")
+            ->check(CLI::Range(0x03, 0x77))
+            ->default_str("0x08");
+    }
+    for (CLI::App* command : {converting, rebuilding, drawing}) {
+        command->add_option("-o,--output", options.output, "file to write")->type_name("FILE")->required();
+        command->add_flag("--replace", options.replace, "replace an existing file");
+    }
+    comparing->add_option("--state", options.state, "state file of the simulated board; a new one without it")
+        ->type_name("FILE");
     drawing->add_option("--speed", options.speed, "of SCL")
         ->type_name("HZ")
         ->check(CLI::Range(kMinSpeed, kMaxSpeed))
         ->capture_default_str();
-    for (CLI::App* command : {showing, comparing, rebuilding, drawing}) {
-        add_bus(*command, options);
-    }
-    for (CLI::App* command : {showing, comparing, rebuilding}) {
-        add_address(*command, options);
-    }
     CLI11_PARSE(app, argc, argv);
-    if (*converting) {
-        return convert(options);
-    }
-    if (*showing) {
-        return show(options);
-    }
-    if (*comparing) {
-        return compare(options);
-    }
-    return *rebuilding ? make_state(options) : draw(options);
+    return *converting   ? convert(options)
+           : *showing    ? show(options)
+           : *comparing  ? compare(options)
+           : *rebuilding ? make_state(options)
+                         : draw(options);
 }

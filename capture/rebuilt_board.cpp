@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <map>
-#include <optional>
 
 #include "mcu/flash_geometry.h"
 #include "sim/frame_table.h"
@@ -12,110 +11,92 @@
 
 namespace {
 
-/// The newest response of each frame command, and the flash.
+constexpr size_t kSegments = kMemorySize / kSegmentSize;
+
 struct Seen {
-    std::map<FrameCommand, sim::Bytes> responses;
-    std::vector<uint8_t> memory = std::vector<uint8_t>(kMemorySize, 0xFF);
-    std::vector<bool> segments = std::vector<bool>(kMemorySize / kSegmentSize);
+    std::map<FrameCommand, sim::Bytes> responses;  // the newest
+    std::vector<uint8_t> memory = std::vector<uint8_t>(kMemorySize);
+    std::vector<bool> segments = std::vector<bool>(kSegments);
 };
 
-/// The value of a field of the response.
+/// The value of a field of a response.
 std::string value_of(const Seen& seen, FrameCommand command, std::string_view name) {
-    for (const sim::Field& field : sim::find_frame_form(static_cast<uint8_t>(command))->response_fields) {
-        if (field.name == name) {
-            return sim::field_text(field, kFrameRegister, seen.responses.at(command));
-        }
-    }
-    return "";
+    const auto fields = sim::find_frame_form(static_cast<uint8_t>(command))->response_fields;
+    const auto field = std::find_if(fields.begin(), fields.end(), [&](const sim::Field& f) { return f.name == name; });
+    return sim::field_text(*field, kFrameRegister, seen.responses.at(command));
 }
 
-void keep_segment(Seen& seen, std::span<const uint8_t> frame, const sim::Bytes& data) {
-    const size_t page = get_le16(&frame[1]);
-    const size_t offset = page * kPageSize + size_t{frame[3]} * kSegmentSize;
-    if (frame[3] < kPageSize / kSegmentSize && offset + kSegmentSize <= kMemorySize) {
-        std::copy(data.begin(), data.end(), seen.memory.begin() + static_cast<std::ptrdiff_t>(offset));
-        seen.segments[offset / kSegmentSize] = true;
+void keep(Seen& seen, FrameCommand command, const sim::Bytes& frame, const sim::Bytes& response) {
+    seen.responses[command] = response;
+    if (command == FrameCommand::kReadSegment && frame.size() > 3 && frame[3] < kPageSegments) {
+        const size_t segment = size_t{get_le16(&frame[1])} * kPageSegments + frame[3];
+        if (segment < kSegments) {
+            std::copy(response.begin(), response.end(), &seen.memory[segment * kSegmentSize]);
+            seen.segments[segment] = true;
+        }
     }
 }
 
 Seen read_answers(std::span<const sim::RecordedTransfer> transfers, uint16_t mcu_address) {
     Seen seen;
-    const sim::FrameForm* form = nullptr;
+    const sim::FrameForm* form = nullptr;  // of the command that has not failed
     sim::Bytes frame;
     for (const sim::RecordedTransfer& transfer : transfers) {
         const sim::RecordedMessage& first = transfer.messages.front();
         const sim::RecordedMessage& last = transfer.messages.back();
-        if (first.address != mcu_address || first.read || first.bytes.empty()) {
+        if (first.address != mcu_address || first.read || first.bytes.empty() || !transfer.acknowledged) {
             continue;
         }
+        const uint8_t reg = first.bytes[0];
         if (const auto command = sim::command_of(first.bytes); command) {
-            form = command->frame && transfer.acknowledged ? sim::find_frame_form(command->code) : nullptr;
+            form = command->frame ? sim::find_frame_form(command->code) : nullptr;
             frame = first.bytes;
-        } else if (last.read && transfer.acknowledged && first.bytes[0] == kFrameCommandRegister) {
-            // A response counts only after a command that succeeded.
-            form = last.bytes.size() == 1 && is_finished(last.bytes[0]) && !is_success(last.bytes[0]) ? nullptr : form;
-        } else if (last.read && transfer.acknowledged && first.bytes[0] == kFrameRegister && form != nullptr &&
-                   last.bytes.size() == form->response) {
-            seen.responses[form->command] = last.bytes;
-            if (form->command == FrameCommand::kReadSegment && form->start == frame[0]) {
-                keep_segment(seen, frame, last.bytes);
-            }
+        } else if (last.read && reg == kFrameCommandRegister && last.bytes.size() == 1) {
+            const uint8_t status = last.bytes[0];  // after a failure the host reads a response all the same
+            form = is_finished(status) && !is_success(status) ? nullptr : form;
+        } else if (last.read && reg == kFrameRegister && form != nullptr && last.bytes.size() == form->response) {
+            keep(seen, form->command, frame, last.bytes);
         }
     }
     return seen;
-}
-
-std::string missing(const Seen& seen) {
-    if (!seen.responses.contains(FrameCommand::kReadVersion) ||
-        !seen.responses.contains(FrameCommand::kReadFlashStatus)) {
-        return "no --version in it";
-    }
-    const auto unread = static_cast<size_t>(std::count(seen.segments.begin(), seen.segments.end(), false));
-    if (unread == 0) {
-        return "";
-    }
-    const auto first =
-        static_cast<size_t>(std::find(seen.segments.begin(), seen.segments.end(), false) - seen.segments.begin()) *
-        kSegmentSize;
-    return "no complete --read in it: " + std::to_string(unread) + " of " + std::to_string(seen.segments.size()) +
-           " segments are missing, the first in page " + std::to_string(first / kPageSize);
 }
 
 }  // namespace
 
 std::string rebuild_board(std::span<const sim::RecordedTransfer> transfers, sim::Board& board) {
     Seen seen = read_answers(transfers, board.scenario.mcu_address);
-    if (std::string problem = missing(seen); !problem.empty()) {
-        return problem;
+    if (!seen.responses.contains(FrameCommand::kReadVersion) ||
+        !seen.responses.contains(FrameCommand::kReadFlashStatus)) {
+        return "no --version in it";
+    }
+    if (const auto gap = std::find(seen.segments.begin(), seen.segments.end(), false); gap != seen.segments.end()) {
+        return "no complete --read in it: " + std::to_string(std::count(gap, seen.segments.end(), false)) +
+               " segments are missing, the first in page " +
+               std::to_string((gap - seen.segments.begin()) / kPageSegments);
     }
     const auto version = [&](std::string_view name) { return value_of(seen, FrameCommand::kReadVersion, name); };
     const int running = version("active") == "1" ? 1 : 0;
-    for (const auto& [knob, value] : {std::pair<std::string, std::string>{"hwid", "0x" + version("hwid")},
-                                      {"serial", version("serial")},
-                                      {"production_minutes", version("production_minutes")}}) {
-        if (std::string problem = sim::set_knob(board.scenario, knob, value); !problem.empty()) {
-            return problem;
-        }
-    }
+    sim::Scenario& scenario = board.scenario;
+    std::string problem = sim::set_knob(scenario, "hwid", "0x" + version("hwid"));
+    problem += sim::set_knob(scenario, "serial", version("serial"));
+    problem += sim::set_knob(scenario, "production_minutes", version("production_minutes"));
+    const sim::Field whole{"version2", kFrameRegister, 32, sim::Notation::kBytes};
     if (const auto second = seen.responses.find(FrameCommand::kReadVersion2); second != seen.responses.end()) {
-        const bool empty = std::count(second->second.begin(), second->second.end(), 0xFF) == 32;
-        const sim::Field whole{"version2", kFrameRegister, 32, sim::Notation::kBytes};
-        board.scenario.version2 = empty ? "empty" : sim::field_text(whole, kFrameRegister, second->second);
+        scenario.version2 = sim::field_text(whole, kFrameRegister, second->second);
     }
-    sim::FlashModel& flash = board.flash;
-    flash.restore(std::move(seen.memory), running);
-    flash.latest = running;
-    for (int i = 0; i < 2; ++i) {
-        const std::string reported = value_of(seen, FrameCommand::kReadFlashStatus, i == 0 ? "crc0" : "crc1");
+    board.flash.restore(std::move(seen.memory), running);
+    board.flash.latest = running;
+    for (int i = 0; i < 2 && problem.empty(); ++i) {
         char computed[8];
-        std::snprintf(computed, sizeof computed, "%04x", flash.checksum(i));
-        if (reported != computed) {
-            return "region " + std::to_string(i) + " as read has the checksum " + computed + ", the MCU reported " +
-                   reported;
-        }
+        std::snprintf(computed, sizeof computed, "%04x", board.flash.checksum(i));
+        const std::string reported = value_of(seen, FrameCommand::kReadFlashStatus, i == 0 ? "crc0" : "crc1");
         const std::string swid = version(i == running ? "swid" : "other_swid");
-        flash.regions[static_cast<size_t>(i)] = {static_cast<uint16_t>(std::stoul(swid, nullptr, 16)), i == running,
-                                                 flash.checksum(i)};
+        board.flash.regions[static_cast<size_t>(i)] = {static_cast<uint16_t>(std::stoul(swid, nullptr, 16)),
+                                                       i == running, board.flash.checksum(i)};
+        if (reported != computed) {
+            problem = "region " + std::to_string(i) + " as read has the checksum " + computed + ", the MCU reported " +
+                      reported;
+        }
     }
-    return "";
+    return problem;
 }

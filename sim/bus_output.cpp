@@ -10,76 +10,55 @@
 
 namespace sim {
 
-namespace {
-
-std::string_view text_of(const Bytes& bytes) {
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
-}  // namespace
-
-std::string BusOutput::File::open(const std::string& path, bool unbuffered) {
-    path_ = path;
-    if (path == "-") {
-        path_ = "standard output";
-        out_ = &std::cout;
-        flush_ = true;
-    }
-    if (path == "-" || path.empty()) {
-        return "";
-    }
-    file_.open(path, std::ios::binary | std::ios::trunc);
-    if (!file_) {
-        return path + ": " + std::strerror(errno);
-    }
-    std::error_code error;
-    out_ = &file_;
-    flush_ = unbuffered || !std::filesystem::is_regular_file(path, error);
-    return "";
-}
-
-void BusOutput::File::write(std::string_view bytes) {
-    if (out_ == nullptr) {
-        return;
-    }
-    out_->write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    if (flush_) {
-        out_->flush();
-    }
-}
-
-std::string BusOutput::File::close() {
-    if (out_ == nullptr) {
-        return "";
-    }
-    out_->flush();
-    return *out_ ? "" : path_ + ": not everything could be written";
-}
-
 std::string BusOutput::open(const std::string& trace_path, const std::string& capture_path, bool unbuffered) {
     if (!capture_path.empty() && bus_ > kMaxCapturedBus) {
         return "a capture has no bus above " + std::to_string(kMaxCapturedBus);
     }
-    std::string problem = trace_.open(trace_path, unbuffered);
-    if (problem.empty()) {
-        problem = capture_.open(capture_path, unbuffered);
+    trace_.name = trace_path;
+    capture_.name = capture_path;
+    for (File* file : {&trace_, &capture_}) {
+        std::error_code error;
+        if (file->name == "-") {
+            file->out = &std::cout;
+        } else if (!file->name.empty()) {
+            file->file.open(file->name, std::ios::binary | std::ios::trunc);
+            if (!file->file) {
+                return file->name + ": " + std::strerror(errno);
+            }
+            file->out = &file->file;
+            file->flush = unbuffered || !std::filesystem::is_regular_file(file->name, error);
+        }
     }
-    capture_.write(text_of(capture_header()));
-    return problem;
+    if (capture_.out != nullptr) {
+        const Bytes header = capture_header();
+        capture_.out->write(reinterpret_cast<const char*>(header.data()), static_cast<std::streamsize>(header.size()));
+    }
+    return "";
 }
 
 void BusOutput::write(const Transfer& transfer) {
-    if (trace_.is_open()) {
-        trace_.write(decoder_.line(transfer, mcu_address_));
+    if (trace_.out != nullptr) {
+        *trace_.out << decoder_.line(transfer, mcu_address_);
     }
-    if (capture_.is_open()) {
-        capture_.write(text_of(capture_packets(record(static_cast<uint8_t>(bus_), transfer))));
+    if (capture_.out != nullptr) {
+        const Bytes packets = capture_packets(record(static_cast<uint8_t>(bus_), transfer));
+        capture_.out->write(reinterpret_cast<const char*>(packets.data()),
+                            static_cast<std::streamsize>(packets.size()));
+    }
+    for (const File* file : {&trace_, &capture_}) {
+        if (file->out != nullptr && file->flush) {
+            file->out->flush();
+        }
     }
 }
 
 std::string BusOutput::close() {
-    const std::string problem = trace_.close();
-    return problem.empty() ? capture_.close() : problem;
+    for (const File* file : {&trace_, &capture_}) {
+        if (file->out != nullptr && !file->out->flush()) {
+            return (file->name == "-" ? "standard output" : file->name) + ": not everything could be written";
+        }
+    }
+    return "";
 }
 
 }  // namespace sim

@@ -4,7 +4,6 @@
 
 #include <fstream>
 #include <string>
-#include <string_view>
 
 #include "sim/board.h"
 #include "sim/trace.h"
@@ -27,20 +26,11 @@ public:
     std::string close();
 
 private:
-    class File {
-    public:
-        std::string open(const std::string& path, bool unbuffered);
-        void write(std::string_view bytes);
-        std::string close();
-        bool is_open() const {
-            return out_ != nullptr;
-        }
-
-    private:
-        std::ofstream file_;
-        std::ostream* out_ = nullptr;
-        std::string path_;
-        bool flush_ = false;
+    struct File {
+        std::string name;
+        std::ofstream file;
+        std::ostream* out = nullptr;  // null: not wanted
+        bool flush = true;
     };
 
     int bus_;

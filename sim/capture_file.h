@@ -49,8 +49,8 @@ std::vector<Message> messages_of(RecordedTransfer& transfer);
 /// A copy of what was on the bus.
 RecordedTransfer record(uint8_t bus, const Transfer& transfer);
 
-/// Reads captures of either byte order, also joined, filtered or saved again by other programs. Never fails on what it
-/// does not know; stops at the first damage.
+/// Reads little-endian captures, also joined, filtered or saved again by other programs. Skips what it does not know;
+/// stops at the first damage.
 Recording read_capture(std::span<const uint8_t> bytes);
 
 bool is_capture(std::span<const uint8_t> bytes);

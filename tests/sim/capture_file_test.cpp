@@ -10,33 +10,25 @@ namespace {
 
 using sim::RecordedTransfer;
 
-const Bytes kHeader{0x0A, 0x0D, 0x0D, 0x0A, 28,   0,    0,    0,    0x4D, 0x3C, 0x2B, 0x1A, 1,    0,
-                    0,    0,    0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 28,   0,    0,    0,  // section
-                    1,    0,    0,    0,    20,   0,    0,    0,    209,  0,    0,    0,    0xFF, 0xFF,
-                    0,    0,    20,   0,    0,    0};  // interface
+const Bytes kHeader = bytes_of(
+    "0a0d0d0a 1c000000 4d3c2b1a 01000000 ffffffff ffffffff 1c000000"  // section
+    "01000000 14000000 d1000000 ffff0000 14000000");                  // interface
 
 /// A read of 0xA6 on bus 3 that failed, 2^32 + 5 microseconds after 1970.
-const Bytes kFailedRead{6,   0,   0,  0, 40,  0,   0,   0,   0,   0,   0,   0,   1,   0,    0,   0,    5,    0,
-                        0,   0,   7,  0, 0,   0,   7,   0,   0,   0,   3,   0,   0,   0,    0,   0x10, 0xA6, 0,
-                        40,  0,   0,  0,  //
-                        6,   0,   0,  0, 64,  0,   0,   0,   0,   0,   0,   0,   1,   0,    0,   0,    5,    0,
-                        0,   0,   6,  0, 0,   0,   7,   0,   0,   0,   3,   0,   0,   0x80, 1,   0x11, 0,    0,  //
-                        1,   0,   16, 0, 'n', 'o', 't', ' ', 'a', 'c', 'k', 'n', 'o', 'w',  'l', 'e',  'd',  'g',
-                        'e', 'd', 0,  0, 0,   0,   64,  0,   0,   0};
+const Bytes kFailedRead = bytes_of(
+    "06000000 28000000 00000000 01000000 05000000 07000000 07000000 03000000 0010a600 28000000"
+    "06000000 40000000 00000000 01000000 05000000 06000000 07000000 03000080 01110000"
+    "01001000 6e6f7420 61636b6e 6f776c65 64676564 00000000 40000000");
 
-/// The same kind of file from a big-endian machine that counts milliseconds, with a block and options of its own: a
-/// write of 0F 11 to 0x08 at 1.5 s, and an event of the bus, which is none of the transfers.
-const Bytes kForeign{
-    0x0A, 0x0D, 0x0D, 0x0A, 0, 0, 0, 28, 0x1A, 0x2B, 0x3C, 0x4D, 0, 1,    0,    0,    0xFF, 0xFF, 0xFF, 0xFF,
-    0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 28,  //
-    0,    0,    0,    1,    0, 0, 0, 40, 0,    209,  0,    0,    0, 0,    0,    0,    0,    2,    0,    1,
-    'x',  0,    0,    0,    0, 9, 0, 1,  3,    0,    0,    0,    0, 0,    0,    0,    0,    0,    0,    40,  //
-    0,    0,    0,    5,    0, 0, 0, 16, 1,    2,    3,    4,    0, 0,    0,    16,                          //
-    0,    0,    0,    6,    0, 0, 0, 40, 0,    0,    0,    0,    0, 0,    0,    0,    0,    0,    5,    0xDC,
-    0,    0,    0,    6,    0, 0, 0, 6,  0x80, 0,    0,    0,    1, 0x10, 0,    0,    0,    0,    0,    40,  //
-    0,    0,    0,    6,    0, 0, 0, 44, 0,    0,    0,    0,    0, 0,    0,    0,    0,    0,    5,    0xDC,
-    0,    0,    0,    8,    0, 0, 0, 8,  0,    0,    0,    0x80, 0, 0x10, 0x0F, 0x11, 0,    1,    0,    0,
-    0,    0,    0,    44};
+/// As other programs write: an interface with a name and a resolution, a block of their own, a packet with a comment,
+/// and an event of the bus, which is no transfer.
+const Bytes kForeign = bytes_of(
+    "0a0d0d0a 1c000000 4d3c2b1a 01000000 ffffffff ffffffff 1c000000"
+    "01000000 28000000 d1000000 00000400 02000100 78000000 09000100 06000000 00000000 28000000"
+    "05000000 10000000 01020304 10000000"
+    "06000000 28000000 00000000 00000000 07000000 06000000 06000000 80000000 01100000 28000000"
+    "06000000 34000000 00000000 00000000 07000000 08000000 08000000 00000080 00100f11"
+    "01000300 6f6b3f00 00000000 34000000");
 
 Bytes joined(std::initializer_list<Bytes> parts) {
     Bytes all;
@@ -53,7 +45,11 @@ TEST(CaptureFile, HasTheBytesThatOtherProgramsRead) {
     EXPECT_EQ(words_of(read), Words{"3 4294967301 mcu read - not acknowledged | a6"});
     EXPECT_TRUE(read.transfers.at(0).complete());
     EXPECT_EQ(words_of(sim::read_capture(joined({kForeign, kHeader, kFailedRead}))),
-              (Words{"0 1500000 mcu reset marker := 11 | 0f 11", "3 4294967301 mcu read - not acknowledged | a6"}));
+              (Words{"0 7 mcu reset marker := 11 | 0f 11", "3 4294967301 mcu read - not acknowledged | a6"}));
+    Bytes other = kForeign;
+    other[56] = 9;
+    EXPECT_EQ(sim::read_capture(other).problem, "time stamps are not in microseconds");
+    EXPECT_EQ(sim::read_capture(bytes_of("0a0d0d0a 0000001c 1a2b3c4d 00010000")).problem, "not a little-endian file");
 }
 
 std::vector<RecordedTransfer> every_kind() {

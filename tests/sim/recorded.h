@@ -2,7 +2,6 @@
 // Recordings in words.
 #pragma once
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -12,6 +11,17 @@
 #include "tests/sim/wire.h"
 
 using Words = std::vector<std::string>;
+
+/// Hexadecimal digits, with blanks anywhere between bytes.
+inline Bytes bytes_of(const std::string& digits) {
+    Bytes bytes;
+    for (size_t i = 0; i + 1 < digits.size(); i += digits[i] == ' ' ? 1 : 2) {
+        if (digits[i] != ' ') {
+            bytes.push_back(static_cast<uint8_t>(std::stoul(digits.substr(i, 2), nullptr, 16)));
+        }
+    }
+    return bytes;
+}
 
 /// For each transfer: bus, microseconds, and the words of the trace.
 inline Words words_of(sim::Recording recording) {
@@ -28,12 +38,7 @@ inline Words words_of(sim::Recording recording) {
 /// A write such as "a6 00", or a read such as "a6 r1" of one byte. Returns "yes", the byte, or "no" without
 /// acknowledge.
 inline std::string transfer(sim::Board& board, const std::string& request) {
-    Bytes bytes;
-    for (const char* p = request.c_str(); *p != '\0' && *p != 'r';) {
-        char* end = nullptr;
-        bytes.push_back(static_cast<uint8_t>(std::strtoul(p, &end, 16)));
-        p = *end == ' ' ? end + 1 : end;
-    }
+    const Bytes bytes = bytes_of(request.substr(0, request.find('r')));
     const size_t read = request.find('r');
     if (read == std::string::npos) {
         return write_bytes(board, bytes) ? "yes" : "no";
