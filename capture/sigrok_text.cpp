@@ -32,10 +32,15 @@ public:
             open_.messages.back().size += 1;
         } else if (what == "NACK" && !open_.messages.empty()) {
             // A host ends what it reads with NACK.
-            open_.acknowledged = open_.messages.back().read && !open_.messages.back().bytes.empty();
-        } else if (what == "Stop" && !open_.messages.empty()) {
-            recording.transfers.push_back(open_);
+            const sim::RecordedMessage& message = open_.messages.back();
+            open_.acknowledged = open_.acknowledged && message.read && !message.bytes.empty();
+        } else if (what == "Stop") {
             started_ = false;
+            if (sim::can_capture(open_)) {
+                recording.transfers.push_back(open_);
+            } else {
+                recording.problem = "some transfers left out: too long, or without a 7-bit address";
+            }
         }
     }
 

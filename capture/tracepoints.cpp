@@ -12,8 +12,6 @@
 namespace {
 
 constexpr uint64_t kUsPerSecond = 1'000'000;
-constexpr size_t kMaxMessages = 42;
-constexpr size_t kMaxMessageSize = 8192;
 constexpr std::string_view kAnchor = "sv_record clock=";
 
 /// Reads "SECONDS.FRACTION" in microseconds.
@@ -56,8 +54,8 @@ void add_message(Open& open, bool reply, uint64_t time_us, const char* values) {
     int end = 0;
     std::vector<sim::RecordedMessage>& messages = open.transfer.messages;
     const int count = std::sscanf(values, " #%u a=%x f=%x l=%zu %n", &index, &address, &flags, &size, &end);
-    open.sound = open.sound && count == 4 && index < kMaxMessages && size <= kMaxMessageSize &&
-                 (flags & I2C_M_TEN) == 0 && (reply ? index < messages.size() : index == messages.size());
+    open.sound = open.sound && count == 4 && (flags & I2C_M_TEN) == 0 &&
+                 (reply ? index < messages.size() : index == messages.size());
     if (!open.sound) {
         return;
     }
@@ -78,7 +76,7 @@ bool finish(Open& open, const char* values) {
     long result = 0;
     const bool read = std::sscanf(values, " n=%zu ret=%ld", &count, &result) == 2;
     open.transfer.acknowledged = result >= 0 && static_cast<size_t>(result) == count;
-    return read && open.sound && count > 0 && count == open.transfer.messages.size() &&
+    return read && open.sound && count == open.transfer.messages.size() &&
            (!open.transfer.acknowledged || open.unanswered == 0);
 }
 
@@ -115,8 +113,8 @@ sim::Recording read_tracepoints(std::string_view text) {
             add_message(open, kind == "reply", time_us, &line[event + static_cast<size_t>(end)]);
             continue;
         }
-        if (finish(open, &line[event + static_cast<size_t>(end)]) && bus >= 0 && bus <= sim::kMaxCapturedBus) {
-            open.transfer.bus = static_cast<uint8_t>(bus);
+        open.transfer.bus = static_cast<uint8_t>(std::clamp(bus, 0, 0xFF));
+        if (finish(open, &line[event + static_cast<size_t>(end)]) && sim::can_capture(open.transfer)) {
             recording.transfers.push_back(std::move(open.transfer));
         } else {
             ++left_out;

@@ -160,6 +160,13 @@ bool RecordedTransfer::complete() const {
     });
 }
 
+bool can_capture(const RecordedTransfer& transfer) {
+    return transfer.bus <= kMaxCapturedBus && !transfer.messages.empty() && transfer.messages.size() <= kMaxMessages &&
+           std::all_of(transfer.messages.begin(), transfer.messages.end(), [](const RecordedMessage& message) {
+               return message.address <= 0x7F && message.size <= kMaxMessage && message.bytes.size() <= message.size;
+           });
+}
+
 Bytes capture_header() {
     Bytes section;
     append_words(section, {kByteOrderMark, 1, 0xFFFFFFFF, 0xFFFFFFFF});  // version 1.0, any length

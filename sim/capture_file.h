@@ -40,7 +40,10 @@ struct Recording {
 /// What a capture begins with.
 Bytes capture_header();
 
-/// The packets of a transfer. REQUIRES: bus is at most kMaxCapturedBus.
+/// Whether the format has room for the transfer: 1 to 42 messages of at most 8,192 bytes, 7-bit addresses, bus 0 to 127.
+bool can_capture(const RecordedTransfer& transfer);
+
+/// The packets of a transfer. REQUIRES: can_capture(transfer).
 Bytes capture_packets(const RecordedTransfer& transfer);
 
 /// The messages as the board has them. They share the bytes of the recording.

@@ -62,6 +62,7 @@ void elf(Input input);
 void pack(Input input);
 void diff(Input input);
 void extract(Input input);
+void recording(Input input);
 
 using Target = void (*)(Input input);
 

@@ -18,7 +18,8 @@ constexpr struct {
                 {"elf", elf},
                 {"pack", pack},
                 {"diff", diff},
-                {"extract", extract}};
+                {"extract", extract},
+                {"recording", recording}};
 
 }  // namespace
 
