@@ -35,7 +35,7 @@ _sv_board() {
     case $cur in --*=*) prev=${cur%%=*} cur=${cur#*=} ;; esac
     [ "$COMP_CWORD" -gt 1 ] || sub=''
     case $sub:$prev in
-        *:--state | run:--firmware | run:--trace | run:--syslog) return ;; # readline's own
+        *:--state | run:--firmware | run:--trace | run:--capture | run:--replay | run:--syslog) return ;; # readline's own
         run:--bus) words=0 ;;
         run:--swid) ;;
         run:--preset) words=$("$1" presets 2>/dev/null | sed -n 's/^\([^ :]*\): .*/\1/p') ;;
@@ -59,7 +59,7 @@ _sv_board() {
                     read-pse-states read-pd-states read-teko1-page read-teko2-page read-nevents read-temperature-cal read-spare2"
             fi
             ;;
-        run:*) words="--bus --state --firmware --swid --preset --set --fault --trace --syslog --fast -h --help --" ;;
+        run:*) words="--bus --state --firmware --swid --preset --set --fault --trace --capture --unbuffered --replay --syslog --fast -h --help --" ;;
         show:*) words="--state -h --help" ;;
         knobs:* | presets:*) words="-h --help" ;;
         :*)

@@ -63,6 +63,9 @@ complete -c sv_board -n '__sv_board_is run' -l preset -x -a "(__sv_board_lists p
 complete -c sv_board -n '__sv_board_is run' -l set -x -a '(__sv_board_knobs)' -d 'set a knob'
 complete -c sv_board -n '__sv_board_is run' -l fault -x -a '(__sv_board_faults)' -d 'cause a fault'
 complete -c sv_board -n '__sv_board_is run' -l trace -r -F -d 'write each transfer to a file'
+complete -c sv_board -n '__sv_board_is run' -l capture -r -F -d 'write each transfer to a file for Wireshark'
+complete -c sv_board -n '__sv_board_is run' -l unbuffered -d 'write each transfer at once'
+complete -c sv_board -n '__sv_board_is run' -l replay -r -F -d 'answer as in this capture'
 complete -c sv_board -n '__sv_board_is run' -l syslog -r -F -d "write the program's system log to a file"
 complete -c sv_board -n '__sv_board_is run' -l fast -d 'skip all waiting'
 complete -c sv_board -n '__sv_board_is run' -a -- -d 'the program follows'

@@ -60,7 +60,7 @@ check_page() {
 }
 
 check_page share/man/sv_updater.8 "$commands"$'\n'"$parameters"$'\n'"$actions" $'-h\n--help\n-?\n'"$(words parameter 2- | tr ' ' '\n')"
-for program in sv_ctl sv_image sv_board; do
+for program in sv_ctl sv_image sv_board sv_capture; do
   needed=$(subcommands $program; options $program; for sub in $(subcommands $program); do options $program "$sub"; done)
   check_page share/man/$program.[18] "$needed" "$([ $program != sv_board ] || echo "$faults"$'\n'"$places"$'\n'"$knobs"$'\n'"$presets")"
 done
@@ -102,7 +102,7 @@ want() { echo "$1|${*:2}" >>"$top/table"; }
     # The options that all have may stand before and after the subcommand.
     want "sv_ctl $sub -" $(options sv_ctl) $(options sv_ctl $sub)
   done
-  for program in sv_image sv_board; do
+  for program in sv_image sv_board sv_capture; do
     want "$program " $(subcommands $program)
     want "$program -" $(options $program)
     for sub in $(subcommands $program); do
