@@ -59,9 +59,10 @@ std::string fields_text(const Language& language, std::span<const sim::Field> fi
     return list(language, items);
 }
 
-/// Breaks the line before a list in it.
+constexpr size_t kWidth = 115;
+
+/// Breaks the line before lists in it.
 void print_wrapped(std::string line) {
-    constexpr size_t kWidth = 112;
     while (line.size() > kWidth) {
         const size_t space = line.rfind(" {", kWidth);
         std::printf("%s\n", line.substr(0, space).c_str());
@@ -70,12 +71,19 @@ void print_wrapped(std::string line) {
     std::printf("%s\n", line.c_str());
 }
 
-/// A table with keys, one line for each.
+/// A table with keys.
 void print_table(const Language& language, const char* name, const std::map<unsigned, std::string>& entries) {
     std::printf("%s%s = {\n", language.local, name);
+    std::string line = "   ";
     for (const auto& [key, value] : entries) {
-        print_wrapped("    " + text(language.entry, key) + value + ",");
+        const std::string entry = " " + text(language.entry, key) + value + ",";
+        if (line.size() + entry.size() > kWidth && line != "   ") {
+            print_wrapped(line);
+            line = "   ";
+        }
+        line += entry;
     }
+    print_wrapped(line);
     std::printf("}\n");
 }
 
