@@ -162,7 +162,11 @@ end
 -- A read of the status of the last command, acknowledged or not.
 local function count_poll(bus, found, reg, status)
   local request = bus.request
-  if not request or request.reg ~= reg or request.answer then
+  if not request or request.reg ~= reg then
+    return
+  end
+  found.command = bus.command
+  if request.answer then
     return
   end
   request.polls = request.polls + 1
@@ -183,7 +187,7 @@ local function describe_read(bus, found, reg, data)
     return ("status of %s: %s"):format(bus.command, words)
   elseif RESPONSE[reg] then
     local form = reg == FRAME and request and request.is_frame and FRAMES[request.code]
-    found.fields = {RESPONSE[reg], form and form[4]}
+    found.fields = {RESPONSE[reg], form and form[4] or {}}
     return "response of " .. bus.command
   elseif reg == PARAMETER then
     found.fields = {#data == 2 and RESULT or W1_STATUS}
@@ -272,7 +276,7 @@ local function read_packet(tvb, pinfo)
 end
 
 local function show_fields(branch, found, tvb)
-  for _, fields in pairs(found.fields or {}) do
+  for _, fields in ipairs(found.fields or {}) do
     for _, field in ipairs(fields) do
       local name, reg, width, notation = table.unpack(field)
       local at = found.offset + reg - found.reg
@@ -336,8 +340,8 @@ local stock = encapsulations:get_dissector(I2C_LINUX)
 if stock then
   local every_message = Proto("sorvan_i2c", "I2C with a Sorvan power MCU")
   function every_message.dissector(tvb, pinfo, tree)
-    stock:call(tvb, pinfo, tree)
+    pcall(stock.call, stock, tvb, pinfo, tree) -- it has shown its error
     Dissector.get("sorvan"):call(tvb, pinfo, tree)
   end
-  encapsulations:set(I2C_LINUX, every_message)
+  encapsulations:add(I2C_LINUX, every_message)
 end
