@@ -234,7 +234,8 @@ local function describe(bus, first, last, found)
   end
   local read = last.read and not found.nack and " ->" .. hex(last.bytes) or ""
   found.brief = what
-  found.words = device .. " " .. what .. " |" .. (first.read and "" or hex(first.bytes)) .. read
+  local cut = ((first.is_cut or last.is_cut) and not (last.read and found.nack)) and " …" or ""
+  found.words = device .. " " .. what .. " |" .. (first.read and "" or hex(first.bytes)) .. read .. cut
 end
 
 -- --- Packets: one for each message
@@ -259,7 +260,8 @@ local function read_packet(tvb, pinfo)
   local address = tvb(0, 1):uint()
   local is_read = address % 2 == 1
   local bytes = tvb:len() > 1 and tvb:raw(1, tvb:len() - 1) or ""
-  local message = {address = (address - address % 2) / 2, read = is_read, bytes = bytes}
+  local message = {address = (address - address % 2) / 2, read = is_read, bytes = bytes,
+    is_cut = tvb:reported_len() > tvb:len()}
   bus.first = bus.first or message
   local found = {frame = pinfo.number, time = frame_time().value}
   if flags.value % (2 * STOP) < STOP then
