@@ -26,14 +26,14 @@ case $3 in
     needed=sigrok-cli
     ;;
 esac
-command -v $needed >/dev/null || { echo "$needed is not installed"; exit 77; }
+command -v "$needed" >/dev/null || { echo "$needed is not installed"; exit 77; }
 
 # session NAME OPTION...: runs a program on the board, into NAME.pcapng and NAME.words
 session() {
   local name=$1 status=0
   shift
   sv_board run --fast --trace trace --capture "$name.pcapng" "$@" >out 2>&1 || status=$?
-  [ $status -ne 125 ] && [ -s trace ] || fail "$*: $(cat out)"
+  { [ $status -ne 125 ] && [ -s trace ]; } || fail "$*: $(cat out)"
   cut -c20- trace >"$name.words"
 }
 # update NAME FAULT...: of twelve pages
