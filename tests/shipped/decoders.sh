@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# What Wireshark's dissector or sigrok's decoder says of a capture is what --trace says of the same transfers, line by line.
+# Wireshark's dissector or sigrok's decoder says of a capture what --trace says of the same transfers, line by line.
 # Usage: decoders.sh FOLDER_OF_PROGRAMS SOURCE_FOLDER wireshark|sigrok
 set -eu
 decoders=$(realpath "$2")/decoders
@@ -97,8 +97,8 @@ fi
 
 cat ./*.pcapng >all.pcapng
 cat ./*.words >words
-for pattern in 'not acknowledged' 'finished, failed' busy 'frame reset-now' 'parameter 0081' 'status block' 'charger register' \
-  '^33 read' 'address only' 'status of command-55' 'response of read-segment'; do
+for pattern in 'not acknowledged' 'finished, failed' busy 'frame reset-now' 'parameter 0081' 'status block' \
+  'charger register' '^33 read' 'address only' 'status of command-55' 'response of read-segment'; do
   grep -q -e "$pattern" words || fail "no session holds '$pattern'"
 done
 
@@ -123,8 +123,8 @@ fields() {
   shift 2
   dissect -2 -r "$file" -Y "$filter" -T fields -E separator='|' "${@/#/-e}"
 }
-expect_same erases "$(fields erases.pcapng 'sorvan.command == erase' frame.number sorvan.code sorvan.status sorvan.request_in \
-  sorvan.response_in sorvan.polls)" "1|0x43|||7|
+expect_same erases "$(fields erases.pcapng 'sorvan.command == erase' frame.number \
+  sorvan.{code,status,request_in,response_in,polls})" "1|0x43|||7|
 3||0x00|1||
 5||0x00|1||
 7||0xc0|1||3
@@ -137,9 +137,10 @@ expect_same "expert information" "$(fields erases.pcapng 'sorvan.failed || sorva
   _ws.expert.message)" "10|erase failed, status 81
 11|not acknowledged,Not acknowledged,$changes
 12|The end of this command was never read,$changes"
-expect_same "changes and times" "$(fields erases.pcapng 'sorvan.changes || sorvan.time > 0' frame.number | tr '\n' ' ')" \
-  "1 7 8 10 11 12 "
-expect_same "fields" "$(fields preset_healthy.pcapng 'sorvan.hwid || sorvan.region_size || sorvan.source || sorvan.result == 0x352' \
+expect_same "changes and times" \
+  "$(fields erases.pcapng 'sorvan.changes || sorvan.time > 0' frame.number | tr '\n' ' ')" "1 7 8 10 11 12 "
+expect_same "fields" "$(fields preset_healthy.pcapng \
+  'sorvan.hwid || sorvan.region_size || sorvan.source || sorvan.result == 0x352' \
   sorvan.{swid,serial,production_minutes,region_size,source,teko1_imp_max,marker,command} | sort -u)" \
   "0x0100|202611220000000000000000000000000001|29500000|||||read-version
 |||131072||||read-flash-status
