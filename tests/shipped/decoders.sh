@@ -62,7 +62,7 @@ pack_few
 for preset in $(sv_board presets | sed -n 's/^\([^ :]*\): .*/\1/p'); do
   session "preset_$preset" --preset "$preset" -- sv_updater --version --status --dump --status-cable
 done
-update faults nack@2 slow=3@read-version#2 fail@erase nack@segment/256#3 lost@commit/256 flip@commit/257+1ms \
+update faults nack@2 slow=3@read-version#2 fail=0xbf@erase nack@segment/256#3 lost@commit/256 flip@commit/257+1ms \
   skip@commit/258 slow=4@segment/259 fail=0x81@commit/260x2 nack@reset-delayed
 session read --fault kill@400 -- sv_updater --read flash
 session hang --fault hang@read-version --fault kill@40 -- sv_updater --version
@@ -160,8 +160,9 @@ mcu select register a5 - not acknowledged | a5 …
 mcu select register a5 | a5 …
 mcu reset marker | 0f -> 00"
 
+command -v dumpcap >/dev/null || { echo "no live capture: dumpcap is not for this user"; exit; }
 mkfifo live
 dissect -i live -T fields -e sorvan.info >followed &
-sv_board run --capture live -- sv_updater --version >out
+timeout 60 sv_board run --capture live -- sv_updater --version >out
 wait $! || fail "tshark did not follow a capture"
 grep . followed | diff - <(head -n 9 preset_healthy.words) || fail "tshark has other words in a capture that it follows"
