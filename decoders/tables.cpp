@@ -12,18 +12,16 @@ namespace {
 
 /// What the two languages write differently.
 struct Language {
-    bool whole;         // with the fields of responses and of the status block
+    bool whole;         // also what changes something, and the fields of responses and of the status block
     const char* mark;   // of a comment
     const char* local;  // before a name
     const char* entry;  // a key, and what comes before its value
     const char* begin;  // of a list
     const char* end;
-    const char* yes;
-    const char* no;
 };
 
-constexpr Language kLua = {true, "--", "local ", "[0x%02x] = ", "{", "}", "true", "false"};
-constexpr Language kPython = {false, "#", "", "0x%02x: ", "(", ")", "True", "False"};
+constexpr Language kLua = {true, "--", "local ", "[0x%02x] = ", "{", "}"};
+constexpr Language kPython = {false, "#", "", "0x%02x: ", "(", ")"};
 
 template <typename... Values>
 std::string text(const char* format, Values... values) {
@@ -44,7 +42,8 @@ const char* notation_name(sim::Notation notation) {
 std::string list(const Language& language, const std::vector<std::string>& items) {
     std::string result = language.begin;
     for (const std::string& item : items) {
-        result += item + ", ";
+        result += item + ",";
+        result += &item == &items.back() ? "" : " ";
     }
     return result + language.end;
 }
@@ -52,61 +51,66 @@ std::string list(const Language& language, const std::vector<std::string>& items
 std::string fields_text(const Language& language, std::span<const sim::Field> fields) {
     std::vector<std::string> items;
     for (const sim::Field& field : fields) {
-        items.push_back(text("%s\"%s\", 0x%02x, %u, \"%s\", 0x%02x%s", language.begin, field.name.data(), field.reg,
-                             field.width, notation_name(field.notation), field.mask, language.end));
+        const std::string mask = field.mask == 0xFF ? "" : text(", 0x%02x", field.mask);
+        items.push_back(text("%s\"%s\", 0x%02x, %u, \"%s\"", language.begin, field.name.data(), field.reg, field.width,
+                             notation_name(field.notation)) +
+                        mask + language.end);
     }
     return list(language, items);
 }
 
-/// Breaks the line at spaces.
+constexpr size_t kWidth = 115;
+
+/// Breaks the line before lists in it.
 void print_wrapped(std::string line) {
-    constexpr size_t kWidth = 112;
     while (line.size() > kWidth) {
-        const size_t space = line.rfind(' ', kWidth);
+        const size_t space = line.rfind(" {", kWidth);
         std::printf("%s\n", line.substr(0, space).c_str());
         line = "       " + line.substr(space);
     }
     std::printf("%s\n", line.c_str());
 }
 
-/// A table with keys, one line for each.
+/// A table with keys.
 void print_table(const Language& language, const char* name, const std::map<unsigned, std::string>& entries) {
     std::printf("%s%s = {\n", language.local, name);
+    std::string line = "   ";
     for (const auto& [key, value] : entries) {
-        print_wrapped("    " + text(language.entry, key) + value + ",");
+        const std::string entry = " " + text(language.entry, key) + value + ",";
+        if (line.size() + entry.size() > kWidth && line != "   ") {
+            print_wrapped(line);
+            line = "   ";
+        }
+        line += entry;
     }
+    print_wrapped(line);
     std::printf("}\n");
 }
 
 void print_tables(const Language& language) {
     std::map<unsigned, std::string> frames;
     for (const sim::FrameForm& form : sim::frame_forms()) {
-        const std::string start = text("%s\"%s\", 0x%02x, %s, ", language.begin, form.name.data(), form.start,
-                                       form.changes ? language.yes : language.no);
-        const std::string answer = text(", %u, ", form.response) + fields_text(language, form.response_fields);
-        frames[static_cast<unsigned>(form.command)] =
-            start + fields_text(language, form.fields) + (language.whole ? answer : "") + language.end;
+        std::vector<std::string> items = {"\"" + std::string(form.name) + "\"", text("0x%02x", form.start),
+                                          fields_text(language, form.fields)};
+        if (language.whole) {
+            items.push_back(fields_text(language, form.response_fields));
+            items.push_back(form.changes ? "true" : "false");
+        }
+        frames[static_cast<unsigned>(form.command)] = list(language, items);
     }
     std::map<unsigned, std::string> commands;
     for (const sim::RegisterForm& form : sim::register_forms()) {
-        const std::string name = "\"" + std::string(form.name) + "\"";
-        const std::string answer = text(", %u, %u", form.result, form.data);
-        commands[static_cast<unsigned>(form.command)] =
-            language.whole ? language.begin + name + answer + language.end : name;
+        commands[static_cast<unsigned>(form.command)] = "\"" + std::string(form.name) + "\"";
     }
     std::map<unsigned, std::string> devices;
     for (const sim::BusDevice& device : sim::bus_devices()) {
         devices[device.address] = "\"" + std::string(device.name) + "\"";
     }
     std::printf("%s BEGIN: generated by decoder_tables\n", language.mark);
-    std::printf(
-        "%s A field: name, register, width, notation, mask. A frame: name, first register, whether it changes\n"
-        "%s the flash, the regions or the running program, fields%s\n",
-        language.mark, language.mark, language.whole ? ", size of the response, its fields" : "");
+    std::printf("%s A field: name, register, width, notation%s. A frame: name, first register, fields%s\n",
+                language.mark, language.whole ? ", mask" : "",
+                language.whole ? ", fields of the\n-- response, does it change anything" : "");
     print_table(language, "FRAMES", frames);
-    if (language.whole) {
-        std::printf("%s name, size of the result, size of the data\n", language.mark);
-    }
     print_table(language, "COMMANDS", commands);
     if (language.whole) {
         print_wrapped(std::string(language.local) +

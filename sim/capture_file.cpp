@@ -9,7 +9,6 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <optional>
 #include <string_view>
 
@@ -233,8 +232,8 @@ Recording read_capture(std::span<const uint8_t> bytes) {
 std::string load_bytes(const std::string& path, Bytes& bytes) {
     std::ifstream file(path, std::ios::binary);
     std::istream& in = path == "-" ? std::cin : file;
-    if (in) {
-        bytes.assign(std::istreambuf_iterator<char>(in), {});
+    for (char byte = 0; in.get(byte);) {  // an iterator over the buffer would not set eof()
+        bytes.push_back(static_cast<uint8_t>(byte));
     }
     return in.bad() || !in.eof() ? std::strerror(errno) : "";
 }
