@@ -132,13 +132,13 @@ std::string load_replay(const RunOptions& options, sim::Board& board, std::optio
     const sim::Recording recording = sim::read_capture(bytes);
     std::vector<sim::RecordedTransfer> transfers = sim::transfers_of_bus(recording, options.bus, problem);
     if (!recording.problem.empty()) {
-        problem = recording.problem + " after " + std::to_string(transfers.size()) + " transfers";
+        problem = recording.problem;
     }
     if (transfers.empty()) {
         return options.replay_path + ": " + problem;
     }
     if (!problem.empty()) {
-        std::fprintf(stderr, "sv_board: %s: %s\n", options.replay_path.c_str(), problem.c_str());
+        complain(options.replay_path + ": " + problem + " after " + std::to_string(transfers.size()) + " transfers");
     }
     cassette.emplace(std::move(transfers), board.scenario.mcu_address);
     board.replay = [&](std::span<const sim::Message> messages) { return cassette->transfer(messages); };
