@@ -64,6 +64,7 @@ for program in sv_ctl sv_image sv_board sv_capture; do
   needed=$(subcommands $program; options $program; for sub in $(subcommands $program); do options $program "$sub"; done)
   check_page share/man/$program.[18] "$needed" "$([ $program != sv_board ] || echo "$faults"$'\n'"$places"$'\n'"$knobs"$'\n'"$presets")"
 done
+check_page share/man/sv_record.8 "$(options share/sv_record)" ""
 
 # words_of SUBSECTION: the words of its list in sv_ctl(8), with the star of those that may be tried again
 words_of() {
