@@ -9,7 +9,7 @@ set -eu
 export LC_ALL=C TZ=UTC
 PATH=$(realpath "$1"):$PATH:/usr/sbin:/sbin
 source_folder=$(realpath "$2")
-documents=(README.md docs/protocol.md share/man/sv_update_file.5 share/man/sv_image.1)
+documents=(README.md docs/protocol.md docs/capture.md share/man/sv_update_file.5 share/man/sv_image.1)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 command -v i2ctransfer >/dev/null || { echo "i2c-tools are not installed"; exit 77; }
