@@ -37,7 +37,7 @@ private:
     std::function<void()> on_death_;
     std::string problem_;
     std::string path_;
-    int socket_ = -1;  ///< a byte tells the watcher that all is well
+    int socket_ = -1;  ///< a byte to the watcher: all is well
     pid_t watcher_ = -1;
 };
 
