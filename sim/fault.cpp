@@ -139,6 +139,27 @@ bool is_in(CommandGroup group, CommandCode command) {
     return form != nullptr && (group == CommandGroup::kFrames || form->changes);
 }
 
+std::string list(const std::vector<std::string_view>& names) {
+    std::string text;
+    for (const std::string_view name : names) {
+        text += (text.empty() ? " " : ", ") + std::string(name);
+    }
+    return text;
+}
+
+/// What WHERE can be besides the number of a transfer.
+std::vector<std::string_view> fault_places() {
+    std::vector<std::string_view> names = fault_groups();
+    names.emplace_back("reg-00 to reg-ff");
+    for (const FrameForm& form : frame_forms()) {
+        names.push_back(form.name);
+    }
+    for (const RegisterForm& form : register_forms()) {
+        names.push_back(form.name);
+    }
+    return names;
+}
+
 /// Reads the place and its page. Returns an empty text, or what is wrong.
 std::string parse_place(const Words& words, Fault& fault) {
     if (is_positive(words.place)) {
@@ -157,7 +178,7 @@ std::string parse_place(const Words& words, Fault& fault) {
     }
     const auto command = find_command(words.place);
     if (!command) {
-        return "no such command: " + std::string(words.place);
+        return "no such command: " + std::string(words.place) + "; there are" + list(fault_places());
     }
     if (words.page.empty()) {
         fault.where = CommandPlace{*command, std::nullopt};
@@ -208,11 +229,13 @@ bool Fault::strikes(const TransferPlace& place) {
     if (!matches(place) || ++seen_ < first) {
         return false;
     }
+    bool struck = count == kUnlimited || seen_ < first + count;
     if (duration_us) {
         began_us_ = began_us_.value_or(place.time_us);
-        return place.time_us < *began_us_ + *duration_us;
+        struck = place.time_us < *began_us_ + *duration_us;
     }
-    return count == kUnlimited || seen_ < first + count;
+    has_struck_ = has_struck_ || struck;
+    return struck;
 }
 
 std::optional<Fault> parse_fault(const std::string& text, std::string& problem) {
@@ -223,10 +246,11 @@ std::optional<Fault> parse_fault(const std::string& text, std::string& problem) 
     }
     const KindForm* kind = find_kind(words->kind);
     if (kind == nullptr) {
-        problem = text + ": no such kind of fault: " + std::string(words->kind);
+        problem = text + ": no such kind of fault: " + std::string(words->kind) + "; there are" + list(fault_kinds());
         return std::nullopt;
     }
     Fault fault;
+    fault.text = text;
     fault.kind = kind->kind;
     std::string mistake = parse_place(*words, fault);
     if (mistake.empty()) {

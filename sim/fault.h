@@ -66,6 +66,7 @@ struct TransferPlace {
 inline constexpr uint64_t kUnlimited = UINT64_MAX;
 
 struct Fault {
+    std::string text;  ///< as it was given
     FaultKind kind = FaultKind::kNack;
     uint16_t value = 0x80;  ///< VALUE
     std::variant<uint64_t, RegisterPlace, CommandPlace, CommandGroup> where = uint64_t{1};
@@ -76,9 +77,15 @@ struct Fault {
     /// True when the fault strikes this transfer. Counts the transfer if WHERE matches it.
     bool strikes(const TransferPlace& place);
 
+    /// True once it has struck a transfer.
+    bool has_struck() const {
+        return has_struck_;
+    }
+
 private:
     bool matches(const TransferPlace& place) const;
     uint64_t seen_ = 0;
+    bool has_struck_ = false;
     std::optional<uint64_t> began_us_;
 };
 

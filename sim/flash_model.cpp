@@ -40,7 +40,7 @@ FlashModel::FlashModel() {
     }
     std::copy(std::begin(kFirstJump), std::end(kFirstJump), program.begin());
     install(0, program, kFirstSwid);
-    running_ = 0;
+    running_region = 0;
 }
 
 void FlashModel::install(int region, std::span<const uint8_t> program, uint16_t swid) {
@@ -54,7 +54,11 @@ void FlashModel::install(int region, std::span<const uint8_t> program, uint16_t 
 void FlashModel::restore(std::vector<uint8_t> memory, int running) {
     memory_ = std::move(memory);
     checksums_ = {};
-    running_ = running;
+    running_region = running;
+}
+
+void FlashModel::restore(const FlashState& state) {
+    static_cast<FlashState&>(*this) = state;
 }
 
 int FlashModel::next_start(int preferred) const {
@@ -70,10 +74,10 @@ int FlashModel::next_start(int preferred) const {
 }
 
 void FlashModel::boot(int preferred) {
-    segments_lost_ = segments_lost_ || buffer_segments_ != 0;
-    buffer_segments_ = 0;
-    running_ = next_start(preferred);
-    history.push_back({RegionEvent::kStarted, running_});
+    segments_lost = segments_lost || buffer_segments != 0;
+    buffer_segments = 0;
+    running_region = next_start(preferred);
+    history.push_back({RegionEvent::kStarted, running()});
 }
 
 void FlashModel::touch(int region) {
@@ -99,7 +103,7 @@ uint16_t FlashModel::checksum(int region) const {
 Verdict FlashModel::erase_other() {
     clear(other(), kRegionPages);
     regions[static_cast<size_t>(other())] = {};
-    buffer_segments_ = 0;
+    buffer_segments = 0;
     history.push_back({RegionEvent::kErased, other()});
     return {};
 }
@@ -111,7 +115,7 @@ void FlashModel::tear_erase(uint32_t pages) {
 
 Verdict FlashModel::check_page(uint16_t page) const {
     const int region = page / kRegionPages;
-    if (region == running_) {
+    if (region == running()) {
         return violation(page_text("page %u belongs to the running region", page));
     }
     if (region > 1 || page % kRegionPages == kProgrammedPages) {
@@ -127,15 +131,15 @@ Verdict FlashModel::write_segment(uint16_t page, uint8_t segment, std::span<cons
     if (segment >= kPageSegments) {
         return violation(page_text("a segment of page %u lies outside the page", page));
     }
-    if (page != buffer_page_) {
-        buffer_page_ = page;
-        buffer_segments_ = 0;
+    if (page != buffer_page) {
+        buffer_page = page;
+        buffer_segments = 0;
     }
     if (segment == 0) {
-        segments_lost_ = false;
+        segments_lost = false;
     }
-    std::copy(data.begin(), data.end(), buffer_.begin() + segment * kSegmentSize);
-    buffer_segments_ |= 1U << segment;
+    std::copy(data.begin(), data.end(), buffer.begin() + segment * kSegmentSize);
+    buffer_segments |= 1U << segment;
     return {};
 }
 
@@ -147,22 +151,22 @@ Verdict FlashModel::tear_commit(uint16_t page, uint16_t checksum, uint32_t bytes
     if (Verdict verdict = check_page(page); !verdict.ok) {
         return verdict;
     }
-    if (page != buffer_page_ || buffer_segments_ != kAllSegments) {
-        return segments_lost_ ? refuse() : violation(page_text("page %u is committed without all its segments", page));
+    if (page != buffer_page || buffer_segments != kAllSegments) {
+        return segments_lost ? refuse() : violation(page_text("page %u is committed without all its segments", page));
     }
-    if (crc16_buffer(kCrc16Start, buffer_.data(), buffer_.size()) != checksum) {
+    if (crc16_buffer(kCrc16Start, buffer.data(), buffer.size()) != checksum) {
         return violation(page_text("page %u is committed with a wrong checksum", page));
     }
     uint8_t* flash = memory_.data() + size_t{page} * kPageSize;
     for (size_t i = 0; i < kPageSize; ++i) {
         // Programming can only clear bits.
-        if ((flash[i] & buffer_[i]) != buffer_[i]) {
+        if ((flash[i] & buffer[i]) != buffer[i]) {
             return violation(page_text("page %u is written onto flash that is not erased", page));
         }
     }
-    std::copy_n(buffer_.begin(), bytes, flash);
+    std::copy_n(buffer.begin(), bytes, flash);
     touch(page / kRegionPages);
-    buffer_segments_ = 0;
+    buffer_segments = 0;
     return {};
 }
 
@@ -180,8 +184,8 @@ Verdict FlashModel::disable_running() {
     if (!regions[static_cast<size_t>(other())].enabled) {
         return violation("the running region is disabled while the other one is not enabled");
     }
-    regions[static_cast<size_t>(running_)].enabled = false;
-    history.push_back({RegionEvent::kDisabled, running_});
+    regions[static_cast<size_t>(running())].enabled = false;
+    history.push_back({RegionEvent::kDisabled, running()});
     return {};
 }
 

@@ -36,7 +36,19 @@ struct Verdict {
 Verdict refuse();
 Verdict violation(std::string text);
 
-class FlashModel {
+/// What the MCU knows of its flash; not the content, and no history.
+struct FlashState {
+    std::array<RegionState, 2> regions;
+    int latest = 0;          ///< the region enabled last
+    int running_region = 0;  ///< -1 when none could start
+    // The page buffer, which a commit writes to the flash.
+    uint16_t buffer_page = 0;
+    uint32_t buffer_segments = 0;  ///< bit s: segment s has arrived
+    std::array<uint8_t, kPageSize> buffer{};
+    bool segments_lost = false;  ///< a restart emptied the buffer, which the host cannot know
+};
+
+class FlashModel : private FlashState {
 public:
     /// Region 0 runs and holds a jump and pseudo-random bytes with software id 0x0100. Region 1 is erased.
     FlashModel();
@@ -46,11 +58,11 @@ public:
 
     /// The running region; -1 when none could start.
     int running() const {
-        return running_;
+        return running_region;
     }
 
     int other() const {
-        return running_ == 0 ? 1 : 0;
+        return running() == 0 ? 1 : 0;
     }
 
     /// The region that would start now: it is enabled, and its checksum is the enabled one. If both qualify, the
@@ -89,10 +101,15 @@ public:
 
     std::vector<RegionEvent> history;  ///< oldest first
 
-    // For the state file.
-    std::array<RegionState, 2> regions;
-    int latest = 0;  ///< the region enabled last
+    // For the state file, and for other runs on the same board.
+    using FlashState::latest;
+    using FlashState::regions;
     void restore(std::vector<uint8_t> memory, int running);
+    void restore(const FlashState& state);
+
+    const FlashState& state() const {
+        return *this;
+    }
 
 private:
     Verdict check_page(uint16_t page) const;
@@ -100,12 +117,6 @@ private:
     void touch(int region);
 
     std::vector<uint8_t> memory_ = std::vector<uint8_t>(kMemorySize, 0xFF);
-    int running_ = 0;
-    // The page buffer, which a commit writes to the flash.
-    uint16_t buffer_page_ = 0;
-    uint32_t buffer_segments_ = 0;  // bit s: segment s has arrived
-    std::array<uint8_t, kPageSize> buffer_{};
-    bool segments_lost_ = false;  // a restart emptied the buffer, which the host cannot know
     std::array<uint64_t, 2> writes_{};
     mutable std::array<std::optional<uint16_t>, 2> checksums_;
 };

@@ -4,10 +4,12 @@
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -21,10 +23,10 @@ constexpr size_t kMaxMessageSize = 8192;  // the kernel's own limit
 /// Counted reference to memory of the client.
 using Data = std::unique_ptr<UMockdevIoctlData, void (*)(UMockdevIoctlData*)>;
 
-struct Device {
-    TransferFunction transfer;
-    uint16_t slave = 0;  // for SMBus calls, which only one client at a time makes
-};
+constexpr char kSlave[] = "slave";  // the address for SMBus calls, kept in each client's object
+
+constexpr unsigned long kFunctions = I2C_FUNC_I2C | I2C_FUNC_SMBUS_QUICK | I2C_FUNC_SMBUS_BYTE |
+                                     I2C_FUNC_SMBUS_BYTE_DATA | I2C_FUNC_SMBUS_WORD_DATA | I2C_FUNC_SMBUS_I2C_BLOCK;
 
 struct Result {
     long value;
@@ -42,7 +44,7 @@ Data resolve(UMockdevIoctlData* data, size_t offset, size_t size) {
     return {target, [](UMockdevIoctlData* d) { g_object_unref(d); }};
 }
 
-Result rdwr(Device& device, UMockdevIoctlData* arg) {
+Result rdwr(const TransferFunction& transfer, UMockdevIoctlData* arg) {
     const Data request = resolve(arg, 0, sizeof(i2c_rdwr_ioctl_data));
     if (request == nullptr) {
         return {-1, EFAULT};
@@ -75,7 +77,7 @@ Result rdwr(Device& device, UMockdevIoctlData* arg) {
         }
         messages.push_back({message.addr, (message.flags & I2C_M_RD) != 0, bytes[i]});
     }
-    if (!device.transfer(messages)) {
+    if (!transfer(messages)) {
         return {-1, ENXIO};
     }
     for (size_t i = 0; i < header.nmsgs; ++i) {
@@ -86,8 +88,23 @@ Result rdwr(Device& device, UMockdevIoctlData* arg) {
     return {static_cast<long>(header.nmsgs), 0};
 }
 
-/// The two SMBus calls with which i2cdetect probes addresses: quick command and byte.
-Result smbus(Device& device, UMockdevIoctlData* arg) {
+/// Where the bytes of an SMBus call lie in its data. Nothing when the call is not offered.
+std::optional<std::span<uint8_t>> smbus_bytes(uint32_t size, i2c_smbus_data& data) {
+    switch (size) {
+        case I2C_SMBUS_QUICK: return std::span(data.block, 0);
+        case I2C_SMBUS_BYTE:
+        case I2C_SMBUS_BYTE_DATA: return std::span(data.block, 1);
+        case I2C_SMBUS_WORD_DATA: return std::span(data.block, 2);
+        case I2C_SMBUS_I2C_BLOCK_BROKEN:  // what the C library of i2c-tools calls for 32 bytes, and to write
+        case I2C_SMBUS_I2C_BLOCK_DATA:
+            data.block[0] = std::min<uint8_t>(data.block[0], I2C_SMBUS_BLOCK_MAX);
+            return std::span(data.block + 1, data.block[0]);
+        default: return std::nullopt;
+    }
+}
+
+/// The SMBus calls as the kernel makes them from I2C messages.
+Result smbus(const TransferFunction& transfer, uint16_t slave, UMockdevIoctlData* arg) {
     const Data request = resolve(arg, 0, sizeof(i2c_smbus_ioctl_data));
     if (request == nullptr) {
         return {-1, EFAULT};
@@ -95,23 +112,42 @@ Result smbus(Device& device, UMockdevIoctlData* arg) {
     i2c_smbus_ioctl_data header{};
     std::memcpy(&header, request->data, sizeof header);
     const bool read = header.read_write == I2C_SMBUS_READ;
-    uint8_t byte = 0;
-    Message message{device.slave, read, {}};
-    if (header.size == I2C_SMBUS_BYTE) {
-        byte = header.command;
-        message.bytes = std::span(&byte, 1);
-    } else if (header.size != I2C_SMBUS_QUICK) {
+    // A byte that is written without a register is in the place of the register, and there is no data.
+    const bool has_data = header.size != I2C_SMBUS_QUICK && (header.size != I2C_SMBUS_BYTE || read);
+    i2c_smbus_data data{};
+    const Data memory = has_data ? resolve(request.get(), offsetof(i2c_smbus_ioctl_data, data), sizeof data)
+                                 : Data(nullptr, [](UMockdevIoctlData*) {});
+    if (memory != nullptr) {
+        std::memcpy(&data, memory->data, sizeof data);
+    } else if (has_data) {
+        return {-1, EFAULT};
+    }
+    if (read && header.size == I2C_SMBUS_I2C_BLOCK_BROKEN) {
+        data.block[0] = I2C_SMBUS_BLOCK_MAX;
+    }
+    const auto bytes = smbus_bytes(header.size, data);
+    if (!bytes) {
         return {-1, EOPNOTSUPP};
     }
-    if (!device.transfer(std::span(&message, 1))) {
+    Bytes written;
+    if (header.size != I2C_SMBUS_QUICK && (header.size != I2C_SMBUS_BYTE || !read)) {
+        written.push_back(header.command);
+    }
+    if (has_data && !read) {
+        written.insert(written.end(), bytes->begin(), bytes->end());
+    }
+    std::vector<Message> messages;
+    if (!read || !written.empty()) {
+        messages.push_back({slave, false, written});
+    }
+    if (read) {
+        messages.push_back({slave, true, *bytes});
+    }
+    if (!transfer(messages)) {
         return {-1, ENXIO};
     }
-    if (read && header.size == I2C_SMBUS_BYTE) {
-        const Data answer = resolve(request.get(), offsetof(i2c_smbus_ioctl_data, data), sizeof(i2c_smbus_data));
-        if (answer == nullptr) {
-            return {-1, EFAULT};
-        }
-        umockdev_ioctl_data_update(answer.get(), 0, &byte, 1);
+    if (read && has_data) {
+        umockdev_ioctl_data_update(memory.get(), 0, data.block, sizeof data);
     }
     return {0, 0};
 }
@@ -121,31 +157,32 @@ Result functionality(UMockdevIoctlData* arg) {
     if (answer == nullptr) {
         return {-1, EFAULT};
     }
-    unsigned long functions = I2C_FUNC_I2C | I2C_FUNC_SMBUS_QUICK | I2C_FUNC_SMBUS_BYTE;
+    unsigned long functions = kFunctions;
     umockdev_ioctl_data_update(answer.get(), 0, reinterpret_cast<guint8*>(&functions), sizeof functions);
     return {0, 0};
 }
 
-Result select_slave(Device& device, UMockdevIoctlData* arg) {
+Result select_slave(UMockdevIoctlClient* client, UMockdevIoctlData* arg) {
     unsigned long address = 0;
     std::memcpy(&address, arg->data, sizeof address);
     if (address > 0x7F) {
         return {-1, EINVAL};
     }
-    device.slave = static_cast<uint16_t>(address);
+    g_object_set_data(G_OBJECT(client), kSlave, GUINT_TO_POINTER(address));
     return {0, 0};
 }
 
 gboolean handle(UMockdevIoctlBase* /*base*/, UMockdevIoctlClient* client, gpointer user) {
-    Device& device = *static_cast<Device*>(user);
+    const TransferFunction& transfer = *static_cast<TransferFunction*>(user);
     UMockdevIoctlData* arg = umockdev_ioctl_client_get_arg(client);
+    const auto slave = static_cast<uint16_t>(GPOINTER_TO_UINT(g_object_get_data(G_OBJECT(client), kSlave)));
     Result result{-1, ENOTTY};
     switch (umockdev_ioctl_client_get_request(client)) {
-        case I2C_RDWR: result = rdwr(device, arg); break;
-        case I2C_SMBUS: result = smbus(device, arg); break;
+        case I2C_RDWR: result = rdwr(transfer, arg); break;
+        case I2C_SMBUS: result = smbus(transfer, slave, arg); break;
         case I2C_FUNCS: result = functionality(arg); break;
         case I2C_SLAVE:
-        case I2C_SLAVE_FORCE: result = select_slave(device, arg); break;
+        case I2C_SLAVE_FORCE: result = select_slave(client, arg); break;
         default: break;
     }
     umockdev_ioctl_client_complete(client, result.value, result.error);
@@ -156,10 +193,9 @@ gboolean handle(UMockdevIoctlBase* /*base*/, UMockdevIoctlClient* client, gpoint
 
 UMockdevIoctlBase* make_i2c_dev(TransferFunction transfer) {
     UMockdevIoctlBase* base = umockdev_ioctl_base_new();
-    auto* device = new Device{std::move(transfer)};
     g_signal_connect_data(
-        base, "handle-ioctl", G_CALLBACK(handle), device,
-        [](gpointer user, GClosure* /*closure*/) { delete static_cast<Device*>(user); }, GConnectFlags{});
+        base, "handle-ioctl", G_CALLBACK(handle), new TransferFunction(std::move(transfer)),
+        [](gpointer user, GClosure* /*closure*/) { delete static_cast<TransferFunction*>(user); }, GConnectFlags{});
     return base;
 }
 

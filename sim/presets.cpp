@@ -48,7 +48,11 @@ std::string apply_preset(Scenario& scenario, std::string_view name) {
         }
         return "";
     }
-    return "no such preset: " + std::string(name);
+    std::string names;
+    for (const Preset& preset : kPresets) {
+        names += (names.empty() ? "" : ", ") + std::string(preset.name);
+    }
+    return "no such preset: " + std::string(name) + "; there are " + names;
 }
 
 }  // namespace sim

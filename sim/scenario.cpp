@@ -6,8 +6,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <numeric>
 #include <optional>
 #include <type_traits>
+#include <utility>
 
 namespace sim {
 
@@ -157,6 +159,33 @@ std::string set_member(Scenario& scenario, const Knob::Member& member, const std
         member);
 }
 
+/// How many characters must be inserted, deleted or replaced to make one text of the other.
+size_t distance(std::string_view a, std::string_view b) {
+    std::vector<size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), size_t{0});
+    for (size_t i = 0; i < a.size(); ++i) {
+        size_t diagonal = std::exchange(row[0], i + 1);
+        for (size_t j = 0; j < b.size(); ++j) {
+            const size_t replaced = diagonal + (a[i] == b[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({replaced, diagonal + 1, row[j] + 1});
+        }
+    }
+    return row.back();
+}
+
+/// The knobs that are spelled nearly like this, or contain it, or are contained in it; else where to find all.
+std::string suggestion(std::string_view name) {
+    std::string names;
+    for (const Knob& knob : knobs()) {
+        const bool contains = name.size() >= 3 && knob.name.find(name) != std::string_view::npos;
+        if (contains || name.find(knob.name) != std::string_view::npos || distance(name, knob.name) <= 2) {
+            names += (names.empty() ? "" : ", ") + std::string(knob.name);
+        }
+    }
+    return names.empty() ? "'sv_board knobs' lists them" : "similar: " + names;
+}
+
 }  // namespace
 
 Bytes healthy_pages() {
@@ -206,7 +235,7 @@ std::string knob_value(const Scenario& scenario, const Knob& knob) {
 std::string set_knob(Scenario& scenario, std::string_view name, const std::string& value) {
     const auto knob = std::find_if(knobs().begin(), knobs().end(), [&](const Knob& k) { return k.name == name; });
     if (knob == knobs().end()) {
-        return "no such knob: " + std::string(name);
+        return "no such knob: " + std::string(name) + "; " + suggestion(name);
     }
     Scenario changed = scenario;
     std::string problem = set_member(changed, knob->member, value);

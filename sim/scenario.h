@@ -97,6 +97,8 @@ struct Scenario {
     std::string temp_disp = "40.0";
     std::string poe = "1";
     bool gpio_exported = false;
+
+    bool operator==(const Scenario&) const = default;
 };
 
 /// Bits of a byte string, counted from the lowest bit of its first byte.

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -63,6 +64,12 @@ std::string restore_lines(Lines lines, std::vector<uint8_t> memory, Board& board
 
 }  // namespace
 
+uint64_t board_time_us(const SavedClock& clock) {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return static_cast<uint64_t>(now.tv_sec) * 1'000'000 + static_cast<uint64_t>(now.tv_nsec) / 1000 + clock.offset_us;
+}
+
 std::string state_text(const Board& board, const SavedClock& clock) {
     std::ostringstream out;
     const McuState& mcu = board.mcu.state();
@@ -76,12 +83,24 @@ std::string state_text(const Board& board, const SavedClock& clock) {
                       region.swid, i, region.enabled ? 1 : 0, i, region.checksum);
         out << line;
     }
+    return out.str() + lasting_knobs(board.scenario);
+}
+
+std::string lasting_knobs(const Scenario& scenario) {
+    std::string lines;
     for (const Knob& knob : knobs()) {
         if (knob.lasting) {
-            out << knob.name << "=" << knob_value(board.scenario, knob) << "\n";
+            lines += std::string(knob.name) + "=" + knob_value(scenario, knob) + "\n";
         }
     }
-    return out.str();
+    return lines;
+}
+
+void set_lasting_knobs(Scenario& scenario, const std::string& lines) {
+    std::istringstream in(lines);
+    for (std::string name, value; std::getline(in, name, '=') && std::getline(in, value);) {
+        set_knob(scenario, name, value);
+    }
 }
 
 std::string save_state(const std::string& path, const Board& board, const SavedClock& clock) {

@@ -15,8 +15,11 @@
 #include "sim/bus_output.h"
 #include "sim/cassette.h"
 #include "sim/presets.h"
+#include "sim/scratch_folder.h"
+#include "sim/shared_board.h"
 #include "sim/state_file.h"
 #include "sim/testbed.h"
+#include "util/process.h"
 
 namespace {
 
@@ -83,18 +86,19 @@ std::string install_firmware(const RunOptions& options, sim::Board& board) {
     return "";
 }
 
-/// Loads the board from its state file, or sets up a new one; then applies preset, knobs and faults.
-std::string make_board(const RunOptions& options, sim::Board& board, sim::SavedClock& clock) {
-    const bool known = !options.state_path.empty() && std::filesystem::exists(options.state_path);
-    std::string problem;
-    if (known) {
-        problem = sim::load_state(options.state_path, board, clock);
-    }
+/// Joins the board of the state file, or sets up a new one; then applies preset, knobs and faults. Saves it before the
+/// program runs, so that a state file that cannot be written loses nothing.
+std::string make_board(const RunOptions& options, sim::Board& board, sim::SharedBoard& shared) {
+    bool known = false;
+    std::string problem = shared.join(options.state_path, known);
     if (problem.empty() && !options.firmware_path.empty()) {
         problem = known ? "--firmware is for a new board; " + options.state_path + " exists"
                         : install_firmware(options, board);
     }
-    return problem.empty() ? apply_settings(options, board) : problem;
+    if (problem.empty()) {
+        problem = apply_settings(options, board);
+    }
+    return problem.empty() ? shared.save() : problem;
 }
 
 /// The preload is in ../lib of the build tree, or in the library folder of an installation.
@@ -109,11 +113,15 @@ std::string find_preload() {
     return "";
 }
 
-void report_violations(const sim::Board& board) {
-    if (board.violations.empty()) {
-        return;
+void report(const sim::Board& board) {
+    for (const sim::Fault& fault : board.faults) {
+        if (!fault.has_struck()) {
+            std::fprintf(stderr, "sv_board: the fault %s never struck\n", fault.text.c_str());
+        }
     }
-    std::fprintf(stderr, "sv_board: the board saw %zu violation(s) of its rules:\n", board.violations.size());
+    if (!board.violations.empty()) {
+        std::fprintf(stderr, "sv_board: the board saw %zu violation(s) of its rules:\n", board.violations.size());
+    }
     for (const std::string& text : board.violations) {
         std::fprintf(stderr, "sv_board:   %s\n", text.c_str());
     }
@@ -160,14 +168,18 @@ int report_replay(const sim::Cassette& cassette, int status) {
 int run_program(const RunOptions& options) {
     sim::Board board;
     sim::SavedClock clock;
-    if (const std::string problem = make_board(options, board, clock); !problem.empty()) {
+    sim::SharedBoard shared(board, clock);
+    if (const std::string problem = make_board(options, board, shared); !problem.empty()) {
         return complain(problem);
     }
-    if (!options.state_path.empty()) {
-        // Before the program runs, so that a state file that cannot be written loses nothing.
-        if (const std::string problem = sim::save_state(options.state_path, board, clock); !problem.empty()) {
-            return complain(problem);
-        }
+    shared.unlock();
+    sim::ScratchFolder folder([&shared] {
+        shared.lock();
+        shared.save();  // result ignored: nobody is left to hear of it
+        shared.leave();
+    });
+    if (!folder.problem().empty()) {
+        return complain(folder.problem());
     }
     const std::string preload = find_preload();
     if (preload.empty()) {
@@ -177,7 +189,7 @@ int run_program(const RunOptions& options) {
     if (const std::string problem = load_replay(options, board, cassette); !problem.empty()) {
         return complain(problem);
     }
-    sim::BusOutput output(options.bus, board.scenario.mcu_address, sim::board_time_us(clock.offset_us));
+    sim::BusOutput output(options.bus, board.scenario.mcu_address, sim::board_time_us(clock));
     if (const std::string problem = output.open(options.trace_path, options.capture_path, options.unbuffered);
         !problem.empty()) {
         return complain(problem);
@@ -188,23 +200,22 @@ int run_program(const RunOptions& options) {
         syslog_path = std::filesystem::absolute(options.syslog_path).string();
         std::ofstream(syslog_path, std::ios::trunc);
     }
-    sim::Testbed testbed(board, {options.bus, options.fast, syslog_path, clock.offset_us, preload});
+    sim::Testbed testbed(board, shared, clock, folder, {options.bus, options.fast, syslog_path, preload});
     if (!testbed.problem().empty()) {
         return complain(testbed.problem());
     }
     int status = testbed.run(options.command);
-    if (!testbed.problem().empty()) {
+    shared.lock();  // for good
+    testbed.advance_clock();
+    if (testbed.problem().empty()) {
+        report(board);
+    } else {
         complain(testbed.problem());
     }
-    const std::lock_guard<std::mutex> lock(testbed.mutex());
-    report_violations(board);
-    if (!options.state_path.empty()) {
-        board.mcu.advance(testbed.now_us());
-        clock.offset_us = testbed.clock_offset_us();
-        if (const std::string problem = sim::save_state(options.state_path, board, clock); !problem.empty()) {
-            status = complain(problem);
-        }
+    if (const std::string problem = shared.save(); !problem.empty()) {
+        status = complain(problem);
     }
+    shared.leave();
     if (cassette) {
         status = report_replay(*cassette, status);
     }
@@ -237,7 +248,7 @@ int show_state(const std::string& path) {
     if (const std::string problem = sim::load_state(path, board, clock); !problem.empty()) {
         return complain(problem);
     }
-    board.mcu.advance(sim::board_time_us(clock.offset_us));
+    board.mcu.advance(sim::board_time_us(clock));
     std::fputs(sim::state_text(board, clock).c_str(), stdout);
     return 0;
 }
@@ -246,9 +257,12 @@ void add_run_options(CLI::App& run, RunOptions& options, bool command_needed) {
     run.add_option("--bus", options.bus, "N of /dev/i2c-N")->check(CLI::Range(0, 255))->capture_default_str();
     run.add_option("--state", options.state_path, "state file: keeps the board between runs; created if missing")
         ->type_name("FILE");
-    run.add_option("--firmware", options.firmware_path, "firmware in region 0 of a new board, as raw bytes")
-        ->type_name("FILE");
-    run.add_option("--swid", options.firmware_swid, "software id of that firmware")->check(CLI::Range(1, 0xFFFF));
+    auto* firmware =
+        run.add_option("--firmware", options.firmware_path, "firmware in region 0 of a new board, as raw bytes")
+            ->type_name("FILE");
+    run.add_option("--swid", options.firmware_swid, "software id of that firmware")
+        ->check(CLI::Range(1, 0xFFFF))
+        ->needs(firmware);
     run.add_option("--preset", options.preset, "typical situation; 'sv_board presets' lists them")
         ->type_name("NAME")
         ->capture_default_str();
@@ -280,6 +294,7 @@ void add_run_options(CLI::App& run, RunOptions& options, bool command_needed) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    reserve_standard_descriptors();
     RunOptions options;
     // The program's words are kept from CLI11, which would split "[a,b]" into two.
     char** const end = argv + argc;

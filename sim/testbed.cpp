@@ -2,8 +2,9 @@
 #include "sim/testbed.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <umockdev.h>
 #include <unistd.h>
@@ -13,7 +14,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <future>
@@ -23,6 +23,7 @@
 #include "sim/host_model.h"
 #include "sim/i2c_dev.h"
 #include "sim/shared_clock.h"
+#include "util/process.h"
 
 namespace sim {
 
@@ -35,12 +36,6 @@ struct Testbed::Parts {
     fs::path root;
 };
 
-uint64_t board_time_us(uint64_t offset_us) {
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    return static_cast<uint64_t>(now.tv_sec) * 1'000'000 + static_cast<uint64_t>(now.tv_nsec) / 1000 + offset_us;
-}
-
 namespace {
 
 bool write_text(const fs::path& path, const std::string& text) {
@@ -52,15 +47,53 @@ bool write_text(const fs::path& path, const std::string& text) {
     return static_cast<bool>(out);
 }
 
+/// umockdev makes its own folder in TMPDIR, and prints and aborts if it cannot.
+UMockdevTestbed* new_umockdev_testbed(const std::string& folder) {
+    const char* usual = std::getenv("TMPDIR");
+    const std::string kept = usual == nullptr ? "" : usual;
+    setenv("TMPDIR", folder.c_str(), 1);
+    UMockdevTestbed* testbed = umockdev_testbed_new();
+    if (usual == nullptr) {
+        unsetenv("TMPDIR");
+    } else {
+        setenv("TMPDIR", kept.c_str(), 1);
+    }
+    return testbed;
+}
+
+/// Messages of umockdev and GLib, which would print them.
+void take_message(const char* /*domain*/, GLogLevelFlags level, const char* message, gpointer problem) {
+    const char* place = std::strstr(message, ".vala:");  // the text follows file and line
+    const char* text = place == nullptr ? nullptr : std::strstr(place, ": ");
+    const std::string failure = std::string("the bus could not be set up: ") + (text == nullptr ? message : text + 2);
+    if ((level & G_LOG_LEVEL_ERROR) != 0) {
+        std::fprintf(stderr, "sv_board: %s\n", failure.c_str());
+        _exit(125);  // GLib would abort
+    }
+    if (problem != nullptr && (level & (G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING)) != 0) {
+        *static_cast<std::string*>(problem) = failure;
+    }
+}
+
 }  // namespace
 
-Testbed::Testbed(Board& board, TestbedOptions options)
-    : board_(board), options_(std::move(options)), parts_(std::make_unique<Parts>()) {
-    parts_->testbed = umockdev_testbed_new();
-    char* root = umockdev_testbed_get_root_dir(parts_->testbed);
-    parts_->root = root;
-    g_free(root);
+Testbed::Testbed(Board& board, SharedBoard& shared, SavedClock& clock, ScratchFolder& folder, TestbedOptions options)
+    : board_(board),
+      shared_(shared),
+      clock_(clock),
+      folder_(folder),
+      options_(std::move(options)),
+      parts_(std::make_unique<Parts>()) {
+    ignore_output_signals();
+    std::signal(SIGCHLD, SIG_DFL);
+    sigemptyset(&held_);
+    for (const int signal : {SIGCHLD, SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+        sigaddset(&held_, signal);
+    }
+    sigprocmask(SIG_BLOCK, &held_, &program_mask_);
+    g_log_set_default_handler(take_message, &problem_);
     set_up();
+    g_log_set_default_handler(take_message, nullptr);
 }
 
 Testbed::~Testbed() {
@@ -72,10 +105,21 @@ Testbed::~Testbed() {
     if (parts_->clock != nullptr) {
         munmap(parts_->clock, sizeof(SharedClock));
     }
-    g_object_unref(parts_->testbed);
+    if (parts_->testbed != nullptr) {
+        g_object_unref(parts_->testbed);
+    }
 }
 
 void Testbed::set_up() {
+    const std::string& folder = folder_.path();
+    if (folder.size() + std::strlen("/umockdev.XXXXXX/ioctl/dev/i2c-255") >= sizeof sockaddr_un{}.sun_path) {
+        problem_ = folder + ": the name is too long for sockets; set TMPDIR to a shorter one";
+        return;
+    }
+    parts_->testbed = new_umockdev_testbed(folder);
+    char* root = umockdev_testbed_get_root_dir(parts_->testbed);
+    parts_->root = root;
+    g_free(root);
     add_bus();
     if (problem_.empty()) {
         add_host_files();
@@ -97,8 +141,8 @@ void Testbed::add_bus() {
         return;
     }
     parts_->i2c_dev = make_i2c_dev([this](std::span<const Message> messages) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        board_.now_us = now_us();
+        const std::lock_guard<SharedBoard> lock(shared_);
+        advance_clock();
         return board_.transfer(messages);
     });
     if (umockdev_testbed_attach_ioctl(parts_->testbed, node.c_str(), parts_->i2c_dev, &error) == FALSE) {
@@ -130,8 +174,8 @@ void Testbed::add_host_files() {
 
 void Testbed::add_clock() {
     const fs::path path = parts_->root / "sv_board/clock";
-    write_text(path, std::string(sizeof(SharedClock), '\0'));
-    const int fd = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    const bool written = write_text(path, std::string(sizeof(SharedClock), '\0'));
+    const int fd = written ? open(path.c_str(), O_RDWR | O_CLOEXEC) : -1;
     void* memory = fd < 0 ? MAP_FAILED : mmap(nullptr, sizeof(SharedClock), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     if (fd >= 0) {
         close(fd);
@@ -144,18 +188,18 @@ void Testbed::add_clock() {
 }
 
 void Testbed::leave(int status) {
-    std::error_code ignored;
-    fs::remove_all(parts_->root, ignored);
     std::fflush(nullptr);
+    folder_.remove();
     _exit(status);
 }
 
-uint64_t Testbed::clock_offset_us() const {
-    return options_.clock_offset_us + parts_->clock->skipped_ns.load() / 1000;
-}
-
-uint64_t Testbed::now_us() const {
-    return board_time_us(clock_offset_us());
+void Testbed::advance_clock() {
+    if (parts_->clock != nullptr) {
+        const uint64_t skipped_us = parts_->clock->skipped_ns.load() / 1000;
+        clock_.offset_us += skipped_us - skipped_us_;
+        skipped_us_ = skipped_us;
+    }
+    board_.now_us = board_time_us(clock_);
 }
 
 int Testbed::run(const std::vector<std::string>& command) {
@@ -174,30 +218,34 @@ int Testbed::run(const std::vector<std::string>& command) {
     }
     words.push_back(nullptr);
 
-    // As in a shell: an interrupt ends the program, and sv_board still saves the board.
-    std::signal(SIGINT, SIG_IGN);
-    std::signal(SIGQUIT, SIG_IGN);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    sigset_t defaults;
-    sigemptyset(&defaults);
-    sigaddset(&defaults, SIGINT);
-    sigaddset(&defaults, SIGQUIT);
-    sigaddset(&defaults, SIGPIPE);  // libumockdev makes this process ignore it
-    posix_spawnattr_setsigdefault(&attributes, &defaults);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-    pid_t child = 0;
+    const pid_t parent = getpid();
     std::promise<pid_t> started;
     board_.on_kill = [pid = started.get_future().share()] { kill(pid.get(), SIGKILL); };
-    const int error = posix_spawnp(&child, words[0], nullptr, &attributes, words.data(), environ);
-    started.set_value(child);
-    posix_spawnattr_destroy(&attributes);
-    if (error != 0) {
-        problem_ = command[0] + ": " + std::strerror(error);
-        return 127;
+    const pid_t child = fork();
+    if (child == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);  // without this process it has no bus
+        std::signal(SIGPIPE, SIG_DFL);
+        std::signal(SIGXFSZ, SIG_DFL);
+        sigprocmask(SIG_SETMASK, &program_mask_, nullptr);
+        if (getppid() == parent) {
+            execvp(words[0], words.data());
+            dprintf(STDERR_FILENO, "sv_board: %s: %s\n", words[0], std::strerror(errno));
+        }
+        _exit(127);
     }
+    if (child < 0) {
+        problem_ = std::string("no process could be started: ") + std::strerror(errno);
+        return 125;
+    }
+    started.set_value(child);
     int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    while (waitpid(child, &status, WNOHANG) == 0) {
+        siginfo_t info{};
+        const int signal = sigwaitinfo(&held_, &info);
+        // The program gets those of the terminal itself.
+        if (signal > 0 && signal != SIGCHLD && info.si_code != SI_KERNEL) {
+            kill(child, signal);
+        }
     }
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }

@@ -2,27 +2,29 @@
 // Presents the board to unmodified programs as files: /dev/i2c-N and the host files that the tool reads.
 #pragma once
 
-#include <cstdint>
+#include <csignal>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "sim/board.h"
+#include "sim/scratch_folder.h"
+#include "sim/shared_board.h"
 
 namespace sim {
 
 struct TestbedOptions {
     int bus = 0;
-    bool fast = false;             ///< skip sleeps
-    std::string syslog_path;       ///< for system-log lines; empty: they are dropped
-    uint64_t clock_offset_us = 0;  ///< how far the board's clock is ahead of the host's
-    std::string preload_path;      ///< of sv_board_preload.so
+    bool fast = false;         ///< skip sleeps
+    std::string syslog_path;   ///< for system-log lines; empty: they are dropped
+    std::string preload_path;  ///< of sv_board_preload.so
 };
 
 class Testbed {
 public:
-    Testbed(Board& board, TestbedOptions options);
+    /// From here on, signals that would end this process wait until run() passes them on.
+    /// REQUIRES: this process has one thread.
+    Testbed(Board& board, SharedBoard& shared, SavedClock& clock, ScratchFolder& folder, TestbedOptions options);
     ~Testbed();
     Testbed(const Testbed&) = delete;
     Testbed& operator=(const Testbed&) = delete;
@@ -32,25 +34,17 @@ public:
         return problem_;
     }
 
-    /// Runs the program on the board, and waits for its end. Returns its exit status, 128 + the signal that killed it,
-    /// or 127 when it could not be started.
+    /// Runs the program on the board, passes signals on to it, and waits for its end. Returns its exit status, 128 +
+    /// the signal that killed it, or 127 when it could not be started.
     int run(const std::vector<std::string>& command);
 
     /// Removes the files and exits. Does not return, because a child that the program left running may still use the
-    /// bus, in a thread of libumockdev that cannot be joined. REQUIRES: the mutex is held, which stops that thread's
-    /// transfers.
+    /// bus, in a thread of libumockdev that cannot be joined. REQUIRES: the shared board is locked, which stops that
+    /// thread's transfers.
     [[noreturn]] void leave(int status);
 
-    /// How far the board's clock is ahead of the host's now.
-    uint64_t clock_offset_us() const;
-
-    /// The board's time, in microseconds.
-    uint64_t now_us() const;
-
-    /// Held during each transfer. Lock it to read the board while a program runs.
-    std::mutex& mutex() {
-        return mutex_;
-    }
+    /// Adds the sleeps that were skipped to the board's clock. REQUIRES: the shared board is locked.
+    void advance_clock();
 
 private:
     struct Parts;
@@ -60,14 +54,16 @@ private:
     void add_clock();
 
     Board& board_;
+    SharedBoard& shared_;
+    SavedClock& clock_;
+    ScratchFolder& folder_;
     TestbedOptions options_;
     std::string problem_;
     std::string missing_;
-    std::mutex mutex_;
+    sigset_t held_;
+    sigset_t program_mask_;
+    uint64_t skipped_us_ = 0;  ///< of which the board's clock knows
     std::unique_ptr<Parts> parts_;
 };
-
-/// The board's time, in microseconds, when its clock is ahead of the host's by this offset.
-uint64_t board_time_us(uint64_t offset_us);
 
 }  // namespace sim

@@ -9,6 +9,17 @@ if i2ctransfer -V >out 2>&1; then
   expect 0 "0x11 0x0c" "" run_board --bus 3 -- sh -c 'i2ctransfer -y 3 w2@8 0x0f 0x11 && i2ctransfer -y 3 w1@8 0x0f r2'
   run_board -- i2ctransfer -y 0 w2@8 0xa6 0x43 2>err || fail "the status is not the program's own"
   expect_same "violations" "$(count err 'sv_board: the board saw 1 violation(s) of its rules:')" 1
+  # Byte, word, register pointer and block; each program has an address of its own.
+  # shellcheck disable=SC2016 # for the inner shell
+  expect 0 "0x8a 0x028a 0x8a 0x8a 0x02 0x01 0x2a80 0x1234 " "" run_board -- sh -c '
+    for row in "8 0" "8 0 w" "8 0 c" "8 0 i 3" "9 0x25 w"; do i2cget -y 0 $row; done | tr "\n" " "
+    i2cset -y 0 8 0x0c 0x34 0x12 i && i2cget -y 0 8 0x0c w | tr "\n" " "'
+  for mode in b c i; do
+    expect 0 "*00: 8a 02 01 00 *00 5a 00 *10: 0c 3f 0f 3f*" "*" \
+      run_board -- sh -c "i2cset -y 0 8 0x0d 0x5a && i2cdump -y 0 8 $mode"
+  done
+  expect 0 "*00: 028a 0102 0001 *" "*" run_board -- i2cdump -y 0 8 w
+  expect 2 "" "Error: Read failed" run_board -- i2cget -y 0 0x33 1 w
   for row in "off 08 09 50" "on 08 09 10 50"; do
     expect 0 "*" "*" run_board --set "usb=${row%% *}" -- i2cdetect -y 0
     expect_same "devices with usb=${row%% *}" "$(sed -n 's/^[0-7]0: //p' out | tr -s ' -' '\n' | xargs)" "${row#* }"
@@ -25,7 +36,10 @@ expect 127 "" "sv_board: ./none: No such file or directory" run_board -- ./none
 : >broken
 expect 125 "" "sv_board: broken: not the state of a board (too short)" run_board --state broken -- true
 [ ! -s broken ] || fail "the broken state file was replaced"
+[ ! -e broken.shared ] || fail "the shared board is left"
 expect 125 "" "sv_board: colour: not KEY=VALUE" run_board --set colour -- true
+expect 107 "" "--swid requires --firmware*" run_board --swid 3 -- true
+expect 0 "1" "sv_board: the fault nack@commit never struck" run_board --fault nack@commit -- sv_updater --probe
 expect 125 "" "sv_board: none/board*: No such file or directory" run_board --state none/board -- true
 expect 125 "" "sv_board: none: could not be opened" run_board --firmware none -- true
 # A process that was killed with its shell leaves no trouble on the bus.

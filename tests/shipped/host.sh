@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Outputs, disks and terminals that are missing, full or go away. Every update ends as if undisturbed, with the same
-# transfers. See lib.sh for the arguments.
+# transfers. Signals to sv_board, and its folder. See lib.sh for the arguments.
 set -eu
 # shellcheck source-path=SCRIPTDIR source=lib.sh
 . "$(dirname "$0")/lib.sh"
@@ -108,3 +108,31 @@ expect_same "updates that had ended when the terminal went" "$(count rest "done"
 run_board -- bash -c 'hang_up "sv_updater --read memory"'
 expect_same "size of the interrupted read-back" "$(wc -c <memory)" 0
 [ "$(wc -l <trace)" -lt 25350 ] || fail "the hang-up did not reach the read-back"
+
+# A signal to sv_board is one to the program. The board is saved, and nothing else is left, even by SIGKILL.
+mkdir tmp
+export TMPDIR=$PWD/tmp
+for row in "TERM 143" "HUP 129" "KILL 137"; do
+  rm -f started signalled
+  # shellcheck disable=SC2016 # for the inner shell
+  sv_board run --state signalled -- sh -c 'sv_updater --set-mode led1 gn; echo $$ >started; exec sleep 60' &
+  until [ -s started ]; do sleep 0.01; done
+  kill -s "${row% *}" $!
+  status=0
+  wait $! 2>err || status=$?
+  expect_same "status after ${row% *}" $status "${row#* }"
+  while [ -n "$(ls tmp)" ] || kill -0 "$(cat started)"; do sleep 0.01; done 2>err
+  expect 0 "*led1=0x0081*" "" sv_board show --state signalled
+  [ ! -e signalled.shared ] || fail "${row% *} left the shared board"
+done
+
+# TMPDIR
+expect 125 "" "sv_board: no folder could be made in none (TMPDIR): No such file or directory" \
+  env TMPDIR=none sv_board run -- true
+mkdir "$(printf '%080d' 0)"
+expect 125 "" "sv_board: *: the name is too long for sockets; set TMPDIR to a shorter one" \
+  env TMPDIR="$(printf '%080d' 0)" sv_board run -- true
+# shellcheck disable=SC2016
+expect 125 "sv_board: the bus could not be set up: *File too large" "" \
+  bash -c '(ulimit -f 0; exec sv_board run -- true 2>&1) | cat; exit ${PIPESTATUS[0]}'
+expect_same "what is left in TMPDIR" "$(ls tmp "$(printf '%080d' 0)")" "$(printf '%080d:\n\ntmp:' 0)"

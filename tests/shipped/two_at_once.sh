@@ -53,3 +53,28 @@ expect_same "verdicts of locked updates" "$(count log 'update = okay')" 2
 expect 0 "*running=0*region0.swid=0x0101?region0.enabled=1*" "" sv_board show --state board
 same_bytes board 0 few.svu 8 $((255 * 0x200))
 same_bytes board $((0x20000)) few.svu $((8 + 0x20000)) $((255 * 0x200))
+
+# Runs of their own share the board of a state file, as if one shell had started all. Some of them are killed.
+mkdir tmp
+export TMPDIR=$PWD/tmp
+cp fresh board
+: >probes
+run_board --state board --syslog log -- sh -c "$update" >out 2>err &
+runs=($!)
+for i in $(seq 60); do
+  sv_board run --fast --state board -- sv_updater --probe >>probes 2>>err &
+  if [ $((i % 4)) -eq 0 ]; then killed+=($!); else runs+=($!); fi
+done
+kill -KILL "${killed[@]}"
+wait "${killed[@]}" 2>>err || true
+for run in "${runs[@]}"; do
+  wait "$run" || fail "a run on the shared board ended with status $?: $(cat err)"
+done
+transfers | cmp alone - || fail "another run changed the update"
+[ "$(count probes '^1$')" -ge 45 ] || fail "a probe did not find the MCU"
+expect 0 "*region0.enabled=0*region1.swid=0x0101?region1.enabled=1*" "" sv_board show --state board
+same_bytes board $((0x20000)) few.svu $((8 + 0x20000)) $((255 * 0x200))
+while [ -n "$(ls tmp)" ]; do sleep 0.01; done
+# A killed run may leave its file before it has joined; the next run removes it.
+run_board --state board -- true
+[ ! -e board.shared ] || fail "the shared board is left"

@@ -29,6 +29,7 @@ std::string six_reads(const std::string& fault) {
         const auto marker = read_bytes(board, 0x0F, 1);
         answers += !marker ? '-' : *marker == Bytes{0xFF} ? '!' : '+';
     }
+    EXPECT_EQ(board.faults[0].has_struck(), answers != "++++++") << fault;
     return answers;
 }
 

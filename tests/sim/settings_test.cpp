@@ -107,7 +107,7 @@ TEST_F(StateFile, AMistakeIsExplained) {
     const std::pair<std::string, std::string> cases[] = {
         {good.substr(0, 0x41FFF), "not the state of a board (too short)"},
         {good + std::string(100, '\0'), "not the state of a board (line without =)"},
-        {good + "colour=red\n", "no such knob: colour"},
+        {good + "colour=red\n", "no such knob: colour; 'sv_board knobs' lists them"},
         {with("hwid=0x0003", "hwid=0x1003x"), "hwid=0x1003x: not a number from 0 to 65535"},
         {with("running=0", "running=2"), "running is missing or invalid"},
         {with("marker=0", "marker=0x"), "marker is missing or invalid"},
@@ -141,9 +141,9 @@ TEST(Operator, AMistakeInAFaultOrAKnobIsExplained) {
           "nack@erase/", "nack@0", "nack@1#0", "NACK@1", "nack@1x0", "nack@1/3", "nack@commit/65792", "fail=@erase",
           "fail=0x100@erase"},
          "not a fault; expected KIND[=VALUE]@WHERE[#N][xCOUNT|+TIMEms]"},
-        {{"nak@1"}, "no such kind of fault: nak"},
-        {{"nack@reg-1"}, "no such command: reg-1"},
-        {{"fail@any-frame/3"}, "no such command: any-frame"},
+        {{"nak@1"},
+         "no such kind of fault: nak; there are nack, dead, lost, restart, cut, kill, flip, fail, hang, skip, slow, "
+         "tear"},
         {{"fail@1", "fail@reg-0f"}, "fail needs the name of a command"},
         {{"nack=0x80@1"}, "nack takes no value"},
         {{"fail@erase/5"}, "erase has no page"},
@@ -165,8 +165,23 @@ TEST(Operator, AMistakeInAFaultOrAKnobIsExplained) {
         }
     }
     Scenario scenario;
-    EXPECT_EQ(sim::set_knob(scenario, "colour", "red"), "no such knob: colour");
-    EXPECT_EQ(sim::apply_preset(scenario, "sunny"), "no such preset: sunny");
+    constexpr std::pair<const char*, const char*> unknown[] = {{"colour", "'sv_board knobs' lists them"},
+                                                               {"bootms", "similar: boot_ms"},
+                                                               {"serial_number", "similar: serial"},
+                                                               {"eeprom_s", "similar: w1_eeprom_status"}};
+    for (const auto& [name, answer] : unknown) {
+        EXPECT_EQ(sim::set_knob(scenario, name, "1"), std::string("no such knob: ") + name + "; " + answer);
+    }
+    EXPECT_EQ(sim::apply_preset(scenario, "sunny"),
+              "no such preset: sunny; there are healthy, poe-only, xlr, link1-source, overcurrent, no-mcu, "
+              "charger-backup, old-firmware");
+    for (const std::string place : {"reg-1", "any-frame/3"}) {
+        const std::string problem = problem_of("fail@" + place);
+        const std::string start = "fail@" + place + ": no such command: " + place.substr(0, place.find('/')) +
+                                  "; there are any-command, any-frame, any-change, reg-00 to reg-ff, read-version, ";
+        EXPECT_EQ(problem.substr(0, start.size()), start);
+        EXPECT_TRUE(problem.ends_with(", read-temperature-cal, read-spare2")) << problem;
+    }
 }
 
 }  // namespace
