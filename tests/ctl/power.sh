@@ -24,7 +24,7 @@ exec 7<pipe
 read -r row <&7
 [[ $row == *'"reason":null,"source":"link1",'* ]] || fail "the first row: $row"
 flock -n lock true || fail "the lock is held between two readings"
-kill -TERM "$(pgrep -P $!)"
+kill -TERM "$(pgrep -xP $! sv_ctl)"
 status=0
 wait $! || status=$?
 expect_same "status after SIGTERM" $status 0
@@ -34,8 +34,8 @@ exec 7<&-
 sv_board run --fast -- sv_ctl watch --lock lock >pipe &
 exec 7<pipe
 read -r row <&7
-until grep -q pipe_write "/proc/$(pgrep -P $!)/wchan"; do :; done
-kill -TERM "$(pgrep -P $!)"
+until grep -q pipe_write "/proc/$(pgrep -xP $! sv_ctl)/wchan"; do :; done
+kill -TERM "$(pgrep -xP $! sv_ctl)"
 status=0
 wait $! || status=$?
 expect_same "status after SIGTERM, waiting for the reader" $status 0
