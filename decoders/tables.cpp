@@ -1,34 +1,14 @@
 // SPDX-License-Identifier: MIT
-// Prints the generated block of a decoder: "decoder_tables lua" or "decoder_tables python".
+// Prints the text that both decoders hold: the names, codes and fields of the simulated board.
 #include <cstdio>
-#include <cstring>
-#include <map>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "sim/frame_table.h"
 
 namespace {
-
-/// What the two languages write differently.
-struct Language {
-    bool whole;         // also what changes something, and the fields of responses and of the status block
-    const char* mark;   // of a comment
-    const char* local;  // before a name
-    const char* entry;  // a key, and what comes before its value
-    const char* begin;  // of a list
-    const char* end;
-};
-
-constexpr Language kLua = {true, "--", "local ", "[0x%02x] = ", "{", "}"};
-constexpr Language kPython = {false, "#", "", "0x%02x: ", "(", ")"};
-
-template <typename... Values>
-std::string text(const char* format, Values... values) {
-    char buffer[128];
-    std::snprintf(buffer, sizeof buffer, format, values...);
-    return buffer;
-}
 
 const char* notation_name(sim::Notation notation) {
     switch (notation) {
@@ -39,95 +19,61 @@ const char* notation_name(sim::Notation notation) {
     }
 }
 
-std::string list(const Language& language, const std::vector<std::string>& items) {
-    std::string result = language.begin;
-    for (const std::string& item : items) {
-        result += item + ",";
-        result += &item == &items.back() ? "" : " ";
-    }
-    return result + language.end;
+std::string code_name(unsigned code, std::string_view name) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%02x:%s", code, name.data());
+    return text;
 }
 
-std::string fields_text(const Language& language, std::span<const sim::Field> fields) {
+std::vector<std::string> field_items(std::span<const sim::Field> fields) {
     std::vector<std::string> items;
     for (const sim::Field& field : fields) {
-        const std::string mask = field.mask == 0xFF ? "" : text(", 0x%02x", field.mask);
-        items.push_back(text("%s\"%s\", 0x%02x, %u, \"%s\"", language.begin, field.name.data(), field.reg, field.width,
-                             notation_name(field.notation)) +
-                        mask + language.end);
+        char text[64];
+        std::snprintf(text, sizeof text, "%s:%02x:%u:%s:%02x", field.name.data(), field.reg, field.width,
+                      notation_name(field.notation), field.mask == 0xFF ? 0U : field.mask);
+        items.push_back(text);
     }
-    return list(language, items);
+    return items;
 }
 
-constexpr size_t kWidth = 115;
-
-/// Breaks the line before lists in it.
-void print_wrapped(std::string line) {
-    while (line.size() > kWidth) {
-        const size_t space = line.rfind(" {", kWidth);
-        std::printf("%s\n", line.substr(0, space).c_str());
-        line = "       " + line.substr(space);
+/// On as many lines as the items need: those that go on begin with a space.
+void print_items(const char* kind, const std::vector<std::string>& items) {
+    std::string line = kind;
+    for (const std::string& item : items) {
+        if (line.size() + item.size() > 115) {
+            std::printf("%s\n", line.c_str());
+            line = "";
+        }
+        line += " " + item;
     }
     std::printf("%s\n", line.c_str());
 }
 
-/// A table with keys.
-void print_table(const Language& language, const char* name, const std::map<unsigned, std::string>& entries) {
-    std::printf("%s%s = {\n", language.local, name);
-    std::string line = "   ";
-    for (const auto& [key, value] : entries) {
-        const std::string entry = " " + text(language.entry, key) + value + ",";
-        if (line.size() + entry.size() > kWidth && line != "   ") {
-            print_wrapped(line);
-            line = "   ";
-        }
-        line += entry;
-    }
-    print_wrapped(line);
-    std::printf("}\n");
-}
-
-void print_tables(const Language& language) {
-    std::map<unsigned, std::string> frames;
-    for (const sim::FrameForm& form : sim::frame_forms()) {
-        std::vector<std::string> items = {"\"" + std::string(form.name) + "\"", text("0x%02x", form.start),
-                                          fields_text(language, form.fields)};
-        if (language.whole) {
-            items.push_back(fields_text(language, form.response_fields));
-            items.push_back(form.changes ? "true" : "false");
-        }
-        frames[static_cast<unsigned>(form.command)] = list(language, items);
-    }
-    std::map<unsigned, std::string> commands;
-    for (const sim::RegisterForm& form : sim::register_forms()) {
-        commands[static_cast<unsigned>(form.command)] = "\"" + std::string(form.name) + "\"";
-    }
-    std::map<unsigned, std::string> devices;
-    for (const sim::BusDevice& device : sim::bus_devices()) {
-        devices[device.address] = "\"" + std::string(device.name) + "\"";
-    }
-    std::printf("%s BEGIN: generated by decoder_tables\n", language.mark);
-    std::printf("%s A field: name, register, width, notation%s. A frame: name, first register, fields%s\n",
-                language.mark, language.whole ? ", mask" : "",
-                language.whole ? ", fields of the\n-- response, does it change anything" : "");
-    print_table(language, "FRAMES", frames);
-    print_table(language, "COMMANDS", commands);
-    if (language.whole) {
-        print_wrapped(std::string(language.local) +
-                      "STATUS_BLOCK = " + fields_text(language, sim::status_block_fields()));
-    }
-    print_table(language, "DEVICES", devices);
-    std::printf("%s END: generated by decoder_tables\n", language.mark);
-}
-
 }  // namespace
 
-int main(int argc, char** argv) {
-    const char* language = argc == 2 ? argv[1] : "";
-    if (std::strcmp(language, "lua") != 0 && std::strcmp(language, "python") != 0) {
-        std::fprintf(stderr, "usage: decoder_tables lua|python\n");
-        return 2;
+int main() {
+    std::printf("BEGIN: generated by decoder_tables\n");
+    std::printf("# frame CODE FIRST-REGISTER NAME changes|reads FIELD...; FIELD is NAME:REGISTER:BYTES:NOTATION:MASK, 00 for all bits\n");
+    for (const sim::FrameForm& form : sim::frame_forms()) {
+        char text[64];
+        std::snprintf(text, sizeof text, "frame %02x %02x %s %s", static_cast<unsigned>(form.command), form.start,
+                      form.name.data(), form.changes ? "changes" : "reads");
+        print_items(text, field_items(form.fields));
+        if (!form.response_fields.empty()) {
+            std::snprintf(text, sizeof text, "response %02x", static_cast<unsigned>(form.command));
+            print_items(text, field_items(form.response_fields));
+        }
     }
-    print_tables(std::strcmp(language, "lua") == 0 ? kLua : kPython);
-    return 0;
+    std::vector<std::string> commands;
+    for (const sim::RegisterForm& form : sim::register_forms()) {
+        commands.push_back(code_name(static_cast<unsigned>(form.command), form.name));
+    }
+    print_items("command", commands);
+    print_items("status", field_items(sim::status_block_fields()));
+    std::vector<std::string> devices;
+    for (const sim::BusDevice& device : sim::bus_devices()) {
+        devices.push_back(code_name(device.address, device.name));
+    }
+    print_items("device", devices);
+    std::printf("END: generated by decoder_tables\n");
 }

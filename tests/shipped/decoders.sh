@@ -9,8 +9,8 @@ decoders=$(realpath "$2")/decoders
 
 # check_block FILE LANGUAGE: the generated block of the file is current
 check_block() {
-  decoder_tables "$2" | diff - <(sed -n '/ BEGIN: generated/,/ END: generated/p' "$1") ||
-    fail "$1: replace its generated block by the output of decoder_tables $2"
+  decoder_tables | diff - <(sed -n '/^BEGIN: generated/,/^END: generated/p' "$1") ||
+    fail "$1: replace its generated block by the output of decoder_tables"
 }
 
 case $3 in
