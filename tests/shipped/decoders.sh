@@ -7,25 +7,15 @@ decoders=$(realpath "$2")/decoders
 # shellcheck source-path=SCRIPTDIR source=lib.sh
 . "$(dirname "$0")/lib.sh"
 
-# check_block FILE LANGUAGE: the generated block of the file is current
-check_block() {
-  decoder_tables | diff - <(sed -n '/^BEGIN: generated/,/^END: generated/p' "$1") ||
-    fail "$1: replace its generated block by the output of decoder_tables"
-}
-
 case $3 in
-  wireshark)
-    check_block "$decoders/wireshark/sorvan.lua" lua
-    for compiler in luac5.3 luac5.4; do # of newer Wiresharks
-      ! command -v $compiler >/dev/null || $compiler -p "$decoders/wireshark/sorvan.lua" || fail "not for $compiler"
-    done
-    needed=tshark
-    ;;
-  sigrok)
-    check_block "$decoders/sigrok/sorvan_mcu/pd.py" python
-    needed=sigrok-cli
-    ;;
+  wireshark) decoder=$decoders/wireshark/sorvan.lua needed=tshark ;;
+  sigrok) decoder=$decoders/sigrok/sorvan_mcu/pd.py needed=sigrok-cli ;;
 esac
+decoder_tables | diff - <(sed -n '/^BEGIN: generated/,/^END: generated/p' "$decoder") ||
+  fail "$decoder: replace its generated text by the output of decoder_tables"
+for compiler in luac5.3 luac5.4; do # of newer Wiresharks
+  [ "$3" = sigrok ] || ! command -v $compiler >/dev/null || $compiler -p "$decoder" || fail "not for $compiler"
+done
 command -v "$needed" >/dev/null || { echo "$needed is not installed"; exit 77; }
 
 # session NAME OPTION...: runs a program on the board, into NAME.pcapng and NAME.words
@@ -36,16 +26,13 @@ session() {
   { [ $status -ne 125 ] && [ -s trace ]; } || fail "$*: $(cat out)"
   cut -c20- trace >"$name.words"
 }
-# update NAME FAULT...: of twelve pages
+# update NAME OPTION...: of twelve pages
 update() {
-  local name=$1 faults=() fault
-  shift
-  for fault in "$@"; do faults+=(--fault "$fault"); done
-  session "$name" "${faults[@]}" -- sv_updater --reset-delay 0 --update few.svu
+  session "$@" -- sv_updater --reset-delay 0 --update few.svu
 }
 # tshark's output
 dissect() {
-  tshark -X "lua_script:$decoders/wireshark/sorvan.lua" "$@" 2>err || fail "tshark $*: $(cat err)"
+  tshark -X "lua_script:$decoder" "$@" 2>err || fail "tshark $*: $(cat err)"
   ! grep -i 'lua' err || fail "tshark $*"
 }
 # decode CLASSES FILE: the decoder's annotations
@@ -62,36 +49,25 @@ pack_few
 for preset in $(sv_board presets | sed -n 's/^\([^ :]*\): .*/\1/p'); do
   session "preset_$preset" --preset "$preset" -- sv_updater --version --status --dump --status-cable
 done
-update faults nack@2 slow=3@read-version#2 fail=0xbf@erase nack@segment/256#3 lost@commit/256 flip@commit/257+1ms \
-  skip@commit/258 slow=4@segment/259 fail=0x81@commit/260x2 nack@reset-delayed
+update faults --fault nack@2 --fault slow=3@read-version#2 --fault fail=0xbf@erase --fault nack@segment/256#3 \
+  --fault lost@commit/256 --fault flip@commit/257+1ms --fault skip@commit/258 --fault slow=4@segment/259 \
+  --fault fail=0x81@commit/260x2 --fault nack@reset-delayed
 session read --fault kill@400 -- sv_updater --read flash
 session hang --fault hang@read-version --fault kill@40 -- sv_updater --version
 session modes -- sv_updater --set-mode led1 gn --reset --reset-now-sync --probe
-cat >odd.sh <<'EOF'
-for code in 0x01 0x05 0x40 0x55; do
-  i2ctransfer -y 0 w2@8 0x0e $code
-  i2ctransfer -y 0 w1@8 0x0e r1
-  i2ctransfer -y 0 w2@8 0xa6 $code w1@8 0xa6 r1
-done
-i2ctransfer -y 0 w1@8 0xa6
-i2ctransfer -y 0 r3@8
-i2ctransfer -y 0 w1@8 0xa5 r200
-i2ctransfer -y 0 w2@8 0x0f 0x11 w2@8 0x0f 0x12
-i2ctransfer -y 0 w4@8 0x0c 1 2 0x8b
-i2ctransfer -y 0 w8@8 0xa0 1 1 1 1 1 0xda 0x41
-i2ctransfer -y 0 w3@8 0xa5 0x41 0x43
-i2ctransfer -y 0 w3@8 0xfe 1 1
-i2ctransfer -y 0 w1@8 0x00 r19
-i2ctransfer -y 0 w1@9 0x1b r2 w1@8 0 r20
-i2ctransfer -y 0 w2@0x50 0 4
-i2ctransfer -y 0 w1@0x33 0 r3
-i2cdetect -y 0
-EOF
-session odd -- sh odd.sh
+{
+  for code in 0x01 0x05 0x40 0x55; do
+    printf '%s\n' "w2@8 0x0e $code" "w1@8 0x0e r1" "w2@8 0xa6 $code w1@8 0xa6 r1"
+  done
+  printf '%s\n' "w1@8 0xa6" r3@8 "w1@8 0xa5 r200" "w2@8 0x0f 0x11 w2@8 0x0f 0x12" "w4@8 0x0c 1 2 0x8b" \
+    "w8@8 0xa0 1 1 1 1 1 0xda 0x41" "w3@8 0xa5 0x41 0x43" "w3@8 0xfe 1 1" "w1@8 0x00 r19" \
+    "w1@9 0x1b r2 w1@8 0 r20" "w2@0x50 0 4" "w1@0x33 0 r3"
+} >odd
+session odd -- sh -c "xargs -L1 i2ctransfer -y 0 <odd; i2cdetect -y 0"
 if [ "$3" = wireshark ]; then
   for fault in lost@5 dead@150 restart@200 cut@200 tear=10@erase tear=1@segment/257 tear=100@commit/257 tear=0@enable \
     tear=1@disable tear=1@reset-delayed fail@reset-delayed skip@enable; do
-    update "${fault/\//-}" "$fault" kill@700 # after a restart the tool reads 5001 times that nothing is finished
+    update "${fault/\//-}" --fault "$fault" --fault kill@700 # or 5001 reads find nothing finished after a restart
   done
 fi
 
@@ -102,20 +78,19 @@ for pattern in 'not acknowledged' 'finished, failed' busy 'frame reset-now' 'par
   grep -q -e "$pattern" words || fail "no session holds '$pattern'"
 done
 
-# Four erases: done at the third poll, refused, not acknowledged, and one whose end nobody reads
-session erases --fault slow=3@erase --fault fail=0x81@erase#2 --fault nack@erase#3 -- sh -c \
-  "sv_updater --erase; sv_updater --erase; sv_updater --erase; i2ctransfer -y 0 w3@8 0xa5 0x42 0x43; sv_updater --probe"
+# Four erases: one whose end nobody reads, one done at the third poll, one refused, one not acknowledged
+session erases --fault slow=3@erase#2 --fault fail=0x81@erase#3 --fault nack@erase#4 -- sh -c \
+  "i2ctransfer -y 0 w3@8 0xa5 0x42 0x43; sv_updater --erase; sv_updater --erase; sv_updater --erase"
 
 if [ "$3" = sigrok ]; then
-  decode command:answer all.pcapng >decoded
-  diff words decoded || fail "sigrok has other words than --trace"
-  expect_same warnings "$(decode warning erases.pcapng)" "erase failed, status 81
+  decode command:answer all.pcapng | diff words - || fail "sigrok has other words than --trace"
+  expect_same warnings "$(decode warning erases.pcapng)" "the end of erase was never read
+erase failed, status 81
 not acknowledged"
   exit
 fi
 
-dissect -r all.pcapng -T fields -e sorvan.info >dissected
-grep . dissected | diff words - || fail "tshark has other words than --trace"
+dissect -r all.pcapng -T fields -e sorvan.info | grep . | diff words - || fail "tshark has other words than --trace"
 
 # fields FILE FILTER FIELD...: of the packets that pass
 fields() {
@@ -123,22 +98,22 @@ fields() {
   shift 2
   dissect -2 -r "$file" -Y "$filter" -T fields -E separator='|' "${@/#/-e}"
 }
-expect_same erases "$(fields erases.pcapng 'sorvan.command == erase' frame.number \
-  sorvan.{code,status,request_in,response_in,polls})" "1|0x43|||7|
-3||0x00|1||
-5||0x00|1||
-7||0xc0|1||3
-8|0x43|||10|
-10||0x81|8||1
-11|0x43||||
-12|0x43||||"
 changes="Changes flash, page buffer, regions or the running program"
-expect_same "expert information" "$(fields erases.pcapng 'sorvan.failed || sorvan.unanswered' frame.number \
-  _ws.expert.message)" "10|erase failed, status 81
-11|not acknowledged,Not acknowledged,$changes
-12|The end of this command was never read,$changes"
-expect_same "changes and times" \
-  "$(fields erases.pcapng 'sorvan.changes || sorvan.time > 0' frame.number | tr '\n' ' ')" "1 7 8 10 11 12 "
+expect_same erases "$(fields erases.pcapng 'sorvan.command == erase' frame.number \
+  sorvan.{code,status,request_in,response_in,polls} _ws.expert.message)" \
+  "1|0x43|||||The end of this command was never read,$changes
+2|0x43|||8||$changes
+4||0x00|2|||
+6||0x00|2|||
+8||0xc0|2||3|
+9|0x43|||11||$changes
+11||0x81|9||1|erase failed, status 81
+12|0x43|||||not acknowledged,Not acknowledged,$changes"
+filter='sorvan.failed || sorvan.unanswered || sorvan.time > 0'
+expect_same "what went wrong, and times" "$(fields erases.pcapng "$filter" frame.number | xargs)" "1 8 11 12"
+expect_same "changes" "$(fields erases.pcapng sorvan.changes frame.number | xargs)" "1 2 9 12"
+expect_same "another address" "$(dissect -o sorvan.address:9 -r odd.pcapng -T fields -e sorvan.info | grep '^mcu')" \
+  "$(sed -n 's/^charger register\(.*-> .*\)/mcu read 20 bytes at\1/p; s/^charger address/mcu address/p' odd.words)"
 expect_same "fields" "$(fields preset_healthy.pcapng \
   'sorvan.hwid || sorvan.region_size || sorvan.source || sorvan.result == 0x352' \
   sorvan.{swid,serial,production_minutes,region_size,source,teko1_imp_max,marker,command} | sort -u)" \
@@ -148,17 +123,13 @@ expect_same "fields" "$(fields preset_healthy.pcapng \
 ||||2|15|0x11|
 |||||||read-vcc"
 
-# A capture without its first packet, and of at most one byte after the address
-editcap -s 2 erases.pcapng cut.pcapng 1
-expect_same "words of a cut capture" "$(dissect -r cut.pcapng -T fields -e sorvan.info | grep .)" \
-  "mcu status of nothing: busy | a6 -> 00
-mcu status of nothing: busy | a6 -> 00
-mcu status of nothing: finished, succeeded | a6 -> c0
+# A capture without its first packets, and of at most one byte after the address
+editcap -s 2 erases.pcapng cut.pcapng 1-2
+expect_same "words of a cut capture" "$(dissect -r cut.pcapng -T fields -e sorvan.info | grep . | tail -n 4)" \
+  "mcu status of nothing: finished, succeeded | a6 -> c0
 mcu select register a5 | a5 …
 mcu status of nothing: finished, failed | a6 -> 81
-mcu select register a5 - not acknowledged | a5 …
-mcu select register a5 | a5 …
-mcu reset marker | 0f -> 00"
+mcu select register a5 - not acknowledged | a5 …"
 
 command -v dumpcap >/dev/null || { echo "no live capture: dumpcap is not for this user"; exit; }
 mkfifo live
