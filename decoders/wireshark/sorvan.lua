@@ -58,10 +58,11 @@ local f = {
 local function fields(text)
   local list = {}
   for name, reg, width, notation, mask in text:gmatch("([%w_]+):(%x+):(%d+):(%a+):(%x+)") do
-    local base_of = notation == "hex" and base.HEX or base.DEC
+    local field = {name = name, reg = tonumber(reg, 16), width = tonumber(width), notation = notation}
     f[name] = f[name] or notation == "bytes" and ProtoField.bytes("sorvan." .. name, name)
-      or ProtoField["uint" .. 8 * width]("sorvan." .. name, name, base_of, nil, tonumber(mask, 16))
-    list[#list + 1] = {name = name, reg = tonumber(reg, 16), width = tonumber(width), notation = notation}
+      or ProtoField["uint" .. 8 * field.width]("sorvan." .. name, name, notation == "hex" and base.HEX or base.DEC,
+        nil, tonumber(mask, 16))
+    list[#list + 1] = field
   end
   return list
 end
