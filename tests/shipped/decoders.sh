@@ -64,7 +64,7 @@ session modes -- sv_updater --set-mode led1 gn --reset --reset-now-sync --probe
     printf '%s\n' "w2@8 0x0e $code" "w1@8 0x0e r1" "w2@8 0xa6 $code w1@8 0xa6 r1"
   done
   printf '%s\n' "w1@8 0xa6" r3@8 "w1@8 0xa5 r200" "w2@8 0x0f 0x11 w2@8 0x0f 0x12" "w4@8 0x0c 1 2 0x8b" \
-    "w8@8 0xa0 1 1 1 1 1 0xda 0x41" "w3@8 0xa5 0x41 0x43" "w3@8 0xfe 1 1" "w1@8 0x00 r19" \
+    "w8@8 0xa0 1 1 1 1 1 0xda 0x41" "w3@8 0xa5 0x41 0x43" "w4@8 0xa4 1 0x42 0x43" "w3@8 0xfe 1 1" "w1@8 0x00 r19" \
     "w1@9 0x1b r2 w1@8 0 r20" "w2@0x50 0 4" "w1@0x33 0 r3"
 } >odd
 session odd -- sh -c "xargs -L1 i2ctransfer -y 0 <odd; i2cdetect -y 0"
@@ -82,15 +82,18 @@ for pattern in 'not acknowledged' 'finished, failed' busy 'frame reset-now' 'par
   grep -q -e "$pattern" words || fail "no session holds '$pattern'"
 done
 
-# Four erases: one whose end nobody reads, one done at the third poll, one refused, one not acknowledged
+# Four erases: one whose end nobody reads, one done at the third poll, one refused, one not acknowledged; then
+# read-version and reset-now, without a read of their status
 session erases --fault slow=3@erase#2 --fault fail=0x81@erase#3 --fault nack@erase#4 -- sh -c \
-  "i2ctransfer -y 0 w3@8 0xa5 0x42 0x43; sv_updater --erase; sv_updater --erase; sv_updater --erase"
+  "i2ctransfer -y 0 w3@8 0xa5 0x42 0x43; sv_updater --erase; sv_updater --erase; sv_updater --erase
+   i2ctransfer -y 0 w2@8 0xa6 0; i2ctransfer -y 0 w3@8 0xa5 0x42 0x47"
 
 if [ "$3" = sigrok ]; then
   decode command:answer all.pcapng | diff words - || fail "sigrok has other words than --trace"
   expect_same warnings "$(decode warning erases.pcapng)" "the end of erase was never read
 erase failed, status 81
-not acknowledged"
+not acknowledged
+the end of read-version was never read"
   exit
 fi
 
@@ -114,27 +117,29 @@ expect_same erases "$(fields erases.pcapng 'sorvan.command == erase' frame.numbe
 11||0x81|9||1|erase failed, status 81
 12|0x43|||||not acknowledged,Not acknowledged,$changes"
 filter='sorvan.failed || sorvan.unanswered || sorvan.time > 0'
-expect_same "what went wrong, and times" "$(fields erases.pcapng "$filter" frame.number | xargs)" "1 8 11 12"
-expect_same "changes" "$(fields erases.pcapng sorvan.changes frame.number | xargs)" "1 2 9 12"
+expect_same "what went wrong, and times" "$(fields erases.pcapng "$filter" frame.number | xargs)" "1 8 11 12 13"
+expect_same "changes" "$(fields erases.pcapng sorvan.changes frame.number | xargs)" "1 2 9 12 14"
 expect_same "another address" "$(dissect -o sorvan.address:9 -r odd.pcapng -T fields -e sorvan.info | grep '^mcu')" \
   "$(sed -n 's/^charger register\(.*-> .*\)/mcu read 20 bytes at\1/p; s/^charger address/mcu address/p' odd.words)"
 expect_same "fields" "$(fields preset_healthy.pcapng \
-  'sorvan.hwid || sorvan.region_size || sorvan.source || sorvan.result == 0x352' \
+  'sorvan.hwid || sorvan.region_size || sorvan.source || sorvan.result == 0x352 || sorvan.w1_status' \
   sorvan.{swid,serial,production_minutes,region_size,source,teko1_imp_max,marker,command} | sort -u)" \
   "0x0100|202611220000000000000000000000000001|29500000|||||read-version
 |||131072||||read-flash-status
 ||||2|15|0x00|
 ||||2|15|0x11|
+|||||||read-eeprom
+|||||||read-rom
 |||||||read-vcc"
 
 # Many packets of nothing, then a capture without its first packets, and of at most one byte after the address
 editcap -C 9999 preset_healthy.pcapng cut.pcapng
 editcap -s 2 erases.pcapng - 1-2 >>cut.pcapng
 expect_same "words of a cut capture" "$(dissect -r cut.pcapng -T fields -e sorvan.info | grep . | tail -n 4)" \
-  "mcu status of nothing: finished, succeeded | a6 -> c0
-mcu select register a5 | a5 …
-mcu status of nothing: finished, failed | a6 -> 81
-mcu select register a5 - not acknowledged | a5 …"
+  "mcu status of nothing: finished, failed | a6 -> 81
+mcu select register a5 - not acknowledged | a5 …
+mcu select register a6 | a6 …
+mcu select register a5 | a5 …"
 
 command -v dumpcap >/dev/null || { echo "no live capture: dumpcap is not for this user"; exit; }
 mkfifo live
