@@ -17,6 +17,7 @@ public:
         const auto value =
             static_cast<uint8_t>(colon == std::string::npos ? 0 : std::strtoul(&what[colon + 2], nullptr, 16));
         if (what == "Start") {
+            left_out_ = left_out_ || started_;
             open_ = {bus_,
                      sample / samples_per_second_ * 1'000'000 +
                          sample % samples_per_second_ * 1'000'000 / samples_per_second_,
@@ -37,42 +38,47 @@ public:
         } else if (what == "Stop") {
             started_ = false;
             if (sim::can_capture(open_)) {
-                recording.transfers.push_back(open_);
+                transfers.push_back(open_);
             } else {
-                recording.problem = "some transfers left out: too long, or without a 7-bit address";
+                left_out_ = true;
             }
         }
     }
 
-    bool is_under_way() const {
-        return started_;
-    }
+    std::vector<sim::RecordedTransfer> transfers;
 
-    sim::Recording recording;
+    bool left_out() const {
+        return left_out_ || started_;
+    }
 
 private:
     uint64_t samples_per_second_;
     uint8_t bus_;
     sim::RecordedTransfer open_{};
     bool started_ = false;
+    bool left_out_ = false;
 };
 
 }  // namespace
 
 sim::Recording read_sigrok_text(std::string_view text, uint64_t samples_per_second, uint8_t bus) {
     Reader reader(samples_per_second, bus);
+    std::string decoder;
     while (!text.empty()) {
         const std::string line(text.substr(0, text.find('\n')));
         text.remove_prefix(std::min(line.size() + 1, text.size()));
         // "FIRST-LAST i2c-1: ANNOTATION"
         const size_t name = line.find(" i2c-");
         const size_t colon = line.find(": ", name);
-        if (name != std::string::npos && colon != std::string::npos && line[0] >= '0' && line[0] <= '9') {
-            reader.add(std::strtoull(line.c_str(), nullptr, 10), line.substr(colon + 2));
+        if (name == std::string::npos || colon == std::string::npos || line[0] < '0' || line[0] > '9') {
+            continue;
         }
+        decoder = decoder.empty() ? line.substr(name, colon - name) : decoder;
+        if (line.compare(name, colon - name, decoder) != 0) {
+            return {{}, "annotations of more than one decoder of I2C"};
+        }
+        reader.add(std::strtoull(line.c_str(), nullptr, 10), line.substr(colon + 2));
     }
-    if (reader.is_under_way()) {
-        reader.recording.problem = "cut off inside a transfer";
-    }
-    return reader.recording;
+    return {std::move(reader.transfers),
+            reader.left_out() ? "some transfers left out: cut off, too long, or without a 7-bit address" : ""};
 }

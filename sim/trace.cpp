@@ -137,7 +137,7 @@ std::string TraceDecoder::request(std::span<const Message> messages, uint16_t mc
 
 std::string TraceDecoder::line(const Transfer& transfer, uint16_t mcu_address) {
     return text("%6llu %11.3f ", static_cast<unsigned long long>(transfer.number),
-                static_cast<double>(transfer.time_us - start_us_) / 1000.0) +
+                static_cast<double>(static_cast<int64_t>(transfer.time_us - start_us_)) / 1000.0) +
            words(transfer, mcu_address) + "\n";
 }
 

@@ -39,6 +39,12 @@ TEST(Tracepoints, ReadsWhatTracefsShowsOfVersion) {
 
 TEST(Tracepoints, ReadsOtherSpellingsAndCountsWhatIsMissing) {
     const Words erase{"0 11371259 mcu frame erase | a5 42 43"};
+    std::string shown = "5a";
+    std::string in_words = " 5a";
+    for (int i = 1; i < 64; ++i) {
+        shown += "-5a";
+        in_words += " 5a";
+    }
     const struct {
         std::string text;
         Words words;
@@ -65,16 +71,22 @@ TEST(Tracepoints, ReadsOtherSpellingsAndCountsWhatIsMissing) {
         {"a-1 [0] 1.0: i2c_reply: i2c-1 #1 a=008 f=0201 l=1 [11]\na-1 [0] 1.1: i2c_result: i2c-1 n=2 ret=2\n",
          {},
          "1 transfers left out, 0 events lost"},
-        {"a-1 [0] 1.0: i2c_read: i2c-1 #0 a=008 f=0201 l=1\nCPU:0 [LOST 2 EVENTS]\na-1 [0] 1.1: i2c_result: i2c-1 n=1 "
-         "ret=1\n",
+        {"# entries-in-buffer/entries-written: 31/60   #P:1\nCPU:10 [LOST EVENTS]\na-1 [0] 1.0: i2c_read: i2c-1 #0 a=008 "
+         "f=0201 l=1\nCPU:0 [LOST 2 EVENTS]\nCPU:1 [4 EVENTS DROPPED]\na-1 [0] 1.1: i2c_result: i2c-1 n=1 ret=1\n",
          {},
-         "1 transfers left out, 2 events lost"},
+         "1 transfers left out, 36 events lost"},
+        // The end is missing
+        {"a-1 [0] 1.0: i2c_write: i2c-1 #0 a=008 f=0200 l=1 [a6]\n", {}, "1 transfers left out, 0 events lost"},
         {"a-1 [0] 1.0: i2c_write: i2c-1 #0 a=108 f=0010 l=1 [0f]\na-1 [0] 1.1: i2c_result: i2c-1 n=1 ret=1\n",
          {},
          "1 transfers left out, 0 events lost"},
         {"a-1 [0] 1.0: i2c_write: i2c-128 #0 a=008 f=0000 l=1 [0f]\na-1 [0] 1.1: i2c_result: i2c-128 n=1 ret=1\n",
          {},
          "1 transfers left out, 0 events lost"},
+        // tracefs shows 64 bytes of 100.
+        {"a-1 [0] 1.0: i2c_write: i2c-1 #0 a=050 f=0200 l=100 [" + shown + "]\na-1 [0] 1.1: i2c_result: i2c-1 n=1 "
+         "ret=1\n",
+         {"1 1000000 display write at 5a |" + in_words}, ""},
         {"", {}, ""},
         {"a line: of i2c_ text\n1-2 i2c-1: Start\n", {}, ""},
     };
@@ -97,9 +109,18 @@ TEST(SigrokText, ReadsAnnotationsOfItsI2cDecoder) {
     EXPECT_EQ(words_of(read_sigrok_text(text, 10'000'000, 2)),
               (Words{"2 3 mcu status of nothing: finished, succeeded | a6 -> c0",
                      "2 1500000 33 address only - not acknowledged |"}));
-    EXPECT_EQ(read_sigrok_text(text, 10'000'000, 2).problem, "");
-    EXPECT_EQ(read_sigrok_text("1-2 i2c-1: Stop\n3-3 i2c-1: Start\n", 1, 0).problem, "cut off inside a transfer");
-    EXPECT_TRUE(read_sigrok_text("1-2 i2c-1: Stop\n", 1, 0).transfers.empty());
+    const std::string left_out = "some transfers left out: cut off, too long, or without a 7-bit address";
+    for (const auto& [more, problem] : {std::pair("", ""),
+                                        {"3-3 i2c-1: Stop\n", ""},
+                                        {"3-3 i2c-1: Start\n", left_out.c_str()},
+                                        {"3-3 i2c-1: Start\n4-4 i2c-1: Stop\n", left_out.c_str()},
+                                        {"3-3 i2c-1: Start\n4-4 i2c-1: Start\n5-5 i2c-1: Address read: 08\n"
+                                         "6-6 i2c-1: Stop\n",
+                                         left_out.c_str()}}) {
+        EXPECT_EQ(read_sigrok_text(text + more, 10'000'000, 2).problem, problem) << more;
+    }
+    EXPECT_EQ(read_sigrok_text(text + "3-3 i2c-2: Start\n", 1, 0).problem,
+              "annotations of more than one decoder of I2C");
 }
 
 /// Every transfer of a run of the tool.
@@ -133,6 +154,9 @@ TEST(ModelComparison, ListsEachKindOfDifferenceOnce) {
                "1 from 4: mcu frame read-version2 - not acknowledged | a6 05, not sent",
                "2 from 9: mcu status of erase: busy | a6 -> 00, mcu status of erase: finished, succeeded | a6 -> c0"}));
     EXPECT_TRUE(model.violations.empty());
+    // What was not sent has a name all the same.
+    transfers = {{0, 1, false, {{0x08, false, 3, kErase}}}, {0, 1, true, {{0x08, false, 1, {0xA6}}, {0x08, true, 1, {0xC0}}}}};
+    EXPECT_EQ(compare_with_model(transfers, model).differences.size(), 1);
     // Only the MCU counts, and what its host must not do.
     transfers = {{0, 1, true, {{0x09, false, 1, {0x25}}}}, {0, 1, true, {{0x08, false, 2, {0xA6, 0x43}}}}};
     EXPECT_EQ(compare_with_model(transfers, model).transfers, 1);

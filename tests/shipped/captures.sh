@@ -42,8 +42,9 @@ head -c 410 run.pcapng >cut.pcapng
 expect 125 "" "sv_board: cut.pcapng: cut off after 5 transfers*transfer 6 is one more*" \
   run_board --replay cut.pcapng -- sv_updater --version
 expect 125 "" "sv_board: run.pcapng: no transfer on bus 3; choose with --bus: 0" run_board --bus 3 --replay run.pcapng -- true
-expect 125 "" "sv_board: trace: not a pcapng file" run_board --replay trace -- true
+expect 125 "" "sv_board: recorded_trace: not a pcapng file" run_board --replay recorded_trace -- true
 expect 125 "" "sv_board: a capture has no bus above 127" run_board --bus 128 --capture x -- true
+expect 125 "" "sv_board: run.pcapng: given for two options" run_board --replay run.pcapng --capture run.pcapng -- true
 expect 125 "*" "sv_board: /dev/full: not everything could be written" run_board --capture /dev/full -- sv_updater --version
 expect 0 "     1 * mcu reset marker | 0f -> 00?1" "" sv_board run --fast --trace - -- sv_updater --probe
 
@@ -65,6 +66,10 @@ expect 0 "     1       0.000 mcu frame read-version | a6 00?*" "" sv_capture sho
 expect 1 "" "sv_capture: version.pcapng: File exists; --replace replaces it" sv_capture convert run.pcapng -o version.pcapng
 expect 1 "*a6 -> c0" "sv_capture: cut.pcapng: cut off; 5 transfers were read" sv_capture show cut.pcapng
 expect 2 "*" "sv_capture: cut.pcapng: cut off; 5 transfers were read" sv_capture compare cut.pcapng
+head -c 48 run.pcapng >none.pcapng
+expect 1 "" "sv_capture: none.pcapng: no transfer" sv_capture convert none.pcapng -o -
+expect 2 "" "sv_capture: run.pcapng: no transfer of the MCU; --addr gives its address" sv_capture compare --addr 9 run.pcapng
+expect 2 "" "sv_capture: standard output: No space left on device" sh -c 'exec sv_capture compare bad.pcapng >/dev/full'
 expect 1 "" "sv_capture: trace: neither a pcapng file, nor I2C events of the kernel, nor annotations of sigrok" sv_capture vcd trace -o -
 echo "1-1 i2c-1: Start
 2-2 i2c-1: Address read: 33
