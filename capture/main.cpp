@@ -106,11 +106,7 @@ int with_transfers(const Options& options, Use use, bool all_buses = false, int 
 
 int convert(const Options& options) {
     const auto write = [&](const auto& transfers) {
-        sim::Bytes bytes = sim::capture_header();
-        for (const sim::RecordedTransfer& transfer : transfers) {
-            const sim::Bytes packets = sim::capture_packets(transfer);
-            bytes.insert(bytes.end(), packets.begin(), packets.end());
-        }
+        const sim::Bytes bytes = sim::capture_of(transfers);
         return write_output(options, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
     };
     return with_transfers(options, write, true);

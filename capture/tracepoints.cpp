@@ -4,6 +4,7 @@
 #include <linux/i2c.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -11,18 +12,11 @@
 
 namespace {
 
-constexpr uint64_t kUsPerSecond = 1'000'000;
 constexpr std::string_view kAnchor = "sv_record clock=";
 
 /// Reads "SECONDS.FRACTION" in microseconds.
 uint64_t parse_us(const char* text) {
-    char* end = nullptr;
-    uint64_t us = std::strtoull(text, &end, 10) * kUsPerSecond;
-    uint64_t unit = kUsPerSecond / 10;
-    for (const char* digit = end + 1; *end == '.' && *digit >= '0' && *digit <= '9'; ++digit, unit /= 10) {
-        us += unit * static_cast<uint64_t>(*digit - '0');
-    }
-    return us;
+    return static_cast<uint64_t>(std::llround(std::strtod(text, nullptr) * 1e6));
 }
 
 /// Reads "[a6-00]".

@@ -44,12 +44,8 @@ std::string BusOutput::open(const std::string& trace_path, const std::string& ca
 }
 
 void BusOutput::write(const Transfer& transfer) {
-    if (trace_.out != nullptr) {
-        trace_.write(decoder_.line(transfer, mcu_address_));
-    }
-    if (capture_.out != nullptr) {
-        capture_.write(capture_packets(record(static_cast<uint8_t>(bus_), transfer)));
-    }
+    trace_.write(decoder_.line(transfer, mcu_address_));
+    capture_.write(capture_packets(record(static_cast<uint8_t>(bus_), transfer)));
 }
 
 std::string BusOutput::close() {

@@ -71,7 +71,8 @@ TEST(Tracepoints, ReadsOtherSpellingsAndCountsWhatIsMissing) {
         {"a-1 [0] 1.0: i2c_reply: i2c-1 #1 a=008 f=0201 l=1 [11]\na-1 [0] 1.1: i2c_result: i2c-1 n=2 ret=2\n",
          {},
          "1 transfers left out, 0 events lost"},
-        {"# entries-in-buffer/entries-written: 31/60   #P:1\nCPU:10 [LOST EVENTS]\na-1 [0] 1.0: i2c_read: i2c-1 #0 a=008 "
+        {"# entries-in-buffer/entries-written: 31/60   #P:1\nCPU:10 [LOST EVENTS]\na-1 [0] 1.0: i2c_read: i2c-1 #0 "
+         "a=008 "
          "f=0201 l=1\nCPU:0 [LOST 2 EVENTS]\nCPU:1 [4 EVENTS DROPPED]\na-1 [0] 1.1: i2c_result: i2c-1 n=1 ret=1\n",
          {},
          "1 transfers left out, 36 events lost"},
@@ -84,9 +85,11 @@ TEST(Tracepoints, ReadsOtherSpellingsAndCountsWhatIsMissing) {
          {},
          "1 transfers left out, 0 events lost"},
         // tracefs shows 64 bytes of 100.
-        {"a-1 [0] 1.0: i2c_write: i2c-1 #0 a=050 f=0200 l=100 [" + shown + "]\na-1 [0] 1.1: i2c_result: i2c-1 n=1 "
-         "ret=1\n",
-         {"1 1000000 display write at 5a |" + in_words}, ""},
+        {"a-1 [0] 1.0: i2c_write: i2c-1 #0 a=050 f=0200 l=100 [" + shown +
+             "]\na-1 [0] 1.1: i2c_result: i2c-1 n=1 "
+             "ret=1\n",
+         {"1 1000000 display write at 5a |" + in_words},
+         ""},
         {"", {}, ""},
         {"a line: of i2c_ text\n1-2 i2c-1: Start\n", {}, ""},
     };
@@ -155,7 +158,8 @@ TEST(ModelComparison, ListsEachKindOfDifferenceOnce) {
                "2 from 9: mcu status of erase: busy | a6 -> 00, mcu status of erase: finished, succeeded | a6 -> c0"}));
     EXPECT_TRUE(model.violations.empty());
     // What was not sent has a name all the same.
-    transfers = {{0, 1, false, {{0x08, false, 3, kErase}}}, {0, 1, true, {{0x08, false, 1, {0xA6}}, {0x08, true, 1, {0xC0}}}}};
+    transfers = {{0, 1, false, {{0x08, false, 3, kErase}}},
+                 {0, 1, true, {{0x08, false, 1, {0xA6}}, {0x08, true, 1, {0xC0}}}}};
     EXPECT_EQ(compare_with_model(transfers, model).differences.size(), 1);
     // Only the MCU counts, and what its host must not do.
     transfers = {{0, 1, true, {{0x09, false, 1, {0x25}}}}, {0, 1, true, {{0x08, false, 2, {0xA6, 0x43}}}}};
