@@ -7,8 +7,11 @@
 #include <vector>
 
 #include "sim/frame_table.h"
+#include "sim/text.h"
 
 namespace {
+
+using sim::text;
 
 /// What the two languages write differently.
 struct Language {
@@ -22,13 +25,6 @@ struct Language {
 
 constexpr Language kLua = {true, "--", "local ", "[0x%02x] = ", "{", "}"};
 constexpr Language kPython = {false, "#", "", "0x%02x: ", "(", ")"};
-
-template <typename... Values>
-std::string text(const char* format, Values... values) {
-    char buffer[128];
-    std::snprintf(buffer, sizeof buffer, format, values...);
-    return buffer;
-}
 
 const char* notation_name(sim::Notation notation) {
     switch (notation) {

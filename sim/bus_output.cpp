@@ -14,9 +14,6 @@ template <typename Text>
 void BusOutput::File::write(const Text& text) const {
     if (out != nullptr) {
         out->write(reinterpret_cast<const char*>(text.data()), static_cast<std::streamsize>(text.size()));
-        if (flush) {
-            out->flush();
-        }
     }
 }
 
@@ -36,7 +33,10 @@ std::string BusOutput::open(const std::string& trace_path, const std::string& ca
                 return file->name + ": " + std::strerror(errno);
             }
             file->out = &file->file;
-            file->flush = unbuffered || !std::filesystem::is_regular_file(file->name, error);
+        }
+        if (file->out != nullptr &&
+            (unbuffered || file->name == "-" || !std::filesystem::is_regular_file(file->name, error))) {
+            *file->out << std::unitbuf;
         }
     }
     capture_.write(capture_header());

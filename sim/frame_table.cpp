@@ -2,7 +2,8 @@
 #include "sim/frame_table.h"
 
 #include <algorithm>
-#include <cstdio>
+
+#include "sim/text.h"
 
 namespace sim {
 
@@ -114,13 +115,6 @@ constexpr RegisterForm kRegisterCommands[] = {
     {RegisterCommand::kReadTemperatureCal, "read-temperature-cal"},
     {RegisterCommand::kReadSpare2, "read-spare2"},
 };
-
-template <typename... Values>
-std::string text(const char* format, Values... values) {
-    char buffer[32];
-    std::snprintf(buffer, sizeof buffer, format, values...);
-    return buffer;
-}
 
 }  // namespace
 

@@ -1,26 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "sim/trace.h"
 
-#include <cstdarg>
-#include <cstdio>
-
 #include "sim/frame_table.h"
+#include "sim/text.h"
 #include "util/little_endian.h"
 
 namespace sim {
 
 namespace {
-
-std::string text(const char* format, ...) __attribute__((format(printf, 1, 2)));
-
-std::string text(const char* format, ...) {
-    char buffer[160];
-    va_list values;
-    va_start(values, format);
-    std::vsnprintf(buffer, sizeof buffer, format, values);
-    va_end(values);
-    return buffer;
-}
 
 std::string hex(std::span<const uint8_t> bytes) {
     std::string result;
