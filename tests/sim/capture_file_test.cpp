@@ -84,7 +84,9 @@ TEST(CaptureFile, StopsAtDamage) {
         uint8_t byte;
         std::string problem;
     } damages[] = {
-        {80, 10, "damaged block"},     {84, 1, "not an I2C bus: its link type is another than 209"},
+        {80, 10, "damaged block"},
+        {80, 21, "damaged block"},
+        {84, 1, "not an I2C bus: its link type is another than 209"},
         {104, 1, "damaged packet"},     // another interface
         {116, 13, "damaged packet"},    // captured length
         {116, 5, "damaged packet"},     // too short for bus and address
