@@ -39,6 +39,12 @@ int complain(const std::string& problem, int status = kBad) {
     return status;
 }
 
+/// The status, unless standard output did not take everything.
+int printed(int status, int trouble = kBad) {
+    const bool good = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    return good ? status : complain("standard output: " + std::string(std::strerror(errno)), trouble);
+}
+
 /// Reads a recording of whatever kind, found out by content.
 sim::Recording read_recording(const Options& options) {
     sim::Bytes bytes;
@@ -64,9 +70,8 @@ sim::Recording read_recording(const Options& options) {
 
 int write_output(const Options& options, std::string_view bytes) {
     if (options.output == "-") {
-        const bool good =
-            std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size() && std::fflush(stdout) == 0;
-        return good ? kGood : complain("standard output: " + std::string(std::strerror(errno)));
+        std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+        return printed(kGood);
     }
     NewFile file;
     if (file.create(options.output.c_str(), options.replace ? Existing::kReplaced : Existing::kKept) &&
@@ -88,7 +93,7 @@ int with_transfers(const Options& options, Use use, bool all_buses = false, int 
     if (!transfers.empty()) {
         status = use(transfers);
     } else if (recording.problem.empty()) {
-        complain(options.input + ": " + problem);
+        complain(options.input + ": " + (problem.empty() ? "no transfer" : problem));
     }
     if (!recording.problem.empty()) {
         const std::string count = std::to_string(recording.transfers.size());
@@ -101,11 +106,7 @@ int with_transfers(const Options& options, Use use, bool all_buses = false, int 
 
 int convert(const Options& options) {
     const auto write = [&](const auto& transfers) {
-        sim::Bytes bytes = sim::capture_header();
-        for (const sim::RecordedTransfer& transfer : transfers) {
-            const sim::Bytes packets = sim::capture_packets(transfer);
-            bytes.insert(bytes.end(), packets.begin(), packets.end());
-        }
+        const sim::Bytes bytes = sim::capture_of(transfers);
         return write_output(options, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
     };
     return with_transfers(options, write, true);
@@ -124,7 +125,7 @@ int show(const Options& options) {
             }
             std::fputs(line.c_str(), stdout);
         }
-        return std::fflush(stdout) == 0 ? kGood : complain("standard output: " + std::string(std::strerror(errno)));
+        return printed(kGood);
     });
 }
 
@@ -139,6 +140,9 @@ int compare(const Options& options) {
     board.scenario.mcu_address = options.address;
     const auto print = [&](const auto& transfers) {
         const ModelComparison found = compare_with_model(transfers, board);
+        if (found.transfers == 0) {
+            return complain(options.input + ": no transfer of the MCU; --addr gives its address", kTrouble);
+        }
         std::printf("transfers of the MCU: %zu, not sent to the simulated one: %zu\n", found.transfers, found.skipped);
         std::printf("kinds of differences: %zu\n", found.differences.size());
         for (const Difference& difference : found.differences) {
@@ -149,7 +153,7 @@ int compare(const Options& options) {
         for (const std::string& violation : board.violations) {
             std::printf("  %s\n", violation.c_str());
         }
-        return found.differences.empty() && board.violations.empty() ? kGood : kBad;
+        return printed(found.differences.empty() && board.violations.empty() ? kGood : kBad, kTrouble);
     };
     return with_transfers(options, print, false, kTrouble);
 }

@@ -29,8 +29,7 @@ void add(ModelComparison& comparison, size_t number, const std::string& recorded
 ModelComparison compare_with_model(std::span<const sim::RecordedTransfer> transfers, sim::Board& board) {
     const uint16_t mcu = board.scenario.mcu_address;
     ModelComparison comparison;
-    sim::TraceDecoder recorded_words(0);
-    sim::TraceDecoder simulated_words(0);
+    sim::TraceDecoder decoder(0);  // one for both, since a command that was not sent has a name, too
     for (size_t i = 0; i < transfers.size(); ++i) {
         sim::RecordedTransfer recorded = transfers[i];
         if (recorded.messages.empty() || recorded.messages.front().address != mcu) {
@@ -38,7 +37,7 @@ ModelComparison compare_with_model(std::span<const sim::RecordedTransfer> transf
         }
         ++comparison.transfers;
         const std::vector<sim::Message> seen = sim::messages_of(recorded);
-        const std::string words = recorded_words.words({i + 1, 0, seen, recorded.acknowledged}, mcu);
+        const std::string words = decoder.words({i + 1, 0, seen, recorded.acknowledged}, mcu);
         if (!recorded.acknowledged || !recorded.complete()) {
             ++comparison.skipped;
             add(comparison, i + 1, words, "not sent");
@@ -48,7 +47,7 @@ ModelComparison compare_with_model(std::span<const sim::RecordedTransfer> transf
         sim::RecordedTransfer simulated = recorded;
         const std::vector<sim::Message> messages = sim::messages_of(simulated);
         const bool acknowledged = board.transfer(messages);
-        const std::string answer = simulated_words.words({i + 1, 0, messages, acknowledged}, mcu);
+        const std::string answer = decoder.words({i + 1, 0, messages, acknowledged}, mcu);
         if (answer != words) {
             add(comparison, i + 1, words, answer);
         }

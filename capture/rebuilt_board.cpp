@@ -2,11 +2,11 @@
 #include "capture/rebuilt_board.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <map>
 
 #include "mcu/flash_geometry.h"
 #include "sim/frame_table.h"
+#include "sim/text.h"
 #include "util/little_endian.h"
 
 namespace {
@@ -87,8 +87,7 @@ std::string rebuild_board(std::span<const sim::RecordedTransfer> transfers, sim:
     board.flash.restore(std::move(seen.memory), running);
     board.flash.latest = running;
     for (int i = 0; i < 2 && problem.empty(); ++i) {
-        char computed[8];
-        std::snprintf(computed, sizeof computed, "%04x", board.flash.checksum(i));
+        const std::string computed = sim::text("%04x", board.flash.checksum(i));
         const std::string reported = value_of(seen, FrameCommand::kReadFlashStatus, i == 0 ? "crc0" : "crc1");
         const std::string swid = version(i == running ? "swid" : "other_swid");
         board.flash.regions[static_cast<size_t>(i)] = {static_cast<uint16_t>(std::stoul(swid, nullptr, 16)),

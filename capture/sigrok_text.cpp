@@ -7,9 +7,13 @@
 
 namespace {
 
-class Reader {
-public:
-    Reader(uint64_t samples_per_second, uint8_t bus) : samples_per_second_(samples_per_second), bus_(bus) {}
+struct Reader {
+    uint64_t samples_per_second;
+    uint8_t bus;
+    std::vector<sim::RecordedTransfer> transfers = {};
+    sim::RecordedTransfer open = {};
+    bool started = false;
+    bool left_out = false;  // a transfer is
 
     /// `what` is the annotation, such as "Data write: A6".
     void add(uint64_t sample, const std::string& what) {
@@ -17,62 +21,56 @@ public:
         const auto value =
             static_cast<uint8_t>(colon == std::string::npos ? 0 : std::strtoul(&what[colon + 2], nullptr, 16));
         if (what == "Start") {
-            open_ = {bus_,
-                     sample / samples_per_second_ * 1'000'000 +
-                         sample % samples_per_second_ * 1'000'000 / samples_per_second_,
-                     true,
-                     {}};
-            started_ = true;
-        } else if (!started_) {
+            left_out = left_out || started;
+            open = {
+                bus,
+                sample / samples_per_second * 1'000'000 + sample % samples_per_second * 1'000'000 / samples_per_second,
+                true,
+                {}};
+            started = true;
+        } else if (!started) {
             return;
         } else if (what.starts_with("Address ")) {
-            open_.messages.push_back({value, what.starts_with("Address read"), 0, {}});
-        } else if (what.starts_with("Data ") && !open_.messages.empty()) {
-            open_.messages.back().bytes.push_back(value);
-            open_.messages.back().size += 1;
-        } else if (what == "NACK" && !open_.messages.empty()) {
+            open.messages.push_back({value, what.starts_with("Address read"), 0, {}});
+        } else if (what.starts_with("Data ") && !open.messages.empty()) {
+            open.messages.back().bytes.push_back(value);
+            open.messages.back().size += 1;
+        } else if (what == "NACK" && !open.messages.empty()) {
             // A host ends what it reads with NACK.
-            const sim::RecordedMessage& message = open_.messages.back();
-            open_.acknowledged = open_.acknowledged && message.read && !message.bytes.empty();
+            const sim::RecordedMessage& message = open.messages.back();
+            open.acknowledged = open.acknowledged && message.read && !message.bytes.empty();
         } else if (what == "Stop") {
-            started_ = false;
-            if (sim::can_capture(open_)) {
-                recording.transfers.push_back(open_);
+            started = false;
+            if (sim::can_capture(open)) {
+                transfers.push_back(open);
             } else {
-                recording.problem = "some transfers left out: too long, or without a 7-bit address";
+                left_out = true;
             }
         }
     }
-
-    bool is_under_way() const {
-        return started_;
-    }
-
-    sim::Recording recording;
-
-private:
-    uint64_t samples_per_second_;
-    uint8_t bus_;
-    sim::RecordedTransfer open_{};
-    bool started_ = false;
 };
 
 }  // namespace
 
 sim::Recording read_sigrok_text(std::string_view text, uint64_t samples_per_second, uint8_t bus) {
-    Reader reader(samples_per_second, bus);
+    Reader reader{samples_per_second, bus};
+    std::string decoder;
     while (!text.empty()) {
         const std::string line(text.substr(0, text.find('\n')));
         text.remove_prefix(std::min(line.size() + 1, text.size()));
         // "FIRST-LAST i2c-1: ANNOTATION"
         const size_t name = line.find(" i2c-");
         const size_t colon = line.find(": ", name);
-        if (name != std::string::npos && colon != std::string::npos && line[0] >= '0' && line[0] <= '9') {
-            reader.add(std::strtoull(line.c_str(), nullptr, 10), line.substr(colon + 2));
+        if (name == std::string::npos || colon == std::string::npos || line[0] < '0' || line[0] > '9') {
+            continue;
         }
+        decoder = decoder.empty() ? line.substr(name, colon - name) : decoder;
+        if (line.compare(name, colon - name, decoder) != 0) {
+            return {{}, "annotations of more than one decoder of I2C"};
+        }
+        reader.add(std::strtoull(line.c_str(), nullptr, 10), line.substr(colon + 2));
     }
-    if (reader.is_under_way()) {
-        reader.recording.problem = "cut off inside a transfer";
-    }
-    return reader.recording;
+    return {std::move(reader.transfers), reader.left_out || reader.started
+                                             ? "some transfers left out: cut off, too long, or without a 7-bit address"
+                                             : ""};
 }

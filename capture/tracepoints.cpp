@@ -4,6 +4,7 @@
 #include <linux/i2c.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
@@ -11,18 +12,11 @@
 
 namespace {
 
-constexpr uint64_t kUsPerSecond = 1'000'000;
 constexpr std::string_view kAnchor = "sv_record clock=";
 
 /// Reads "SECONDS.FRACTION" in microseconds.
 uint64_t parse_us(const char* text) {
-    char* end = nullptr;
-    uint64_t us = std::strtoull(text, &end, 10) * kUsPerSecond;
-    uint64_t unit = kUsPerSecond / 10;
-    for (const char* digit = end + 1; *end == '.' && *digit >= '0' && *digit <= '9'; ++digit, unit /= 10) {
-        us += unit * static_cast<uint64_t>(*digit - '0');
-    }
-    return us;
+    return static_cast<uint64_t>(std::llround(std::strtod(text, nullptr) * 1e6));
 }
 
 /// Reads "[a6-00]".
@@ -36,6 +30,21 @@ sim::Bytes parse_bytes(const char* text) {
         bytes.push_back(byte);
     }
     return bytes;
+}
+
+/// How many events a line says to be missing, at least: "CPU:0 [LOST 3 EVENTS]", "CPU:0 [3 EVENTS DROPPED]", both also
+/// without a number, and "# entries-in-buffer/entries-written: 31/60".
+uint64_t missing_events(const char* line) {
+    unsigned long count = 1;
+    unsigned long written = 0;
+    if (std::sscanf(line, "# entries-in-buffer/entries-written: %lu/%lu", &count, &written) == 2) {
+        return written - std::min(count, written);
+    }
+    char word[8] = "";
+    if (std::sscanf(line, "CPU:%*u [LOST %lu", &count) == 1 || std::sscanf(line, "CPU:%*u [%lu EVENTS", &count) == 1) {
+        return count;
+    }
+    return std::sscanf(line, "CPU:%*u [%7[A-Z]", word) == 1 ? 1 : 0;
 }
 
 /// A transfer that is under way on a bus.
@@ -91,9 +100,7 @@ sim::Recording read_tracepoints(std::string_view text) {
     while (!text.empty()) {
         const std::string line(text.substr(0, text.find('\n')));
         text.remove_prefix(std::min(line.size() + 1, text.size()));
-        if (const size_t gap = line.find("[LOST "); gap != std::string::npos) {
-            lost += std::strtoull(&line[gap + 6], nullptr, 10);
-        }
+        lost += missing_events(line.c_str());
         // "… SECONDS.FRACTION: NAME: i2c-0 VALUES", with the name of the system before that of the event in some.
         const size_t stamp_end = std::min(line.find(": "), line.size());
         const uint64_t time_us = parse_us(&line[line.rfind(' ', stamp_end) + 1]);
@@ -120,6 +127,9 @@ sim::Recording read_tracepoints(std::string_view text) {
             ++left_out;
         }
         open = {};
+    }
+    for (const auto& [bus, open] : buses) {
+        left_out += open.sound && open.transfer.messages.empty() ? 0 : 1;
     }
     for (sim::RecordedTransfer& transfer : recording.transfers) {
         transfer.time_us += ahead_us;

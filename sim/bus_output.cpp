@@ -10,6 +10,13 @@
 
 namespace sim {
 
+template <typename Text>
+void BusOutput::File::write(const Text& text) const {
+    if (out != nullptr) {
+        out->write(reinterpret_cast<const char*>(text.data()), static_cast<std::streamsize>(text.size()));
+    }
+}
+
 std::string BusOutput::open(const std::string& trace_path, const std::string& capture_path, bool unbuffered) {
     if (!capture_path.empty() && bus_ > kMaxCapturedBus) {
         return "a capture has no bus above " + std::to_string(kMaxCapturedBus);
@@ -26,30 +33,19 @@ std::string BusOutput::open(const std::string& trace_path, const std::string& ca
                 return file->name + ": " + std::strerror(errno);
             }
             file->out = &file->file;
-            file->flush = unbuffered || !std::filesystem::is_regular_file(file->name, error);
+        }
+        if (file->out != nullptr &&
+            (unbuffered || file->name == "-" || !std::filesystem::is_regular_file(file->name, error))) {
+            *file->out << std::unitbuf;
         }
     }
-    if (capture_.out != nullptr) {
-        const Bytes header = capture_header();
-        capture_.out->write(reinterpret_cast<const char*>(header.data()), static_cast<std::streamsize>(header.size()));
-    }
+    capture_.write(capture_header());
     return "";
 }
 
 void BusOutput::write(const Transfer& transfer) {
-    if (trace_.out != nullptr) {
-        *trace_.out << decoder_.line(transfer, mcu_address_);
-    }
-    if (capture_.out != nullptr) {
-        const Bytes packets = capture_packets(record(static_cast<uint8_t>(bus_), transfer));
-        capture_.out->write(reinterpret_cast<const char*>(packets.data()),
-                            static_cast<std::streamsize>(packets.size()));
-    }
-    for (const File* file : {&trace_, &capture_}) {
-        if (file->out != nullptr && file->flush) {
-            file->out->flush();
-        }
-    }
+    trace_.write(decoder_.line(transfer, mcu_address_));
+    capture_.write(capture_packets(record(static_cast<uint8_t>(bus_), transfer)));
 }
 
 std::string BusOutput::close() {

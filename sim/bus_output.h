@@ -30,7 +30,9 @@ private:
         std::string name;
         std::ofstream file;
         std::ostream* out = nullptr;  // null: not wanted
-        bool flush = true;
+
+        template <typename Text>
+        void write(const Text& text) const;
     };
 
     int bus_;

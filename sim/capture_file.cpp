@@ -185,6 +185,15 @@ Bytes capture_packets(const RecordedTransfer& transfer) {
     return out;
 }
 
+Bytes capture_of(std::span<const RecordedTransfer> transfers) {
+    Bytes out = capture_header();
+    for (const RecordedTransfer& transfer : transfers) {
+        const Bytes packets = capture_packets(transfer);
+        out.insert(out.end(), packets.begin(), packets.end());
+    }
+    return out;
+}
+
 std::vector<Message> messages_of(RecordedTransfer& transfer) {
     std::vector<Message> messages;
     for (RecordedMessage& message : transfer.messages) {

@@ -20,6 +20,8 @@ struct RecordedMessage {
     bool read;
     size_t size;  ///< on the bus
     Bytes bytes;  ///< the first of them; none of a read in a transfer that failed
+
+    bool operator==(const RecordedMessage&) const = default;
 };
 
 struct RecordedTransfer {
@@ -30,6 +32,8 @@ struct RecordedTransfer {
 
     /// All bytes of all messages are known, but for those that a failed read would have had.
     bool complete() const;
+
+    bool operator==(const RecordedTransfer&) const = default;
 };
 
 struct Recording {
@@ -40,11 +44,15 @@ struct Recording {
 /// What a capture begins with.
 Bytes capture_header();
 
-/// Whether the format has room for the transfer: 1 to 42 messages of at most 8,192 bytes, 7-bit addresses, bus 0 to 127.
+/// Whether the format has room for the transfer: 1 to 42 messages of at most 8,192 bytes, 7-bit addresses, bus 0 to
+/// 127.
 bool can_capture(const RecordedTransfer& transfer);
 
 /// The packets of a transfer. REQUIRES: can_capture(transfer).
 Bytes capture_packets(const RecordedTransfer& transfer);
+
+/// A whole capture. REQUIRES: can_capture() each of them.
+Bytes capture_of(std::span<const RecordedTransfer> transfers);
 
 /// The messages as the board has them. They share the bytes of the recording.
 std::vector<Message> messages_of(RecordedTransfer& transfer);

@@ -32,6 +32,8 @@ public:
     }
 
 private:
+    std::string find_mismatch(std::span<const Message> messages);
+
     std::vector<RecordedTransfer> transfers_;
     uint16_t mcu_address_;
     size_t made_ = 0;

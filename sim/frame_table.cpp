@@ -2,7 +2,8 @@
 #include "sim/frame_table.h"
 
 #include <algorithm>
-#include <cstdio>
+
+#include "sim/text.h"
 
 namespace sim {
 
@@ -79,48 +80,41 @@ constexpr FrameForm kFrames[] = {
 };
 
 constexpr RegisterForm kRegisterCommands[] = {
-    {RegisterCommand::kReadEnableWord, "read-enable-word", 2},
-    {RegisterCommand::kReadInputMode, "read-input-mode", 2},
+    {RegisterCommand::kReadEnableWord, "read-enable-word"},
+    {RegisterCommand::kReadInputMode, "read-input-mode"},
     {RegisterCommand::kWriteEnableWord, "write-enable-word"},
     {RegisterCommand::kWriteInputMode, "write-input-mode"},
     {RegisterCommand::kSetLed1, "set-led1"},
     {RegisterCommand::kSetLed2, "set-led2"},
     {RegisterCommand::kStoreSettings, "store-settings"},
     {RegisterCommand::kSwitchOff, "switch-off"},
-    {RegisterCommand::kWriteW1Pio, "write-w1-pio", 1, 8},
+    {RegisterCommand::kWriteW1Pio, "write-w1-pio"},
     {RegisterCommand::kTestExtSwitch, "test-ext-switch"},
     {RegisterCommand::kTest10V, "test-10v"},
     {RegisterCommand::kTestMessage, "test-message"},
-    {RegisterCommand::kReadEeprom, "read-eeprom", 1, 8},
-    {RegisterCommand::kReadRom, "read-rom", 1, 8},
-    {RegisterCommand::kReadPowerrail, "read-powerrail", 2},
-    {RegisterCommand::kReadExt, "read-ext", 2},
-    {RegisterCommand::kReadTeko1Voltage, "read-teko1-voltage", 2},
-    {RegisterCommand::kReadTeko2Voltage, "read-teko2-voltage", 2},
-    {RegisterCommand::kReadTeko1Current, "read-teko1-current", 2},
-    {RegisterCommand::kReadTeko2Current, "read-teko2-current", 2},
-    {RegisterCommand::kReadTeko1Impedances, "read-teko1-impedances", 2},
-    {RegisterCommand::kReadTeko2Impedances, "read-teko2-impedances", 2},
-    {RegisterCommand::kReadPorts, "read-ports", 0, 18},
-    {RegisterCommand::kReadTemperature, "read-temperature", 2},
-    {RegisterCommand::kReadVcc, "read-vcc", 2},
-    {RegisterCommand::kReadSpare1, "read-spare1", 2},
+    {RegisterCommand::kReadEeprom, "read-eeprom"},
+    {RegisterCommand::kReadRom, "read-rom"},
+    {RegisterCommand::kReadPowerrail, "read-powerrail"},
+    {RegisterCommand::kReadExt, "read-ext"},
+    {RegisterCommand::kReadTeko1Voltage, "read-teko1-voltage"},
+    {RegisterCommand::kReadTeko2Voltage, "read-teko2-voltage"},
+    {RegisterCommand::kReadTeko1Current, "read-teko1-current"},
+    {RegisterCommand::kReadTeko2Current, "read-teko2-current"},
+    {RegisterCommand::kReadTeko1Impedances, "read-teko1-impedances"},
+    {RegisterCommand::kReadTeko2Impedances, "read-teko2-impedances"},
+    {RegisterCommand::kReadPorts, "read-ports"},
+    {RegisterCommand::kReadTemperature, "read-temperature"},
+    {RegisterCommand::kReadVcc, "read-vcc"},
+    {RegisterCommand::kReadSpare1, "read-spare1"},
     {RegisterCommand::kResetDiagnostics, "reset-diagnostics"},
-    {RegisterCommand::kReadPseStates, "read-pse-states", 2},
-    {RegisterCommand::kReadPdStates, "read-pd-states", 2},
-    {RegisterCommand::kReadTeko1Page, "read-teko1-page", 0, 32},
-    {RegisterCommand::kReadTeko2Page, "read-teko2-page", 0, 32},
-    {RegisterCommand::kReadNevents, "read-nevents", 0, 20},
-    {RegisterCommand::kReadTemperatureCal, "read-temperature-cal", 2},
-    {RegisterCommand::kReadSpare2, "read-spare2", 2},
+    {RegisterCommand::kReadPseStates, "read-pse-states"},
+    {RegisterCommand::kReadPdStates, "read-pd-states"},
+    {RegisterCommand::kReadTeko1Page, "read-teko1-page"},
+    {RegisterCommand::kReadTeko2Page, "read-teko2-page"},
+    {RegisterCommand::kReadNevents, "read-nevents"},
+    {RegisterCommand::kReadTemperatureCal, "read-temperature-cal"},
+    {RegisterCommand::kReadSpare2, "read-spare2"},
 };
-
-template <typename... Values>
-std::string text(const char* format, Values... values) {
-    char buffer[32];
-    std::snprintf(buffer, sizeof buffer, format, values...);
-    return buffer;
-}
 
 }  // namespace
 

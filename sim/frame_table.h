@@ -42,12 +42,9 @@ struct FrameForm {
     std::span<const Field> response_fields = {};
 };
 
-/// A register command, and what can be read after it.
 struct RegisterForm {
     RegisterCommand command;
     std::string_view name;
-    uint8_t result = 0;  ///< bytes at kParameterRegister
-    uint8_t data = 0;    ///< bytes at kDataRegister
 };
 
 /// A device on the bus besides the MCU.

@@ -64,7 +64,7 @@ Result rdwr(const TransferFunction& transfer, UMockdevIoctlData* arg) {
     for (size_t i = 0; i < header.nmsgs; ++i) {
         i2c_msg message{};
         std::memcpy(&message, table->data + i * sizeof message, sizeof message);
-        if (message.len > kMaxMessageSize) {
+        if (message.len > kMaxMessageSize || message.addr > 0x7F) {  // ten-bit addresses: not offered
             return {-1, EINVAL};
         }
         buffers.push_back(resolve(table.get(), i * sizeof message + offsetof(i2c_msg, buf), message.len));

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -165,7 +166,22 @@ int report_replay(const sim::Cassette& cassette, int status) {
     return status;
 }
 
+/// Of options with the same file, one would destroy what another one reads or writes.
+std::string check_files(const RunOptions& options) {
+    std::set<std::string> seen;
+    for (const std::string& path : {options.state_path, options.firmware_path, options.replay_path, options.trace_path,
+                                    options.capture_path, options.syslog_path}) {
+        if (!path.empty() && !seen.insert(path).second) {
+            return path + ": given for two options";
+        }
+    }
+    return "";
+}
+
 int run_program(const RunOptions& options) {
+    if (const std::string problem = check_files(options); !problem.empty()) {
+        return complain(problem);
+    }
     sim::Board board;
     sim::SavedClock clock;
     sim::SharedBoard shared(board, clock);

@@ -1,26 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include "sim/trace.h"
 
-#include <cstdarg>
-#include <cstdio>
-
 #include "sim/frame_table.h"
+#include "sim/text.h"
 #include "util/little_endian.h"
 
 namespace sim {
 
 namespace {
-
-std::string text(const char* format, ...) __attribute__((format(printf, 1, 2)));
-
-std::string text(const char* format, ...) {
-    char buffer[160];
-    va_list values;
-    va_start(values, format);
-    std::vsnprintf(buffer, sizeof buffer, format, values);
-    va_end(values);
-    return buffer;
-}
 
 std::string hex(std::span<const uint8_t> bytes) {
     std::string result;
@@ -137,7 +124,7 @@ std::string TraceDecoder::request(std::span<const Message> messages, uint16_t mc
 
 std::string TraceDecoder::line(const Transfer& transfer, uint16_t mcu_address) {
     return text("%6llu %11.3f ", static_cast<unsigned long long>(transfer.number),
-                static_cast<double>(transfer.time_us - start_us_) / 1000.0) +
+                static_cast<double>(static_cast<int64_t>(transfer.time_us - start_us_)) / 1000.0) +
            words(transfer, mcu_address) + "\n";
 }
 

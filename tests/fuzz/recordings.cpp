@@ -6,27 +6,11 @@
 
 namespace {
 
-bool is_same(const sim::RecordedTransfer& a, const sim::RecordedTransfer& b) {
-    return a.bus == b.bus && a.time_us == b.time_us && a.acknowledged == b.acknowledged &&
-           std::equal(a.messages.begin(), a.messages.end(), b.messages.begin(), b.messages.end(),
-                      [](const sim::RecordedMessage& m, const sim::RecordedMessage& n) {
-                          return m.address == n.address && m.read == n.read && m.size == n.size && m.bytes == n.bytes;
-                      });
-}
-
 /// What a reader made can be written as a capture, and is the same then.
 void check_recording(const sim::Recording& recording) {
-    sim::Bytes bytes = sim::capture_header();
-    for (const sim::RecordedTransfer& transfer : recording.transfers) {
-        check(!transfer.messages.empty(), "a transfer has messages");
-        const sim::Bytes packets = sim::capture_packets(transfer);
-        bytes.insert(bytes.end(), packets.begin(), packets.end());
-    }
-    const sim::Recording again = sim::read_capture(bytes);
+    const sim::Recording again = sim::read_capture(sim::capture_of(recording.transfers));
     check(again.problem.empty(), "a capture can be read");
-    check(std::equal(again.transfers.begin(), again.transfers.end(), recording.transfers.begin(),
-                     recording.transfers.end(), is_same),
-          "a capture holds what was recorded");
+    check(again.transfers == recording.transfers, "a capture holds what was recorded");
 }
 
 }  // namespace

@@ -52,6 +52,7 @@ TEST(TraceDecoder, EachTransferIsOneLineInTheProtocolsWords) {
         EXPECT_EQ(line.substr(19, words.size()), words) << line;
     }
     EXPECT_EQ(line.substr(0, 19), "    20    1234.567 ");
+    EXPECT_EQ(decoder.line({1, 999'000, {}, true}, 0x08), "     1      -1.000 nothing\n");  // a clock that was set
 }
 
 }  // namespace
