@@ -154,6 +154,12 @@ TEST(ModelComparison, ListsEachKindOfDifferenceOnce) {
     transfers = {{0, 1, false, {{0x08, false, 3, kErase}}},
                  {0, 1, true, {{0x08, false, 1, {0xA6}}, {0x08, true, 1, {0xC0}}}}};
     EXPECT_EQ(compare_with_model(transfers, model).differences.size(), 1);
+    // A delayed reset comes at the recorded time.
+    transfers = {{0, 1'000'000, true, {{0x08, false, 2, {0x0F, 0x11}}}},
+                 {0, 1'000'001, true, {{0x08, false, 40, delayed_reset_of(1)}}},
+                 {0, 9'000'000, true, {{0x08, false, 1, {0x0F}}, {0x08, true, 1, {0x00}}}}};
+    sim::Board younger;
+    EXPECT_TRUE(compare_with_model(transfers, younger).differences.empty());
     // Only the MCU counts, and what its host must not do.
     transfers = {{0, 1, true, {{0x09, false, 1, {0x25}}}}, {0, 1, true, {{0x08, false, 2, {0xA6, 0x43}}}}};
     EXPECT_EQ(compare_with_model(transfers, model).transfers, 1);
