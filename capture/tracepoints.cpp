@@ -84,7 +84,7 @@ bool finish(Open& open, const char* values) {
     size_t count = 0;
     long result = 0;
     const bool read = std::sscanf(values, " n=%zu ret=%ld", &count, &result) == 2;
-    open.transfer.acknowledged = result >= 0 && static_cast<size_t>(result) == count;
+    open.transfer.acknowledged = static_cast<size_t>(result) == count;
     return read && open.sound && count == open.transfer.messages.size() &&
            (!open.transfer.acknowledged || open.unanswered == 0);
 }

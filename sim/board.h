@@ -16,6 +16,10 @@
 
 namespace sim {
 
+/// The kernel's limits of one I2C_RDWR call.
+inline constexpr size_t kMaxMessages = 42;
+inline constexpr size_t kMaxMessageSize = 8192;
+
 struct Message {
     uint16_t address;
     bool read;

@@ -29,8 +29,6 @@ constexpr uint16_t kResolutionOption = 9;
 constexpr std::string_view kMicroseconds = "\6";
 constexpr std::string_view kFailed = "not acknowledged";
 constexpr size_t kPseudoHeader = 6;  // bus, flags, address and direction
-constexpr size_t kMaxMessage = 8192;
-constexpr size_t kMaxMessages = 42;  // of one I2C_RDWR call
 constexpr uint8_t kEventPacket = 0x80;
 
 void append(Bytes& out, std::span<const uint8_t> bytes) {
@@ -121,7 +119,7 @@ private:
     std::string read_packet(std::span<const uint8_t> body) {
         const auto word = [&](size_t index) { return get_le32(&body[4 * index]); };
         if (body.size() < 20 || word(0) >= is_i2c_.size() || word(3) > body.size() - 20 || word(3) < kPseudoHeader ||
-            word(4) < word(3) || word(4) > kPseudoHeader + kMaxMessage) {
+            word(4) < word(3) || word(4) > kPseudoHeader + kMaxMessageSize) {
             return "damaged packet";
         }
         if (!is_i2c_[word(0)]) {
@@ -162,7 +160,8 @@ bool RecordedTransfer::complete() const {
 bool can_capture(const RecordedTransfer& transfer) {
     return transfer.bus <= kMaxCapturedBus && !transfer.messages.empty() && transfer.messages.size() <= kMaxMessages &&
            std::all_of(transfer.messages.begin(), transfer.messages.end(), [](const RecordedMessage& message) {
-               return message.address <= 0x7F && message.size <= kMaxMessage && message.bytes.size() <= message.size;
+               return message.address <= 0x7F && message.size <= kMaxMessageSize &&
+                      message.bytes.size() <= message.size;
            });
 }
 
@@ -244,7 +243,7 @@ std::string load_bytes(const std::string& path, Bytes& bytes) {
     for (char byte = 0; in.get(byte);) {  // an iterator over the buffer would not set eof()
         bytes.push_back(static_cast<uint8_t>(byte));
     }
-    return in.bad() || !in.eof() ? std::strerror(errno) : "";
+    return !in.eof() ? std::strerror(errno) : "";
 }
 
 }  // namespace sim

@@ -17,9 +17,6 @@ namespace sim {
 
 namespace {
 
-constexpr size_t kMaxMessages = I2C_RDWR_IOCTL_MAX_MSGS;
-constexpr size_t kMaxMessageSize = 8192;  // the kernel's own limit
-
 /// Counted reference to memory of the client.
 using Data = std::unique_ptr<UMockdevIoctlData, void (*)(UMockdevIoctlData*)>;
 
@@ -168,7 +165,7 @@ Result select_slave(UMockdevIoctlClient* client, UMockdevIoctlData* arg) {
     if (address > 0x7F) {
         return {-1, EINVAL};
     }
-    g_object_set_data(G_OBJECT(client), kSlave, GUINT_TO_POINTER(address));
+    g_object_set_data(G_OBJECT(client), kSlave, GUINT_TO_POINTER(address));  // NOLINT(performance-no-int-to-ptr)
     return {0, 0};
 }
 

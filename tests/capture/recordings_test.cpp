@@ -80,10 +80,10 @@ TEST(Tracepoints, ReadsOtherSpellingsAndCountsWhatIsMissing) {
          "1 transfers left out, 36 events lost"},
         // The end is missing
         {"a-1 [0] 1.0: i2c_write: i2c-1 #0 a=008 f=0200 l=1 [a6]\n", {}, "1 transfers left out, 0 events lost"},
-        {"a-1 [0] 1.0: i2c_write: i2c-1 #0 a=108 f=0010 l=1 [0f]\na-1 [0] 1.1: i2c_result: i2c-1 n=1 ret=1\n",
+        {"a-1 [0] 1.0: i2c_write: i2c-1 #0 a=008 f=0010 l=1 [0f]\na-1 [0] 1.1: i2c_result: i2c-1 n=1 ret=1\n",
          {},
          "1 transfers left out, 0 events lost"},
-        {"a-1 [0] 1.0: i2c_write: i2c-128 #0 a=008 f=0000 l=1 [0f]\na-1 [0] 1.1: i2c_result: i2c-128 n=1 ret=1\n",
+        {"a-1 [0] 1.0: i2c_write: i2c-256 #0 a=008 f=0000 l=1 [0f]\na-1 [0] 1.1: i2c_result: i2c-256 n=1 ret=1\n",
          {},
          "1 transfers left out, 0 events lost"},
         {"", {}, ""},
@@ -104,10 +104,11 @@ TEST(SigrokText, ReadsAnnotationsOfItsI2cDecoder) {
         "62-237 i2c-1: Address read: 08\n262-287 i2c-1: ACK\n287-487 i2c-1: Data read: C0\n487-512 i2c-1: NACK\n"
         "589-589 i2c-1: Stop\n15000000-15000000 i2c-1: Start\nx i2c-1: Address write: 33\n1-2 i2c-1: Address write: "
         "33\n"
-        "1-2 i2c-1: NACK\n1-2 i2c-1: Stop\n";
+        "1-2 i2c-1: NACK\n1-2 i2c-1: Stop\n"
+        "20000000-20000000 i2c-1: Start\n1-2 i2c-1: Address read: 33\n1-2 i2c-1: NACK\n1-2 i2c-1: Stop\n";
     EXPECT_EQ(words_of(read_sigrok_text(text, 10'000'000, 2)),
               (Words{"2 3 mcu status of nothing: finished, succeeded | a6 -> c0",
-                     "2 1500000 33 address only - not acknowledged |"}));
+                     "2 1500000 33 address only - not acknowledged |", "2 2000000 33 read - not acknowledged |"}));
     EXPECT_EQ(read_sigrok_text("1-1 i2c-1: Stop\n" + text, 10'000'000, 2).problem, "");
     std::string messages;
     for (int i = 0; i < 43; ++i) {
@@ -158,6 +159,12 @@ TEST(ModelComparison, ListsEachKindOfDifferenceOnce) {
     transfers = {{0, 1, false, {{0x08, false, 3, kErase}}},
                  {0, 1, true, {{0x08, false, 1, {0xA6}}, {0x08, true, 1, {0xC0}}}}};
     EXPECT_EQ(compare_with_model(transfers, model).differences.size(), 1);
+    // A delayed reset comes at the recorded time.
+    transfers = {{0, 1'000'000, true, {{0x08, false, 2, {0x0F, 0x11}}}},
+                 {0, 1'000'001, true, {{0x08, false, 40, delayed_reset_of(1)}}},
+                 {0, 9'000'000, true, {{0x08, false, 1, {0x0F}}, {0x08, true, 1, {0x00}}}}};
+    sim::Board younger;
+    EXPECT_TRUE(compare_with_model(transfers, younger).differences.empty());
     // Only the MCU counts, and what its host must not do.
     transfers = {{0, 1, true, {{0x09, false, 1, {0x25}}}}, {0, 1, true, {{0x08, false, 2, {0xA6, 0x43}}}}};
     EXPECT_EQ(compare_with_model(transfers, model).transfers, 1);

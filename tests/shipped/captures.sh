@@ -44,6 +44,7 @@ expect 125 "" "sv_board: run.pcapng: no transfer on bus 3; choose with --bus: 0"
 expect 125 "" "sv_board: recorded_trace: not a pcapng file" run_board --replay recorded_trace -- true
 expect 125 "" "sv_board: a capture has no bus above 127" run_board --bus 128 --capture x -- true
 expect 125 "" "sv_board: run.pcapng: given for two options" run_board --replay run.pcapng --capture run.pcapng -- true
+expect 108 "" "--fault excludes --replay*" run_board --replay run.pcapng --fault nack@1 -- true
 expect 125 "*" "sv_board: /dev/full: not everything could be written" run_board --capture /dev/full -- sv_updater --version
 expect 0 "     1 * mcu reset marker | 0f -> 00?1" "" sv_board run --fast --trace - -- sv_updater --probe
 expect 0 "1?1 trace" "" run_board --unbuffered -- sh -c 'sv_updater --probe && wc -l trace'

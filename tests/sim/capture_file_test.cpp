@@ -39,9 +39,16 @@ Bytes joined(std::initializer_list<Bytes> parts) {
 }
 
 TEST(CaptureFile, HasTheBytesThatOtherProgramsRead) {
-    const RecordedTransfer failed{3, 0x100000005, false, {{0x08, false, 1, {0xA6}}, {0x08, true, 1, {}}}};
+    Bytes bytes{0xA6, 0xEE};
+    const sim::Message messages[] = {{0x08, false, {&bytes[0], 1}}, {0x08, true, {&bytes[1], 1}}};
+    const RecordedTransfer failed = sim::record(3, {1, 0x100000005, messages, false});
     EXPECT_EQ(sim::capture_of({&failed, 1}), joined({kHeader, kFailedRead}));
-    EXPECT_EQ(words_of(sim::read_capture(joined({kForeign, kHeader, kFailedRead}))),
+    const auto last = kForeign.end() - 52;
+    const auto middle = kFailedRead.begin() + 40;
+    EXPECT_EQ(words_of(sim::read_capture(joined({{kForeign.begin(), last},
+                                                 {kFailedRead.begin(), middle},
+                                                 {last, kForeign.end()},
+                                                 {middle, kFailedRead.end()}}))),
               (Words{"0 7 mcu reset marker := 11 | 0f 11", "3 4294967301 mcu read - not acknowledged | a6"}));
     Bytes other = kForeign;
     other[56] = 9;
@@ -81,22 +88,23 @@ TEST(CaptureFile, ReadsBackWhatWasWrittenAndSaysWhereItWasCutOff) {
 TEST(CaptureFile, StopsAtDamage) {
     const struct {
         size_t offset;
-        uint8_t byte;
+        std::string bytes;
         std::string problem;
     } damages[] = {
-        {80, 10, "damaged block"},
-        {80, 21, "damaged block"},
-        {84, 1, "not an I2C bus: its link type is another than 209"},
-        {104, 1, "damaged packet"},     // another interface
-        {116, 13, "damaged packet"},    // captured length
-        {116, 5, "damaged packet"},     // too short for bus and address
-        {120, 6, "damaged packet"},     // length on the bus below the captured one
-        {121, 0x21, "damaged packet"},  // above what a message can have
-        {100, 0xFC, "cut off"},         // block length
+        {80, "0a", "damaged block"},
+        {80, "7b", "damaged block"},
+        {84, "01", "not an I2C bus: its link type is another than 209"},
+        {104, "01", "damaged packet"},                   // another interface
+        {116, "0d00 0000 0d00 0000", "damaged packet"},  // longer than its block
+        {116, "05", "damaged packet"},                   // too short for bus and address
+        {120, "06", "damaged packet"},                   // length on the bus below the captured one
+        {121, "21", "damaged packet"},                   // above what a message can have
+        {100, "fc", "cut off"},                          // block length
     };
     for (const auto& damage : damages) {
         Bytes bytes = joined({kHeader, kHeader, kFailedRead});  // the first section changes nothing
-        bytes[damage.offset] = damage.byte;
+        const Bytes changed = bytes_of(damage.bytes);
+        std::copy(changed.begin(), changed.end(), &bytes[damage.offset]);
         const sim::Recording read = sim::read_capture(bytes);
         EXPECT_EQ(read.problem, damage.problem) << damage.offset;
         EXPECT_TRUE(read.transfers.empty());
