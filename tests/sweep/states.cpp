@@ -55,31 +55,20 @@ bool is_step(const sim::FrameForm* frame) {
     return frame != nullptr && frame->changes && frame->command != FrameCommand::kWriteSegment;
 }
 
-class StateNames {
-public:
-    /// As if `running` were the running region and, with `pending`, a reset pending.
-    std::string text(const sim::Board& board, int running, bool pending) {
-        std::string all;
-        for (const int region : {0, 1}) {
-            if (writes_[region] != board.flash.writes(region)) {
-                writes_[region] = board.flash.writes(region);
-                contents_[region] = content_name(board, region);
-            }
-            const sim::RegionState& state = board.flash.regions[static_cast<size_t>(region)];
-            const bool can_start = board.flash.next_start(region) == region;
-            const std::string one = std::string(contents_[region]) + "/" + id_name(state.swid) +
-                                    (can_start       ? "+"
-                                     : state.enabled ? "!"
-                                                     : "-");
-            all += (region == running ? "[" + one + "]" : one) + (region == 0 ? " " : "");
-        }
-        return all + (pending ? " due" : "");
+/// As if `running` were the running region and, with `pending`, a reset pending.
+std::string text_of(const sim::Board& board, int running, bool pending) {
+    std::string all;
+    for (const int region : {0, 1}) {
+        const sim::RegionState& state = board.flash.regions[static_cast<size_t>(region)];
+        const bool can_start = board.flash.next_start(region) == region;
+        const std::string one = std::string(content_name(board, region)) + "/" + id_name(state.swid) +
+                                (can_start       ? "+"
+                                 : state.enabled ? "!"
+                                                 : "-");
+        all += (region == running ? "[" + one + "]" : one) + (region == 0 ? " " : "");
     }
-
-private:
-    uint64_t writes_[2] = {UINT64_MAX, UINT64_MAX};
-    const char* contents_[2] = {};
-};
+    return all + (pending ? " due" : "");
+}
 
 class Search {
 public:
@@ -88,7 +77,6 @@ public:
     void run() {
         for (const char* start : {"runs=0", "runs=1"}) {
             const auto board = make_start(parse_setup(std::string(start) + " pages=three"));
-            names_ = {};
             observe(*board, start);
         }
         for (size_t i = 0; i < found_.states.size() && found_.states.size() < limit_; ++i) {
@@ -126,7 +114,7 @@ private:
     }
 
     void add(const sim::Board& board, int running, bool pending, const std::string& way) {
-        std::string text = names_.text(board, running, pending);
+        std::string text = text_of(board, running, pending);
         if (running < 0 || !known_.insert(text).second) {
             return;
         }
@@ -232,7 +220,6 @@ private:
         std::unique_ptr<sim::Board> board(new sim::Board(found_.states[state].board->clone()));
         board->scenario.boot_choice = choice;
         board->scenario.boot_ms = 0;  // the tool goes on after a restart
-        names_ = {};
         return board;
     }
 
@@ -245,7 +232,6 @@ private:
     size_t limit_;
     std::set<std::string> known_;
     std::set<std::string> running_;  // what was known of running regions
-    StateNames names_;
 };
 
 }  // namespace
@@ -268,7 +254,7 @@ std::string content_text(const sim::Board& board, int region) {
 }
 
 std::string state_text(const sim::Board& board) {
-    return StateNames().text(board, board.flash.running(), board.mcu.state().reset_due_us.has_value());
+    return text_of(board, board.flash.running(), board.mcu.state().reset_due_us.has_value());
 }
 
 }  // namespace sweep
