@@ -62,22 +62,19 @@ bool needs_states(const Kind& kind) {
 
 /// A row for each kind that was asked for.
 std::span<Row> make_rows(const Options& options) {
-    std::vector<const Kind*> kinds;
-    for (const Kind& kind : sweep::kinds()) {
-        if (std::string(kind.name).find(options.kind) != std::string::npos) {
-            kinds.push_back(&kind);
-        }
-    }
-    void* memory = mmap(nullptr, kinds.size() * sizeof(Row), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    const size_t size = sweep::kinds().size() * sizeof(Row);
+    void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) {
         return {};
     }
-    const std::span<Row> rows(static_cast<Row*>(memory), kinds.size());
-    std::uninitialized_value_construct(rows.begin(), rows.end());
-    for (size_t i = 0; i < rows.size(); ++i) {
-        rows[i].kind = kinds[i];
+    Row* const rows = static_cast<Row*>(memory);
+    Row* end = rows;
+    for (const Kind& kind : sweep::kinds()) {
+        if (std::string_view(kind.name).find(options.kind) != std::string_view::npos) {
+            (new (end++) Row)->kind = &kind;
+        }
     }
-    return rows;
+    return {rows, end};
 }
 
 /// The points of one kind in one setup: all, some, or a sample.

@@ -180,15 +180,18 @@ private:
     void apply_at_once(size_t state, const std::string& first, const std::string& second) {
         int last_outer = 1;
         for (int outer = 1; outer <= last_outer; ++outer) {
-            int last_inner = 1;
-            for (int inner = 1; inner <= last_inner; ++inner) {
-                try_at_once(state, first, second, outer, inner, last_outer, last_inner);
+            bool killed = true;
+            for (int inner = 1; killed; ++inner) {
+                const auto [outer_steps, inner_steps] = try_at_once(state, first, second, outer, inner);
+                last_outer = std::max(last_outer, std::min(outer_steps, 8));
+                killed = inner_steps == inner;
             }
         }
     }
 
-    void try_at_once(size_t state, const std::string& first, const std::string& second, int outer, int inner,
-                     int& last_outer, int& last_inner) {
+    /// The steps that each of them made.
+    std::pair<int, int> try_at_once(size_t state, const std::string& first, const std::string& second, int outer,
+                                    int inner) {
         const std::string way = found_.states[state].way + "; " + first + " and, after its step " +
                                 std::to_string(outer) + ", " + second + " killed after its step " +
                                 std::to_string(inner);
@@ -212,8 +215,7 @@ private:
         };
         run(*board, first);
         observe(*board, way);
-        last_outer = std::max(last_outer, std::min(steps[0], 8));
-        last_inner = std::max(last_inner, steps[1] == inner ? inner + 1 : inner);
+        return {steps[0], steps[1]};
     }
 
     std::unique_ptr<sim::Board> begin(size_t state, const char* choice) {
