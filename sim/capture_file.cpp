@@ -36,8 +36,8 @@ void append(Bytes& out, std::span<const uint8_t> bytes) {
     out.resize((out.size() + 3) / 4 * 4);
 }
 
-void append_words(Bytes& out, std::initializer_list<size_t> words) {
-    for (const size_t word : words) {
+void append_words(Bytes& out, std::initializer_list<uint64_t> words) {
+    for (const uint64_t word : words) {
         std::array<uint8_t, 4> bytes{};
         put_le32(bytes.data(), static_cast<uint32_t>(word));
         append(out, bytes);
