@@ -22,7 +22,7 @@ std::vector<uint8_t> random_input(uint64_t number) {
         input.insert(input.end(), {roll(256), roll(8), roll(256)});
     }
     const size_t data = input.size();
-    input.resize(data + engine() % kMaxData);
+    input.resize(data + static_cast<size_t>(engine() % kMaxData));
     for (size_t i = data; i < input.size(); ++i) {
         input[i] = roll(roll(4) == 0 ? 4 : 256);  // small codes are common in states and counts
     }
