@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // sv_capture: recordings of the board's bus, in the words of the protocol.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -14,7 +15,6 @@
 #include "capture/sigrok_text.h"
 #include "capture/tracepoints.h"
 #include "capture/vcd.h"
-#include "sim/cassette.h"
 #include "sim/state_file.h"
 #include "sim/trace.h"
 #include "util/new_file.h"

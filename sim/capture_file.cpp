@@ -10,6 +10,7 @@
 #include <fstream>
 #include <iostream>
 #include <optional>
+#include <set>
 #include <string_view>
 
 #include "util/little_endian.h"
@@ -235,6 +236,28 @@ Recording read_capture(std::span<const uint8_t> bytes) {
         problem = "cut off";
     }
     return {std::move(reader.transfers), problem};
+}
+
+std::vector<RecordedTransfer> transfers_of_bus(const Recording& recording, int bus, std::string& problem) {
+    std::set<int> buses;
+    std::vector<RecordedTransfer> result;
+    for (const RecordedTransfer& transfer : recording.transfers) {
+        buses.insert(transfer.bus);
+        if (bus < 0 || transfer.bus == bus) {
+            result.push_back(transfer);
+        }
+    }
+    if (result.empty() || (bus < 0 && buses.size() > 1)) {
+        problem = result.empty() && bus >= 0 ? "no transfer on bus " + std::to_string(bus) : "no transfer";
+        if (!buses.empty()) {
+            problem = (bus < 0 ? "more than one bus" : problem) + "; choose with --bus:";
+            for (const int found : buses) {
+                problem += " " + std::to_string(found);
+            }
+        }
+        result.clear();
+    }
+    return result;
 }
 
 std::string load_bytes(const std::string& path, Bytes& bytes) {

@@ -66,6 +66,10 @@ Recording read_capture(std::span<const uint8_t> bytes);
 
 bool is_capture(std::span<const uint8_t> bytes);
 
+/// The transfers of one bus. `bus` below 0 means the only one that there is. If there are none, or several buses,
+/// `problem` says so and the result is empty.
+std::vector<RecordedTransfer> transfers_of_bus(const Recording& recording, int bus, std::string& problem);
+
 /// Reads a file, or standard input for "-". Returns an empty text, or what went wrong.
 std::string load_bytes(const std::string& path, Bytes& bytes);
 

@@ -2,7 +2,6 @@
 #include "sim/cassette.h"
 
 #include <algorithm>
-#include <set>
 
 #include "sim/trace.h"
 
@@ -57,28 +56,6 @@ bool Cassette::transfer(std::span<const Message> messages) {
         }
     }
     return recorded.acknowledged;
-}
-
-std::vector<RecordedTransfer> transfers_of_bus(const Recording& recording, int bus, std::string& problem) {
-    std::set<int> buses;
-    std::vector<RecordedTransfer> result;
-    for (const RecordedTransfer& transfer : recording.transfers) {
-        buses.insert(transfer.bus);
-        if (bus < 0 || transfer.bus == bus) {
-            result.push_back(transfer);
-        }
-    }
-    if (result.empty() || (bus < 0 && buses.size() > 1)) {
-        problem = result.empty() && bus >= 0 ? "no transfer on bus " + std::to_string(bus) : "no transfer";
-        if (!buses.empty()) {
-            problem = (bus < 0 ? "more than one bus" : problem) + "; choose with --bus:";
-            for (const int found : buses) {
-                problem += " " + std::to_string(found);
-            }
-        }
-        result.clear();
-    }
-    return result;
 }
 
 }  // namespace sim

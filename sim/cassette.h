@@ -40,8 +40,4 @@ private:
     std::string mismatch_;
 };
 
-/// The transfers of one bus. `bus` below 0 means the only one that there is. If there are none, or several buses,
-/// `problem` says so and the result is empty.
-std::vector<RecordedTransfer> transfers_of_bus(const Recording& recording, int bus, std::string& problem);
-
 }  // namespace sim

@@ -23,8 +23,8 @@ namespace {
 // address and the direction, data follows.
 enum Command : uint8_t {
     kStatus = 0x10,  // byte 3: kSetSpeed, before each transfer, or 0
-    kGetData =
-        0x40,  // asks for up to 60 of the bytes read; byte 2 of the answer is one of the codes below, 3 the count
+    // Asks for up to 60 of the bytes read; byte 2 of the answer is one of the codes below, byte 3 the count.
+    kGetData = 0x40,
     kWrite = 0x90,
     kRead = 0x91,
     kReadAfterWrite = 0x93,

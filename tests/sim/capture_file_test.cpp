@@ -159,7 +159,7 @@ TEST(Cassette, AnswersInOrderAndNamesTheFirstOtherRequest) {
     EXPECT_EQ(empty.mismatch(), "transfer 1 is one more than was recorded\n  program:  nothing");
 }
 
-TEST(Cassette, TakesTheTransfersOfOneBus) {
+TEST(CaptureFile, GivesTheTransfersOfOneBus) {
     const struct {
         int bus;
         size_t count;
