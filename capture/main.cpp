@@ -159,6 +159,9 @@ int compare(const Options& options) {
 }
 
 int make_state(const Options& options) {
+    if (options.output == "-") {
+        return complain("a state file cannot be standard output");
+    }
     return with_transfers(options, [&](const auto& transfers) {
         sim::Board board;
         board.scenario.mcu_address = options.address;

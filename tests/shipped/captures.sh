@@ -59,6 +59,7 @@ run_board --capture bad.pcapng -- i2ctransfer -y 0 w3@8 0xa5 0x41 0x43 2>err
 expect 1 "*kinds of differences: 0?violations: 1?  frame command 43 with a wrong form*" "" sv_capture compare bad.pcapng
 expect 1 "" "sv_capture: rebuilt: File exists; --replace replaces it" sv_capture state read.pcapng -o rebuilt
 expect 0 "" "" sv_capture state read.pcapng --replace -o rebuilt
+expect 1 "" "sv_capture: a state file cannot be standard output" sv_capture state read.pcapng -o -
 
 # Other sources, other targets
 expect 0 "" "" sv_capture convert "$source/tests/capture/version.txt" -o version.pcapng
