@@ -49,7 +49,7 @@ public:
     std::vector<std::string> violations;  ///< one sentence for each rule that the host broke
     std::function<void(const Transfer&)> on_transfer;
     std::function<bool(std::span<const Message>)> replay;  ///< if set, answers in place of all devices
-    std::function<void()> on_kill;                         ///< called by the fault "kill" to end the program under test
+    std::function<void()> on_kill;                         ///< called by the fault "kill": ends who made the transfer
 
     /// The board's clock, in microseconds; the owner moves it.
     uint64_t now_us = 0;

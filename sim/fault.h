@@ -8,7 +8,7 @@
 //   lost      the device carries out the transfer, but the host sees it fail
 //   restart   the MCU restarts before the transfer
 //   cut       the MCU loses power after the transfer, and restarts
-//   kill      the program under test is killed after the transfer
+//   kill      the process that made the transfer is killed
 //   flip      all bits of the bytes read are inverted
 //   fail      the command is not carried out and finishes with the status VALUE (0x80 if not given)
 //   hang      the command is not carried out and never finishes

@@ -3,13 +3,20 @@
 
 #include <linux/i2c-dev.h>
 #include <linux/i2c.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <optional>
+#include <set>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -20,7 +27,9 @@ namespace {
 /// Counted reference to memory of the client.
 using Data = std::unique_ptr<UMockdevIoctlData, void (*)(UMockdevIoctlData*)>;
 
-constexpr char kSlave[] = "slave";  // the address for SMBus calls, kept in each client's object
+// Kept in each client's object: the address for SMBus calls, and the process.
+constexpr char kSlave[] = "slave";
+constexpr char kProcess[] = "process";
 
 constexpr unsigned long kFunctions = I2C_FUNC_I2C | I2C_FUNC_SMBUS_QUICK | I2C_FUNC_SMBUS_BYTE |
                                      I2C_FUNC_SMBUS_BYTE_DATA | I2C_FUNC_SMBUS_WORD_DATA | I2C_FUNC_SMBUS_I2C_BLOCK;
@@ -29,6 +38,55 @@ struct Result {
     long value;
     int error;
 };
+
+/// Who is at the other end of a new connection: umockdev keeps its sockets to itself.
+class Peers {
+public:
+    Peers() {
+        newest();
+    }
+
+    /// The other process of a socket that was not open at the last call; 0 if there is none.
+    pid_t newest() {
+        pid_t process = 0;
+        std::set<ino_t> open_sockets;
+        std::error_code error;
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", error)) {
+            const int fd = std::atoi(entry.path().filename().c_str());
+            struct stat file {};
+            ucred peer{};
+            socklen_t size = sizeof peer;
+            // A listening socket is its own peer.
+            if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.pid != getpid() &&
+                fstat(fd, &file) == 0) {
+                open_sockets.insert(file.st_ino);
+                process = seen_.contains(file.st_ino) ? process : peer.pid;
+            }
+        }
+        seen_ = std::move(open_sockets);
+        return process;
+    }
+
+private:
+    std::set<ino_t> seen_;
+};
+
+/// A transfer of one client
+using Transfer = std::function<bool(std::span<const Message>)>;
+
+struct Device {
+    TransferFunction transfer;
+    Peers peers;
+};
+
+template <typename T>
+T number(UMockdevIoctlClient* client, const char* key) {
+    return static_cast<T>(GPOINTER_TO_UINT(g_object_get_data(G_OBJECT(client), key)));
+}
+
+void set_number(UMockdevIoctlClient* client, const char* key, unsigned long value) {
+    g_object_set_data(G_OBJECT(client), key, GUINT_TO_POINTER(value));  // NOLINT(performance-no-int-to-ptr)
+}
 
 /// The memory that a pointer in the client's memory refers to; null when it cannot be read.
 Data resolve(UMockdevIoctlData* data, size_t offset, size_t size) {
@@ -41,7 +99,7 @@ Data resolve(UMockdevIoctlData* data, size_t offset, size_t size) {
     return {target, [](UMockdevIoctlData* d) { g_object_unref(d); }};
 }
 
-Result rdwr(const TransferFunction& transfer, UMockdevIoctlData* arg) {
+Result rdwr(const Transfer& transfer, UMockdevIoctlData* arg) {
     const Data request = resolve(arg, 0, sizeof(i2c_rdwr_ioctl_data));
     if (request == nullptr) {
         return {-1, EFAULT};
@@ -101,7 +159,7 @@ std::optional<std::span<uint8_t>> smbus_bytes(uint32_t size, i2c_smbus_data& dat
 }
 
 /// The SMBus calls as the kernel makes them from I2C messages.
-Result smbus(const TransferFunction& transfer, uint16_t slave, UMockdevIoctlData* arg) {
+Result smbus(const Transfer& transfer, uint16_t slave, UMockdevIoctlData* arg) {
     const Data request = resolve(arg, 0, sizeof(i2c_smbus_ioctl_data));
     if (request == nullptr) {
         return {-1, EFAULT};
@@ -165,14 +223,21 @@ Result select_slave(UMockdevIoctlClient* client, UMockdevIoctlData* arg) {
     if (address > 0x7F) {
         return {-1, EINVAL};
     }
-    g_object_set_data(G_OBJECT(client), kSlave, GUINT_TO_POINTER(address));  // NOLINT(performance-no-int-to-ptr)
+    set_number(client, kSlave, address);
     return {0, 0};
 }
 
+void connected(UMockdevIoctlBase* /*base*/, UMockdevIoctlClient* client, gpointer user) {
+    set_number(client, kProcess, static_cast<unsigned long>(static_cast<Device*>(user)->peers.newest()));
+}
+
 gboolean handle(UMockdevIoctlBase* /*base*/, UMockdevIoctlClient* client, gpointer user) {
-    const TransferFunction& transfer = *static_cast<TransferFunction*>(user);
+    const auto process = number<pid_t>(client, kProcess);
+    const Transfer transfer = [&device = *static_cast<Device*>(user), process](std::span<const Message> messages) {
+        return device.transfer(messages, process);
+    };
     UMockdevIoctlData* arg = umockdev_ioctl_client_get_arg(client);
-    const auto slave = static_cast<uint16_t>(GPOINTER_TO_UINT(g_object_get_data(G_OBJECT(client), kSlave)));
+    const auto slave = number<uint16_t>(client, kSlave);
     Result result{-1, ENOTTY};
     switch (umockdev_ioctl_client_get_request(client)) {
         case I2C_RDWR: result = rdwr(transfer, arg); break;
@@ -190,9 +255,11 @@ gboolean handle(UMockdevIoctlBase* /*base*/, UMockdevIoctlClient* client, gpoint
 
 UMockdevIoctlBase* make_i2c_dev(TransferFunction transfer) {
     UMockdevIoctlBase* base = umockdev_ioctl_base_new();
+    auto* device = new Device{std::move(transfer), {}};
+    g_signal_connect(base, "client-connected", G_CALLBACK(connected), device);
     g_signal_connect_data(
-        base, "handle-ioctl", G_CALLBACK(handle), new TransferFunction(std::move(transfer)),
-        [](gpointer user, GClosure* /*closure*/) { delete static_cast<TransferFunction*>(user); }, GConnectFlags{});
+        base, "handle-ioctl", G_CALLBACK(handle), device,
+        [](gpointer user, GClosure* /*closure*/) { delete static_cast<Device*>(user); }, GConnectFlags{});
     return base;
 }
 

@@ -2,6 +2,7 @@
 // The ioctls of /dev/i2c-N, answered by the board.
 #pragma once
 
+#include <sys/types.h>
 #include <umockdev.h>
 
 #include <functional>
@@ -11,8 +12,9 @@
 
 namespace sim {
 
-/// One transfer on the bus. False when a device did not acknowledge.
-using TransferFunction = std::function<bool(std::span<const Message>)>;
+/// One transfer on the bus, and the process that makes it: 0 if that is not known. False when a device did not
+/// acknowledge.
+using TransferFunction = std::function<bool(std::span<const Message>, pid_t)>;
 
 /// A handler for umockdev, which calls `transfer` on a thread of its own.
 UMockdevIoctlBase* make_i2c_dev(TransferFunction transfer);

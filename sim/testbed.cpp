@@ -16,7 +16,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <future>
 #include <new>
 #include <span>
 
@@ -140,9 +139,14 @@ void Testbed::add_bus() {
         g_error_free(error);
         return;
     }
-    parts_->i2c_dev = make_i2c_dev([this](std::span<const Message> messages) {
+    parts_->i2c_dev = make_i2c_dev([this](std::span<const Message> messages, pid_t process) {
         const std::lock_guard<SharedBoard> lock(shared_);
         advance_clock();
+        board_.on_kill = [process] {
+            if (process > 0) {
+                kill(process, SIGKILL);
+            }
+        };
         return board_.transfer(messages);
     });
     if (umockdev_testbed_attach_ioctl(parts_->testbed, node.c_str(), parts_->i2c_dev, &error) == FALSE) {
@@ -219,8 +223,6 @@ int Testbed::run(const std::vector<std::string>& command) {
     words.push_back(nullptr);
 
     const pid_t parent = getpid();
-    std::promise<pid_t> started;
-    board_.on_kill = [pid = started.get_future().share()] { kill(pid.get(), SIGKILL); };
     const pid_t child = fork();
     if (child == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);  // without this process it has no bus
@@ -237,7 +239,6 @@ int Testbed::run(const std::vector<std::string>& command) {
         problem_ = std::string("no process could be started: ") + std::strerror(errno);
         return 125;
     }
-    started.set_value(child);
     int status = 0;
     while (waitpid(child, &status, WNOHANG) == 0) {
         siginfo_t info{};

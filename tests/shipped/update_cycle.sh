@@ -8,10 +8,12 @@ pack
 run() { run_board --state board -- "$@"; }
 running() { sv_board show --state board | sed -n 's/^running=//p'; }
 
-# An update is killed; the next one programs the same region, and the next process finds the new firmware.
+# An update is killed, its shell is not. The next update programs the same region, and the next process finds the new
+# firmware.
 cycle() {
   local region=$1 start=$(($1 * 0x20000))
-  expect 137 "*" "*" run_board --state board --fault "kill@$2" -- sv_updater --update new.svu
+  expect 3 "*killed: 137" "*" run_board --state board --fault "kill@$2" -- \
+    sh -c 'sv_updater --update new.svu; echo "killed: $?"; exit 3'
   expect_same "running region after the kill at $2" "$(running)" $((1 - region))
   expect 0 "erased other region $region*programming, starting at $(printf %x "$start")*enabled other region $region" \
     "*info  : reset: MCU will reset now*info  : overall SV MCU update = okay" \
