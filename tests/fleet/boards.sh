@@ -1,6 +1,7 @@
 # shellcheck shell=bash
 # SPDX-License-Identifier: MIT
 # Sourced after tests/shipped/lib.sh by the scripts of this folder: boards of a fleet, and the rows of scripts/fleet's table.
+# shellcheck disable=SC2034,SC2154 # variables of the other files
 
 # board NAME [OPTION...]: a folder with a simulated board that runs the old firmware, and its sv_ctl in NAME/bin. The file
 # NAME/options holds sv_board's options, such as a preset or a fault, NAME/lock is the board's lock.
