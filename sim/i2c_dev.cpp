@@ -72,7 +72,7 @@ private:
 };
 
 /// A transfer of one client
-using Transfer = std::function<bool(std::span<const Message>)>;
+using ClientTransfer = std::function<bool(std::span<const Message>)>;
 
 struct Device {
     TransferFunction transfer;
@@ -99,7 +99,7 @@ Data resolve(UMockdevIoctlData* data, size_t offset, size_t size) {
     return {target, [](UMockdevIoctlData* d) { g_object_unref(d); }};
 }
 
-Result rdwr(const Transfer& transfer, UMockdevIoctlData* arg) {
+Result rdwr(const ClientTransfer& transfer, UMockdevIoctlData* arg) {
     const Data request = resolve(arg, 0, sizeof(i2c_rdwr_ioctl_data));
     if (request == nullptr) {
         return {-1, EFAULT};
@@ -159,7 +159,7 @@ std::optional<std::span<uint8_t>> smbus_bytes(uint32_t size, i2c_smbus_data& dat
 }
 
 /// The SMBus calls as the kernel makes them from I2C messages.
-Result smbus(const Transfer& transfer, uint16_t slave, UMockdevIoctlData* arg) {
+Result smbus(const ClientTransfer& transfer, uint16_t slave, UMockdevIoctlData* arg) {
     const Data request = resolve(arg, 0, sizeof(i2c_smbus_ioctl_data));
     if (request == nullptr) {
         return {-1, EFAULT};
@@ -233,7 +233,8 @@ void connected(UMockdevIoctlBase* /*base*/, UMockdevIoctlClient* client, gpointe
 
 gboolean handle(UMockdevIoctlBase* /*base*/, UMockdevIoctlClient* client, gpointer user) {
     const auto process = number<pid_t>(client, kProcess);
-    const Transfer transfer = [&device = *static_cast<Device*>(user), process](std::span<const Message> messages) {
+    const ClientTransfer transfer = [&device = *static_cast<Device*>(user),
+                                     process](std::span<const Message> messages) {
         return device.transfer(messages, process);
     };
     UMockdevIoctlData* arg = umockdev_ioctl_client_get_arg(client);
