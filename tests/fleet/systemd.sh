@@ -47,7 +47,7 @@ add_board usage --nonsense
 add_board locked "--lock-wait 0"
 for name in failed worn; do # With a second firmware: otherwise the first failure would be unconfirmed.
   add_board $name ""
-  $name/bin/sv_ctl update 0102.svu >/dev/null 2>&1
+  $name/bin/sv_ctl update 0103.svu >/dev/null 2>&1
 done
 echo "--fast --fault fail@erase#1x*" >failed/options
 echo "--fast --fault fail@commit/2x*" >worn/options
@@ -94,8 +94,19 @@ cd /fleet
 . /source/tests/fleet/boards.sh
 unit=sv-mcu-firmware.service
 await() { for ((i = 0; i < 300; i++)); do "$@" && return || sleep 0.1; done; }
-has_ended() { [[ $(grep -c "" "$board/starts") -ge $1 && $(systemctl is-active $unit) =~ ^(inactive|failed)$ ]]; }
+has_ended() { [[ $(grep -cs "" "$board/starts") -ge $1 && $(systemctl is-active $unit) =~ ^(inactive|failed)$ ]]; }
 install_package() { dpkg --admindir=dpkg --no-triggers -i "sorvan-mcu-firmware_1.$1_all.deb" >>dpkg.log; }
+begin_update() { # of a board with true time
+  rm -f plain/trace
+  echo "--trace trace --unbuffered" >plain/options
+  install_package "$1"
+  await grep -qs commit plain/trace
+}
+during_update() {
+  begin_update 3
+  install_package 2
+  echo --fast >plain/options
+}
 twice() { systemctl start $unit || systemctl start $unit; }
 story() { # BOARD CASE EXPECTED COMMAND...: the statuses of sv_ctl, what systemd makes of them, and the flash
   board=$1
@@ -112,28 +123,28 @@ if [ "$(cat boot)" = 1 ]; then
   story plain "boot with old firmware" "0: success, path active, runs 0x0102" true
   story plain "package upgrade" "0: success, path active, runs 0x0103" install_package 3
   story plain "package downgrade" "0: success, path active, runs 0x0101" install_package 1
+  story plain "package upgrade during an update" "0 0: success, path active, runs 0x0102" during_update
   exec 9>locked/lock && flock 9
   story refused "refused, started twice" "4 4: exit-code, path active, runs 0x0100" twice
-  story failed "failed" "5 5 5 5: exit-code, path active, runs 0x0102" systemctl start $unit
+  story failed "failed" "5 5 5 5: exit-code, path active, runs 0x0103" systemctl start $unit
   story unconfirmed "unconfirmed, started twice" "6: exit-code, path active, runs 0x0100" twice
-  story worn "failed, then unconfirmed" "5 6: exit-code, path active, runs 0x0102" systemctl start $unit
+  story worn "failed, then unconfirmed" "5 6: exit-code, path active, runs 0x0103" systemctl start $unit
   story usage "wrong usage" "64: exit-code, path active, runs 0x0100" systemctl start $unit
   story locked "locked" "75 75 75 75: exit-code, path active, runs 0x0100" systemctl start $unit
   echo plain >chosen
-  echo "--trace trace --unbuffered" >plain/options
-  install_package 2
-  await grep -q commit plain/trace
+  begin_update 1
   echo power-off >>plain/starts
+  echo --fast >plain/options
 else
-  story plain "power-off during an update, boot again" "power-off 0 3: success, path active, runs 0x0102" true
+  story plain "power-off during an update, boot again" "power-off 0 3: success, path active, runs 0x0101" true
   row systemd "systemd-analyze" "$(systemd-analyze verify --man=no /lib/systemd/system/sv-mcu-* 2>&1)security $(
     systemd-analyze security --offline=true $unit | sed -n 's/.*: \([0-9.]*\) .*/\1/p')" "security 1.2"
 fi
 systemctl poweroff
 END
-timeout -k 5 100 unshare --mount --propagation private bash -eu container </dev/null >console 2>&1 || true
+timeout -k 5 200 unshare --mount --propagation private bash -eu container </dev/null >console 2>&1 || true
 cat rows
-if [ "$(grep -vc WRONG rows)" != 11 ]; then
+if [ "$(grep -vc WRONG rows)" != 12 ]; then
   cat complaints console
   exit 1
 fi
