@@ -1,6 +1,10 @@
 # SPDX-License-Identifier: MIT
 """Documentation of the action plugin of the same name."""
 
+from __future__ import absolute_import, division, print_function
+
+__metaclass__ = type
+
 DOCUMENTATION = r"""
 module: firmware
 short_description: Update the power MCU of a board
