@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Checks which folder includes which, that sv_image needs POSIX only, the licence tags, and the size of files, adapters and functions.
+# Checks which folder includes which, that sv_image needs POSIX only, the licence tags, and the sizes.
 # Usage: arrows.sh FOLDER_OF_PROGRAMS SOURCE_FOLDER
 set -eu
 export LC_ALL=C
