@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Intel HEX, S-records and ELF files from a few bytes of input, with what they mean.
+// Intel HEX, S-records and ELF files from a few bytes of input.
 #pragma once
 
 #include <optional>
@@ -10,22 +10,12 @@
 
 using Bytes = std::vector<uint8_t>;
 
-struct DescribedFile {
+struct FirmwareText {
     std::string text;
-    std::vector<Piece> pieces;  ///< what the file has for the flash
-    bool known = true;          ///< false: the file is anything, the fields below mean nothing
-    bool sound = true;          ///< false: a reader must refuse it, if it has lines at line `bad_line`
-    size_t bad_line = 0;
-    size_t lines = 0;
-    bool ended = false;
-    std::optional<RegionContents> regions;  ///< what the reader must make of it; nothing: it must refuse the file
-
-    void damage() {
-        bad_line = sound ? lines : bad_line;
-        sound = false;
-    }
+    std::optional<std::vector<Piece>> pieces;  ///< what is in it for the flash, if this is known
 };
 
-/// The first byte of the input: bit 0: the rest is the file as it is; bits 1 and 2: region 0 and region 1 begin with a
-/// jump into themselves; bit 3: the end record is missing. The rest are records or segments, see the source.
-DescribedFile describe_file(Format format, Input input);
+/// The first byte of the input: bit 0: the rest is the file as it is; bit 1: the rest are records of any kind, see the
+/// source; otherwise they are pieces of content. Bits 2 and 3: region 0 and region 1 begin with a jump into themselves.
+/// The input keeps what stands after the pieces.
+FirmwareText make_firmware(Format format, Input& input);

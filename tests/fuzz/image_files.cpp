@@ -36,35 +36,19 @@ void check_loaded(const McuDevice& device, std::span<const uint8_t> file) {
           "the one geometry");
 }
 
-/// A file of any format, and what it has for the flash, as far as this is known.
+/// A file of any format.
 struct AnyFile {
     Format format = Format::kRaw;
     bool unread = false;  ///< parts may look as if they had not been read
-    std::string_view text;
-    std::optional<RegionContents> regions;  ///< of firmware
 };
 
-/// What a region holds after an update with this file, to the last marked page. REQUIRES: it loads.
-RegionContent programmed_region(std::string_view file, size_t region) {
-    const std::string_view body = file.substr(file.size() - kSizeAfterMagic);
-    RegionContent content;
-    for (size_t page = 0; page < 255; ++page) {
-        const size_t number = region * 256 + page;
-        if (body[kImageSize + number] != 0) {
-            content.resize(page * 0x200, 0xFF);
-            content.insert(content.end(), &body[number * 0x200], &body[number * 0x200] + 0x200);
-        }
-    }
-    return content;
-}
-
 /// The image of the good file after edits of four bytes: an offset and a byte, which fills a segment if it is 0x55.
-void put_read_back(std::string& file, Input input, AnyFile& any) {
+void put_read_back(std::string& file, Input input, bool& unread) {
     file.assign(good_file(), good_file().size() - kSizeAfterMagic, kImageSize);
     while (!input.rest.empty()) {
         const size_t offset = input.number(3) % kImageSize;
         const uint8_t byte = input.byte();
-        any.unread = any.unread || byte == 0x55;
+        unread = unread || byte == 0x55;
         std::fill_n(file.begin() + static_cast<long>(byte == 0x55 ? offset & ~31U : offset), byte == 0x55 ? 32 : 1,
                     static_cast<char>(byte));
     }
@@ -72,54 +56,17 @@ void put_read_back(std::string& file, Input input, AnyFile& any) {
 
 /// Makes a file of the kernel from the next bytes of the input: its format, the size of the rest, the rest.
 AnyFile put_file(const char* name, Input& input) {
-    AnyFile any;
-    any.format = static_cast<Format>(input.byte() % 6);
+    AnyFile any{static_cast<Format>(input.byte() % 6)};
     Input part = input.part(size_t{input.byte()} * 4);
     std::string& file = kernel().files[name];
     switch (any.format) {
         case Format::kUpdateFile: put_edited_file(file, part); break;
-        case Format::kReadBack: put_read_back(file, part, any); break;
+        case Format::kReadBack: put_read_back(file, part, any.unread); break;
         case Format::kRaw: file = part.text(); break;
-        default: {
-            const DescribedFile described = describe_file(any.format, part);
-            file = described.text;
-            any.regions = described.regions;
-        }
+        default: file = make_firmware(any.format, part).text;
     }
-    const Format seen = detect_format(bytes_of(file));
-    if (seen != any.format) {
-        any.regions.reset();  // an update file may begin like an ELF file
-    }
-    any.format = seen;
-    any.text = file;
+    any.format = detect_format(bytes_of(file));  // an update file may begin like an ELF file
     return any;
-}
-
-/// What the file has for a region, if this is known. REQUIRES: an update file loads. `storage` may hold the content.
-std::optional<std::span<const uint8_t>> region_of(const AnyFile& file, int region, RegionContent& storage) {
-    const auto number = static_cast<size_t>(region);
-    if (file.format == Format::kUpdateFile) {
-        return storage = programmed_region(file.text, number);
-    }
-    if (file.format == Format::kReadBack) {
-        return bytes_of(file.text).subspan(number * kRegion, kRegion);
-    }
-    if (!file.regions || !(*file.regions)[number]) {
-        return std::nullopt;
-    }
-    return *(*file.regions)[number];
-}
-
-/// Whether the programmable pages are the same; missing bytes are 0xFF.
-bool same_pages(std::span<const uint8_t> a, std::span<const uint8_t> b) {
-    static const std::string erased(kProgrammed, '\xFF');
-    const auto same = [](const auto& x, const auto& y, size_t begin, size_t end) {
-        return begin >= end || std::memcmp(x.data() + begin, y.data() + begin, end - begin) == 0;
-    };
-    const size_t size_a = std::min(a.size(), kProgrammed);
-    const size_t size_b = std::min(b.size(), kProgrammed);
-    const size_t both = std::min(size_a, size_b);
-    return same(a, b, 0, both) && same(a, erased, both, size_a) && same(b, erased, both, size_b);
 }
 
 /// What holds for every subcommand that failed.
@@ -127,6 +74,36 @@ void check_failure(const ToolRun& run, const std::string& error) {
     check((run.status != 0) == !error.empty(), "a failure, and nothing else, has a reason");
     check(error.empty() || run.out.empty(), "a failure leaves no output");
     check(is_text(run.err), "warnings are text");
+}
+
+/// Whether "sv_image diff" finds the same in this region of two files; nothing: it did not compare it.
+std::optional<bool> is_same(const ToolRun& diff, int region) {
+    const std::string start = "region " + std::to_string(region);
+    if (diff.status != 0 || contains(diff.out, start + " not compared\n")) {
+        return std::nullopt;
+    }
+    return contains(diff.out, start + " differing pages: none\n");
+}
+
+ToolRun diff_files(const char* a, const char* b, std::optional<int> region) {
+    std::string error;
+    ToolRun run = capture([&] { return run_diff({a, b, "", region}, error) == DiffResult::kTrouble ? 1 : 0; });
+    check_failure(run, error);
+    check(is_text(run.out), "the report is text");
+    return run;
+}
+
+/// A region of the file, empty if it has none.
+std::string extracted(const char* name, int region) {
+    ExtractOptions options;
+    options.region = region;
+    options.file = name;
+    options.output = "-";
+    std::string error;
+    const ToolRun run = capture([&] { return run_extract(options, error) ? 0 : 1; });
+    check_failure(run, error);
+    check(run.status != 0 || run.out.size() == kRegion, "a region has its size");
+    return run.out;
 }
 
 }  // namespace
@@ -238,10 +215,9 @@ void pack(Input input) {
     if ((has & 64) != 0) {
         options.version = input.until('\n');
     }
-    AnyFile files[3];
     for (size_t i = 0; i < 3; ++i) {
         if ((has >> i & 1) != 0) {
-            files[i] = put_file(names[i], input);
+            put_file(names[i], input);
             if (i < 2) {
                 options.region_files[i] = names[i];
             } else {
@@ -263,71 +239,33 @@ void pack(Input input) {
     check(!options.version ||
               named_value(run.out.substr(0, run.out.size() - kSizeAfterMagic - 8), "version") == options.version,
           "and the version");
-    const RegionContent made[] = {programmed_region(run.out, 0), programmed_region(run.out, 1)};
-    for (int region = 0; region < 2; ++region) {
-        const AnyFile& own = files[options.region_files[region] ? region : 2];
-        RegionContent storage;
-        const auto content = own.format == Format::kRaw ? bytes_of(own.text) : region_of(own, region, storage);
-        const RegionContent& packed = made[region];
-        check(!content || same_pages(packed, *content), "a region is what the file has for it");
-        check(options.overrule || (packed[1] & 0xFE) == 0x94 || (packed[1] & 0xF0) == 0xC0,
-              "a region begins with a jump");
+    kernel().files["made"] = run.out;
+    for (const int region : {0, 1}) {
+        const char* source = options.region_files[region] ? names[region] : names[2];
+        check(is_same(diff_files(source, "made", region), region) != false, "a region is what its file has");
+        const uint8_t second = device.file_image[static_cast<size_t>(region) * kRegion + 1];
+        check(options.overrule || (second & 0xFE) == 0x94 || (second & 0xF0) == 0xC0, "a region begins with a jump");
     }
-    check(options.overrule || !same_pages(made[0], made[1]), "the regions are not alike");
 }
 
 void diff(Input input) {
     const uint8_t choice = input.byte() % 4;
     const std::optional<int> wanted = choice < 2 ? std::optional<int>(choice) : std::nullopt;
-    const AnyFile a = put_file("a", input);
-    const AnyFile b = put_file("b", input);
-    std::string error;
-    DiffResult result = DiffResult::kTrouble;
-    const ToolRun run = capture([&] {
-        result = run_diff({"a", "b", "", wanted}, error);
-        return result == DiffResult::kTrouble ? 1 : 0;
-    });
-    check_failure(run, error);
-    check(is_text(run.out), "the report is text");
-    if (run.status != 0) {
-        return;
-    }
-    bool all_same = true;
+    const AnyFile files[] = {put_file("a", input), put_file("b", input)};
+    const ToolRun run = diff_files("a", "b", wanted);
     for (int region = 0; region < 2; ++region) {
-        const std::string start = "region " + std::to_string(region);
-        const bool compared = !contains(run.out, start + " not compared\n");
-        const bool same = contains(run.out, start + " differing pages: none\n");
-        all_same = all_same && (same || !compared);
-        RegionContent storage[2];
-        const auto of_a = region_of(a, region, storage[0]);
-        const auto of_b = region_of(b, region, storage[1]);
-        if (compared && of_a && of_b && !a.unread && !b.unread) {
-            check(same == same_pages(*of_a, *of_b), "differing pages are found");
+        const std::optional<bool> same = is_same(run, region);
+        check(!same || !wanted || *wanted == region, "only the wanted region is compared");
+        if (!same) {
+            continue;
         }
-        check(!compared || !wanted || *wanted == region, "only the wanted region is compared");
-    }
-    check(all_same || result == DiffResult::kDifferent, "what differs is not the same");
-}
-
-void extract(Input input) {
-    ExtractOptions options;
-    options.region = input.byte() % 2;
-    options.file = "file";
-    options.output = "-";
-    const AnyFile file = put_file("file", input);
-    std::string error;
-    const ToolRun run = capture([&] { return run_extract(options, error) ? 0 : 1; });
-    check_failure(run, error);
-    RegionContent storage;
-    if (run.status != 0 && file.format == Format::kUpdateFile) {
-        McuDevice device(nullptr);
-        check(!parse_update_bytes(device, bytes_of(file.text)), "an update file that loads can be taken apart");
-        return;
-    }
-    const auto content = region_of(file, options.region, storage);
-    check(run.status == 0 || !content, "a region that the file has can be taken out");
-    if (run.status == 0) {
-        check(run.out.size() == kRegion, "a region has its size");
-        check(!content || same_pages(*content, bytes_of(run.out)), "the region is the file's");
+        const std::string a = extracted("a", region);
+        const std::string b = extracted("b", region);
+        check(!a.empty() && !b.empty(), "what can be compared can be taken out");
+        check(files[0].unread || files[1].unread || *same == (a.compare(0, kProgrammed, b, 0, kProgrammed) == 0),
+              "differing pages are found");
+        const auto begin = kernel().files["a"].begin() + region * static_cast<long>(kRegion);
+        check(files[0].format != Format::kReadBack || std::equal(a.begin(), a.end(), begin),
+              "the region is the file's");
     }
 }

@@ -56,12 +56,9 @@ void command_words(Input input);
 void update_file(Input input);
 void image_info(Input input);
 void prefix(Input input);
-void hex(Input input);
-void srec(Input input);
-void elf(Input input);
+void firmware(Input input);
 void pack(Input input);
 void diff(Input input);
-void extract(Input input);
 void recording(Input input);
 
 using Target = void (*)(Input input);

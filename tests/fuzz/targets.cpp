@@ -13,12 +13,9 @@ constexpr struct {
                 {"update_file", update_file},
                 {"image_info", image_info},
                 {"prefix", prefix},
-                {"hex", hex},
-                {"srec", srec},
-                {"elf", elf},
+                {"firmware", firmware},
                 {"pack", pack},
                 {"diff", diff},
-                {"extract", extract},
                 {"recording", recording}};
 
 }  // namespace
