@@ -5,13 +5,13 @@
 // bytes that are read, other than completion statuses. Once the input is used up, the MCU answers as one in good order.
 #include "tests/fuzz/bus_answers.h"
 
-#include <array>
 #include <cstring>
 #include <map>
 #include <set>
 
 #include "mcu/i2c_bus.h"
 #include "mcu/identity.h"
+#include "sim/frame_table.h"
 #include "tests/fuzz/update_files.h"
 #include "update/flash_region.h"
 
@@ -27,11 +27,6 @@ constexpr uint16_t kFirstReadPage = 526;
 constexpr uint16_t kReadEnd = 528;
 constexpr size_t kPageSize = 0x200;
 
-/// A frame command's first register, its length and its key (0: none).
-const std::map<int, std::array<size_t, 3>> kFrames = {
-    {0x00, {0xA6, 1, 0}},    {0x01, {0xA6, 1, 0}},     {0x05, {0xA6, 1, 0}},     {0x40, {0x80, 39, 0x42}},
-    {0x41, {0xA0, 7, 0x42}}, {0x43, {0xA5, 2, 0x42}},  {0x45, {0x80, 39, 0x42}}, {0x46, {0xA5, 2, 0x42}},
-    {0x47, {0xA5, 2, 0x42}}, {0x48, {0x80, 39, 0x42}}, {0x81, {0xA0, 7, 0xDA}}};
 /// Address and first register, and how many bytes may be read or written there at once.
 using Places = std::map<int, std::set<size_t>>;
 const Places kReads = {{0x0800, {20}},     {0x080C, {1, 2}}, {0x080E, {1}}, {0x080F, {1}}, {0x0860, {5, 8, 18, 20, 32}},
@@ -101,11 +96,10 @@ private:
             check(allows(kWrites, address, reg, bytes.size()), "a register that may be written");
             return;
         }
-        const auto form = kFrames.find(bytes.back());
-        check(address == 0x08 && form != kFrames.end(), "a known frame");
-        const auto [start, length, key] = form->second;
-        check(start == reg && length == bytes.size(), "a frame in its place");
-        check(key == 0 || bytes[length - 2] == key, "a frame with its key");
+        const sim::FrameForm* form = sim::find_frame_form(bytes.back());
+        check(address == 0x08 && form != nullptr, "a known frame");
+        check(form->start == reg && reg + bytes.size() == 0xA7, "a frame in its place");
+        check(form->key == 0 || bytes[bytes.size() - 2] == form->key, "a frame with its key");
     }
 
     void read(int address, uint8_t reg, std::span<uint8_t> bytes, int status) {
