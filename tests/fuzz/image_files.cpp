@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "image/commands.h"
-#include "image/prefix.h"
 #include "tests/fuzz/firmware_files.h"
 #include "tests/fuzz/update_files.h"
 #include "tests/support/tool_run.h"
@@ -106,6 +105,44 @@ std::string extracted(const char* name, int region) {
     return run.out;
 }
 
+/// All that was to be in it is found again.
+void check_prefix(const std::string& prefix, const PackOptions& options) {
+    check(options.prefix_file.empty() || prefix.starts_with(kernel().files["prefix"]), "the free bytes come first");
+    check(named_value(prefix, "version") == options.version && named_value(prefix, "build") == options.build,
+          "version and build are found again");
+    check(named_value(prefix, "sha256").has_value() == options.name_sha256, "the SHA-256 is found again");
+    const std::vector<std::string> lines = prefix_lines(prefix);
+    for (const std::string& note : options.notes) {
+        check(std::find(lines.begin(), lines.end(), note) != lines.end(), "a note is a line");
+    }
+    std::vector<std::string> hwids;
+    for (const std::string& id : named_hwids(prefix)) {
+        hwids.push_back(std::to_string(std::stoul(id, nullptr, 16)));
+    }
+    check(hwids == options.hwids, "the hardware ids are found again");
+}
+
+/// What "sv_image info" says of the file "a": as one object of JSON, or as lines.
+void check_info(Format format, bool is_json) {
+    std::string error;
+    const InfoOptions options{"a", "", {}, is_json ? InfoForm::kJson : InfoForm::kText};
+    const ToolRun run = capture([&] { return run_info(options, error) ? 0 : 1; });
+    check_failure(run, error);
+    const bool is_firmware = format == Format::kElf || format == Format::kIntelHex || format == Format::kSRecord;
+    check(run.status == 0 || is_firmware, "every file but bad firmware gets a report");
+    check(is_text(run.out), "the report is text");
+    if (format == Format::kUpdateFile) {
+        McuDevice device(nullptr);
+        const bool loads = parse_update_bytes(device, bytes_of(kernel().files["a"]));
+        const std::string reason = device.last_error.c_str();
+        const std::string text = loads ? "yes" : "no (" + reason + ")";
+        const std::string json = loads ? "true,\"error\":null" : "false,\"error\":\"" + reason + '"';
+        check(is_json ? contains(run.out, "\"loads\":" + json + ',') && run.out.find('\n') == run.out.size() - 1
+                      : run.out.ends_with("\nloads:                    " + text + '\n'),
+              "the verdict is the loader's");
+    }
+}
+
 }  // namespace
 
 void update_file(Input input) {
@@ -121,87 +158,6 @@ void update_file(Input input) {
     }
 }
 
-void image_info(Input input) {
-    std::string& file = kernel().files["file"];
-    put_edited_file(file, input);
-    const Format format = detect_format(bytes_of(file));
-    McuDevice device(nullptr);
-    load_update_file(device, "file");  // Result ignored: the reason says it
-    const std::string refusal = device.last_error.c_str();
-
-    const bool is_json = input.rest.size() % 2 != 0;
-    const InfoForm form = is_json ? InfoForm::kJson : InfoForm::kText;
-    std::string error;
-    const ToolRun run = capture([&] { return run_info({"file", "", {}, form}, error) ? 0 : 1; });
-    const bool may_fail = format == Format::kElf || format == Format::kIntelHex || format == Format::kSRecord;
-    check_failure(run, error);
-    check(run.status == 0 || may_fail, "every file but bad firmware gets a report");
-    if (run.status != 0) {
-        return;
-    }
-    check(run.err.empty() && is_text(run.out), "the report is text on standard output");
-    if (is_json) {
-        const std::string loads = refusal.empty() ? "true,\"error\":null" : "false,\"error\":\"" + refusal + '"';
-        check(run.out.starts_with("{\"file\":\"file\"") && contains(run.out, "\"loads\":" + loads + ','),
-              "the object has the loader's verdict");
-        check(run.out.find('\n') == run.out.size() - 1 && run.out.ends_with("}\n"), "the object is one line");
-        return;
-    }
-    const std::string verdict = refusal.empty() ? "yes" : "no (" + refusal + ")";
-    check(run.out.ends_with("\nloads:                    " + verdict + "\n"), "the verdict is the loader's");
-    const std::string size = std::to_string(file.size());
-    check(contains(run.out, "\nsize:                     " + size + " bytes\n"), "the size is the file's");
-    const bool sound = contains(run.out, "bytes (ok)\n") && contains(run.out, " computed, ok\n");
-    check(sound || !refusal.empty(), "a file that loads is sound");
-}
-
-void prefix(Input input) {
-    PrefixParts parts;
-    const uint8_t has = input.byte();
-    for (int n = has % 4; n > 0; --n) {
-        parts.notes.emplace_back(input.until('\n'));
-    }
-    for (int n = has / 4 % 4; n > 0; --n) {
-        parts.hwids.push_back(static_cast<uint16_t>(input.number(2)));
-    }
-    if ((has & 16) != 0) {
-        parts.version = input.until('\n');
-    }
-    if ((has & 32) != 0) {
-        parts.build = input.until('\n');
-    }
-    const std::string sha256((has & 64) != 0 ? 64 : 0, 'a');
-    parts.bytes = input.text();
-
-    std::string made;
-    const std::string error = make_prefix(parts, sha256, made);
-    check(is_text(error), "a reason is text");
-    const std::vector<std::string> lines = prefix_lines(made);
-    std::string joined;
-    for (const std::string& line : lines) {
-        joined += line + '\n';
-    }
-    check(joined == made || joined == made + '\n', "the lines are the prefix");
-    if (!error.empty()) {
-        return;
-    }
-    check(find_magic(bytes_of(made + "SVxMega\n")) == made.size(), "the magic is found where the prefix ends");
-    check(made.starts_with(parts.bytes), "the free bytes come first");
-    check(named_value(made, "version") == parts.version && named_value(made, "build") == parts.build,
-          "version and build are found again");
-    check(named_value(made, "sha256").value_or("") == sha256, "the SHA-256 is found again");
-    for (const std::string& note : parts.notes) {
-        check(std::find(lines.begin(), lines.end(), note) != lines.end(), "a note is a line");
-    }
-    std::vector<std::string> hwids;
-    for (const uint16_t hwid : parts.hwids) {
-        char text[8];
-        std::snprintf(text, sizeof text, "%04x", hwid);
-        hwids.emplace_back(text);
-    }
-    check(named_hwids(made) == hwids, "the hardware ids are found again");
-}
-
 void pack(Input input) {
     const char* const names[] = {"region0", "region1", "both"};
     const char* const ids[] = {"0x0123", "291", "0x123", "0123", "0", "65536", "-1", "0x"};
@@ -214,6 +170,20 @@ void pack(Input input) {
     options.name_sha256 = (has & 32) == 0;
     if ((has & 64) != 0) {
         options.version = input.until('\n');
+    }
+    const uint8_t head = input.byte();
+    for (int n = head % 4; n > 0; --n) {
+        options.notes.emplace_back(input.until('\n'));
+    }
+    for (int n = head / 4 % 4; n > 0; --n) {
+        options.hwids.push_back(std::to_string(input.number(2)));
+    }
+    if ((head & 16) != 0) {
+        options.build = input.until('\n');
+    }
+    if ((head & 32) != 0) {
+        options.prefix_file = "prefix";
+        kernel().files["prefix"] = input.until('\r');
     }
     for (size_t i = 0; i < 3; ++i) {
         if ((has >> i & 1) != 0) {
@@ -236,9 +206,7 @@ void pack(Input input) {
     check(parse_update_bytes(device, bytes_of(run.out)), "what pack writes loads");
     check_loaded(device, bytes_of(run.out));
     check(device.file_swid == 0x123, "the software id is the given one");
-    check(!options.version ||
-              named_value(run.out.substr(0, run.out.size() - kSizeAfterMagic - 8), "version") == options.version,
-          "and the version");
+    check_prefix(run.out.substr(0, run.out.size() - kSizeAfterMagic - 8), options);
     kernel().files["made"] = run.out;
     for (const int region : {0, 1}) {
         const char* source = options.region_files[region] ? names[region] : names[2];
@@ -249,9 +217,10 @@ void pack(Input input) {
 }
 
 void diff(Input input) {
-    const uint8_t choice = input.byte() % 4;
-    const std::optional<int> wanted = choice < 2 ? std::optional<int>(choice) : std::nullopt;
+    const uint8_t choice = input.byte();
+    const std::optional<int> wanted = choice % 4 < 2 ? std::optional<int>(choice % 4) : std::nullopt;
     const AnyFile files[] = {put_file("a", input), put_file("b", input)};
+    check_info(files[0].format, (choice & 4) != 0);
     const ToolRun run = diff_files("a", "b", wanted);
     for (int region = 0; region < 2; ++region) {
         const std::optional<bool> same = is_same(run, region);

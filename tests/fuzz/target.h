@@ -54,8 +54,6 @@ struct Input {
 void bus_answers(Input input);
 void command_words(Input input);
 void update_file(Input input);
-void image_info(Input input);
-void prefix(Input input);
 void firmware(Input input);
 void pack(Input input);
 void diff(Input input);

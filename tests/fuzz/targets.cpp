@@ -11,8 +11,6 @@ constexpr struct {
 } kTargets[] = {{"bus_answers", bus_answers},
                 {"command_words", command_words},
                 {"update_file", update_file},
-                {"image_info", image_info},
-                {"prefix", prefix},
                 {"firmware", firmware},
                 {"pack", pack},
                 {"diff", diff},
