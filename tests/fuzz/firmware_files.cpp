@@ -161,8 +161,8 @@ FirmwareText make_firmware(Format format, Input& input) {
 
 /// The input: a format, the file, and edits of two bytes for the place and one for the byte.
 void firmware(Input input) {
-    constexpr Format kFormats[] = {Format::kIntelHex, Format::kSRecord, Format::kElf};
-    const Format format = kFormats[input.byte() % 3];
+    constexpr Format formats[] = {Format::kIntelHex, Format::kSRecord, Format::kElf};
+    const Format format = formats[input.byte() % 3];
     auto [text, pieces] = make_firmware(format, input);
     const std::optional<RegionContents> read = read_again(format, text);
     if (!pieces) {
