@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-# Where manual pages and completions are installed. The components are updater (for a board), tools (sv_image) and sim
-# (sv_board).
+# Where manual pages and completions are installed. The components are updater (for a board), tools (sv_image), sim
+# (sv_board) and fleet (adapters).
 
 set(SV_BASH_COMPLETION_DIR ${CMAKE_INSTALL_DATADIR}/bash-completion/completions CACHE STRING "Folder of bash completions")
 set(SV_ZSH_COMPLETION_DIR ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions CACHE STRING "Folder of zsh completions")
