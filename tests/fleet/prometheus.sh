@@ -21,7 +21,7 @@ read_boards() { # BOARD...
 }
 query() { # PROMQL: a number, or the names of alerts and boards
   curl -sS -m 5 "http://$address/api/v1/query" --data-urlencode "query=$1" | jq -r '[.data.result[] |
-    .metric as $m | if $m == {} then .value[1] else [$m.alertname, $m.instance] | join(" ") end] | sort | join(", ")'
+    .metric as $m | if $m == {} then .value[1] else [$m.alertname[6:], $m.instance] | join(" ") end] | sort | join(", ")'
 }
 for board in b{01..12}; do
   board "$board"
@@ -32,9 +32,8 @@ done
 pack
 sv_board run --state b06/state -- sv_updater --status >/dev/null # sets the marker
 sed -E 's/for: .*/for: 4s/; s/\[[0-9]+[mhd]\]/[20s]/' "$source_folder/fleet/monitoring/sorvan.rules.yml" >rules.yml
-echo "global: {scrape_interval: 1s, evaluation_interval: 1s}
-rule_files: [rules.yml]
-scrape_configs: [{job_name: sorvan, file_sd_configs: [{files: [targets.yml]}]}]" >prometheus.yml
+echo "{global: {scrape_interval: 1s, evaluation_interval: 1s}, rule_files: [rules.yml],
+  scrape_configs: [{job_name: sorvan, file_sd_configs: [{files: [targets.yml]}]}]}" >prometheus.yml
 read_boards b{01..12}
 start prometheus prometheus --config.file=prometheus.yml --storage.tsdb.path=data
 for pass in {1..10}; do read_boards b{01..12}; done
@@ -45,8 +44,7 @@ kill "${daemons[b04]}"
 sv_board run --state b06/state -- sv_updater --reset-now >/dev/null 2>&1
 b08/bin/sv_ctl update new.svu >/dev/null 2>&1
 exec 4<b09/lock && flock 4 # raises none
-alerts="SorvanFirmwareDiffers b08, SorvanFleetMixed , SorvanMcuReset b06, SorvanMcuSilent b05, SorvanOnCapacitors b03"
-alerts="$alerts, SorvanRailLow b02, SorvanSilent b04, SorvanStale b07"
+alerts="FirmwareDiffers b08, FleetMixed , McuReset b06, McuSilent b05, OnCapacitors b03, RailLow b02, Silent b04, Stale b07"
 for ((pass = 0; pass < 40; pass++)); do
   echo "--set powerrail_raw=$((pass < 10 ? 1660 - 40 * pass : 1300))" >b02/options
   read_boards b0{1..6} b08 b09 b1{0..2}
@@ -57,4 +55,7 @@ row prometheus "pending" "$(query "last_over_time(ALERTS{alertstate='pending'}[$
 row prometheus "firing" "$firing" "$alerts"
 row prometheus "words" "$(curl -sS -m 5 "http://$address/api/v1/alerts" | jq -r '.data.alerts[].annotations.summary' |
   grep -e rail -e error)" "b02: power rail at 18.1 V"
+draw() { "$source_folder/fleet/monitoring/power_week" "http://$address" "$@" 2>&1 || true; }
+row prometheus "picture" "$(draw b02 week; head -c 4 week | tail -c 3); $(draw b99 none)" \
+  "PNG; power_week: no readings of b99 in this week"
 exit "$wrong"
