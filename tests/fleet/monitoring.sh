@@ -31,7 +31,7 @@ row monitoring "rules, by promtool" "$(promtool check rules sorvan.rules.yml 2>&
   promtool test rules ./*_test.yml 2>&1 | xargs)" "9 rules found, Unit Testing: ./fleet_rules_test.yml SUCCESS$(
   ) Unit Testing: ./rules_test.yml SUCCESS"
 row monitoring "rules that no test sees firing" "$(sed -n 's/.*alert: //p' sorvan.rules.yml |
-  grep -vxFf <(grep -oh 'Sorvan.* firing' ./*_test.yml | cut -d ' ' -f 1) || echo none)" none
+  grep -vxFf <(grep -oh 'Sorvan[^"]* firing' ./*_test.yml | cut -d ' ' -f 1) || echo none)" none
 
 mkdir textfile
 output="--output textfile/sorvan.prom"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Twelve boards, each with a node_exporter, under a real Prometheus; the shipped rules with seconds in place of minutes.
+# Twelve boards, each with a node_exporter, under a real Prometheus; the rules with seconds in place of minutes.
 # shellcheck disable=SC2154 # variables of lib.sh
 set -eu
 source_folder=$(realpath "$2")
@@ -21,40 +21,41 @@ read_boards() { # BOARD...
 }
 query() { # PROMQL: a number, or the names of alerts and boards
   curl -sS -m 5 "http://$address/api/v1/query" --data-urlencode "query=$1" | jq -r '[.data.result[] |
-    .metric as $m | if $m == {} then .value[1] else [$m.alertname, $m.instance] | join(" ") end] | sort | join(", ")'
+    if .metric == {} then .value[1] else .metric | [.alertname[6:], .instance] | join(" ") end] | sort | join(", ")'
 }
-for board in b{01..12}; do
+for board in b{1..12}; do
   board "$board"
   start "$board" prometheus-node-exporter --collector.disable-defaults --collector.textfile \
     --collector.textfile.directory="$board"
   echo "- {targets: ['$address'], labels: {instance: $board}}" >>targets.yml
 done
 pack
-sv_board run --state b06/state -- sv_updater --status >/dev/null # sets the marker
+sv_board run --state b6/state -- sv_updater --status >/dev/null # sets the marker
 sed -E 's/for: .*/for: 4s/; s/\[[0-9]+[mhd]\]/[20s]/' "$source_folder/fleet/monitoring/sorvan.rules.yml" >rules.yml
-echo "global: {scrape_interval: 1s, evaluation_interval: 1s}
-rule_files: [rules.yml]
-scrape_configs: [{job_name: sorvan, file_sd_configs: [{files: [targets.yml]}]}]" >prometheus.yml
-read_boards b{01..12}
+echo "{global: {scrape_interval: 1s, evaluation_interval: 1s}, rule_files: [rules.yml],
+  scrape_configs: [{job_name: sorvan, file_sd_configs: [{files: [targets.yml]}]}]}" >prometheus.yml
+read_boards b{1..12}
 start prometheus prometheus --config.file=prometheus.yml --storage.tsdb.path=data
-for pass in {1..10}; do read_boards b{01..12}; done
+for pass in {1..10}; do read_boards b{1..12}; done
 row prometheus "all well" "$(query 'count(sorvan_up == 1)') boards, alerts: $(query ALERTS)" "12 boards, alerts: "
 began=$SECONDS
-echo "--preset charger-backup" >b03/options && echo "--preset no-mcu" >b05/options
-kill "${daemons[b04]}"
-sv_board run --state b06/state -- sv_updater --reset-now >/dev/null 2>&1
-b08/bin/sv_ctl update new.svu >/dev/null 2>&1
-exec 4<b09/lock && flock 4 # raises none
-alerts="SorvanFirmwareDiffers b08, SorvanFleetMixed , SorvanMcuReset b06, SorvanMcuSilent b05, SorvanOnCapacitors b03"
-alerts="$alerts, SorvanRailLow b02, SorvanSilent b04, SorvanStale b07"
+echo "--preset charger-backup" >b3/options && echo "--preset no-mcu" >b5/options
+kill "${daemons[b4]}"
+sv_board run --state b6/state -- sv_updater --reset-now >/dev/null 2>&1
+b8/bin/sv_ctl update new.svu >/dev/null 2>&1
+exec 4<b9/lock && flock 4 # raises none
+alerts="FirmwareDiffers b8, FleetMixed , McuReset b6, McuSilent b5, OnCapacitors b3, RailLow b2, Silent b4, Stale b7"
 for ((pass = 0; pass < 40; pass++)); do
-  echo "--set powerrail_raw=$((pass < 10 ? 1660 - 40 * pass : 1300))" >b02/options
-  read_boards b0{1..6} b08 b09 b1{0..2}
+  echo "--set powerrail_raw=$((pass < 10 ? 1660 - 40 * pass : 1300))" >b2/options
+  read_boards b{1..6} b8 b9 b1{0..2}
   firing=$(query "last_over_time(ALERTS{alertstate='firing'}[$((SECONDS - began))s])")
   [ $pass -lt 10 ] || [ "$firing" != "$alerts" ] || break
 done
 row prometheus "pending" "$(query "last_over_time(ALERTS{alertstate='pending'}[$((SECONDS - began))s])")" "$alerts"
 row prometheus "firing" "$firing" "$alerts"
 row prometheus "words" "$(curl -sS -m 5 "http://$address/api/v1/alerts" | jq -r '.data.alerts[].annotations.summary' |
-  grep -e rail -e error)" "b02: power rail at 18.1 V"
+  grep -e rail -e error)" "b2: power rail at 18.1 V"
+draw() { "$source_folder/fleet/monitoring/power_week" "http://$address" "$@" 2>&1 || true; }
+row prometheus "picture" "$(draw b2 png; head -c 4 png | tail -c 3), $(draw x y)" \
+  "PNG, power_week: no readings of x in this week"
 exit "$wrong"
