@@ -70,13 +70,14 @@ mkdir root/{upper,work,root}
 mount -t overlay overlay -o lowerdir=/,upperdir=root/upper,workdir=root/work root/root
 cd root/root
 tr -d - </proc/sys/kernel/random/uuid >etc/machine-id
-cp $units/sv-mcu-firmware.* lib/systemd/system
+cp $units/sv-mcu-firmware.* $source_folder/fleet/monitoring/sv-mcu-metrics.* lib/systemd/system
 install $work/sv_ctl usr/bin
 dpkg-deb -x $work/sorvan-mcu-firmware_1.2_all.deb .
 systemctl --root=. enable sv-mcu-firmware.timer
 cd etc/systemd/system
 mkdir sv-mcu-firmware.{service,timer}.d
 printf '[Service]\nReadWritePaths=/fleet\nRestartSec=0.1\n' >sv-mcu-firmware.service.d/test.conf
+cp -r sv-mcu-firmware.service.d sv-mcu-metrics.service.d
 printf '[Timer]\nOnBootSec=1ms\nAccuracySec=1ms\n' >sv-mcu-firmware.timer.d/test.conf
 printf '[Unit]\nRequires=basic.target story.service\n' >story.target
 printf '[Unit]\nAfter=basic.target\n[Service]\nType=oneshot\nExecStart=/bin/bash /fleet/story\n' >story.service
@@ -139,12 +140,16 @@ else
   story plain "power-off during an update, boot again" "power-off 0 3: success, path active, runs 0x0101" true
   row systemd "systemd-analyze" "$(systemd-analyze verify --man=no /lib/systemd/system/sv-mcu-* 2>&1)security $(
     systemd-analyze security --offline=true $unit | sed -n 's/.*: \([0-9.]*\) .*/\1/p')" "security 1.2"
+  echo refused >chosen
+  systemctl start sv-mcu-metrics.service
+  row systemd "metrics of a silent MCU, for another user" "$(systemctl show -P Result sv-mcu-metrics.service): $(
+    runuser -u nobody -- grep "^sorvan_up " /var/lib/prometheus/node-exporter/sorvan.prom)" "success: sorvan_up 0"
 fi
 systemctl poweroff
 END
 timeout -k 5 200 unshare --mount --propagation private bash -eu container </dev/null >console 2>&1 || true
 cat rows
-if [ "$(grep -vc WRONG rows)" != 12 ]; then
+if [ "$(grep -vc WRONG rows)" != 13 ]; then
   cat complaints console
   exit 1
 fi
