@@ -67,7 +67,7 @@ while read -r file; do
   checked=$((checked + 1))
   head -3 "$file" | grep -q "SPDX-License-Identifier[:] MIT" || complain "$file has no licence tag"
   [[ $file == ./fleet/* ]] && most=120 || most=350
-  [ "$(wc -l <"$file")" -le $most ] || complain "$file is longer than $most lines"
+  [ "$(wc -l <"$file")" -le "$most" ] || complain "$file is longer than $most lines"
   # A function begins with the last line in column 0 before its brace in column 0.
   long=$(awk '/^[A-Za-z_].*[^;]$/ { first = NR } /^}$/ { if (NR - first >= 80) print FILENAME ":" first }' "$file")
   [ -z "$long" ] || complain "$long: a function of more than 80 lines"
