@@ -8,10 +8,6 @@ build_folder=$(realpath "$1/..")
 . "$source_folder/tests/shipped/lib.sh"
 . "$source_folder/tests/fleet/boards.sh"
 units=$source_folder/fleet/systemd
-if [ "$(id -u)" -ne 0 ]; then
-  echo "systemd: skipped, a container needs root"
-  exit 0
-fi
 
 for swid in 0101 0102 0103; do
   sv_image pack --region0 "$firmware/v2-region0.bin" --region1 "$firmware/v2-region1.bin" --swid 0x$swid -o $swid.svu >/dev/null
