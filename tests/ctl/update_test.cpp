@@ -84,45 +84,8 @@ void runs_beside_older(Trial& trial) {
     runs(trial);
     older_beside(trial);
 }
-void runs_disabled(Trial& trial) {
-    install(trial, 0, 0x0123, false);
-}
-void held_enabled(Trial& trial) {
-    install(trial, 1, 0x0123, true);
-    trial.board.flash.regions[0].enabled = false;
-}
-void held_disabled(Trial& trial) {
-    install(trial, 1, 0x0123, false);
-}
-void never_enabled(Trial& trial) {
-    install(trial, 1, 0, false);
-}
-void old_disabled(Trial& trial) {
-    trial.board.flash.regions[0].enabled = false;
-}
-void wrong_checksum(Trial& trial) {
-    trial.file.crc_error = 1;
-}
-void no_id(Trial& trial) {
-    trial.file.swid0 = trial.file.swid1 = 0;
-}
-void wrong_sha256(Trial& trial) {
-    trial.file.prefix = "sha256: 00\n";
-}
-void other_hardware(Trial& trial) {
-    trial.file.prefix = "hwid: 0001 0003x -fffffffffffffffd\n";
-}
-void this_hardware(Trial& trial) {
-    trial.file.prefix = "hwid: 0001 0003\n";
-}
 void no_program(Trial& trial) {
     trial.file.image[kRegionSize + 1] = 0x00;
-}
-void jumps_to_erased_flash(Trial& trial) {
-    std::fill_n(&trial.file.image[kRegionSize + 0x1F4], 2, uint8_t{0xFF});
-}
-void jumps_to_an_unmarked_page(Trial& trial) {
-    trial.file.image[kRegionSize + 3] = 0x20;  // to page 288
 }
 
 const Case kCases[] = {
@@ -132,10 +95,17 @@ const Case kCases[] = {
     {"it runs already", "", "", 3, "null", "runs-alone", "same", 0, runs},
     {"it runs, and another one may start", "", "", 3, "null", "runs", "unknown", 0, runs_beside_older},
     {"that must be proved", "", "--sure", 3, "null", "runs", "same", 1, runs_beside_older},
-    {"it runs disabled: only --sure repairs it", "", "--sure", 0, "null", "runs-alone", "same", 1, runs_disabled},
-    {"the other region holds it, enabled", "", "", 0, "null", "held", "unknown", 1, held_enabled},
-    {"the other region holds it, disabled", "", "", 0, "null", "held", "same", 2, held_disabled},
-    {"programmed and never enabled", "", "", 0, "null", "never-enabled", "same", 1, never_enabled},
+    {"it runs disabled: only --sure repairs it", "", "--sure", 0, "null", "runs-alone", "same", 1,
+     [](Trial& trial) { install(trial, 0, 0x0123, false); }},
+    {"the other region holds it, enabled", "", "", 0, "null", "held", "unknown", 1,
+     [](Trial& trial) {
+         install(trial, 1, 0x0123, true);
+         trial.board.flash.regions[0].enabled = false;
+     }},
+    {"the other region holds it, disabled", "", "", 0, "null", "held", "same", 2,
+     [](Trial& trial) { install(trial, 1, 0x0123, false); }},
+    {"programmed and never enabled", "", "", 0, "null", "never-enabled", "same", 1,
+     [](Trial& trial) { install(trial, 1, 0, false); }},
     {"over an older firmware", "", "", 0, "null", "former", "same", 2, older_beside},
     {"a page that is lost unnoticed", "skip@commit/256", "", 0, "null", "blank", "same", 1},
     {"a page that is lost each time", "skip@commit/256x*", "", 6, "verify-failed", "blank", "null", 0},
@@ -146,7 +116,7 @@ const Case kCases[] = {
     {"one reset is lost", "skip@reset-delayed", "", 0, "null", "blank", "same", 1},
     {"disabled, and never says so", "lost@disablex*", "", 0, "null", "former", "unknown", 2, older_beside},
     {"the old one disabled, a restart before the disable", "restart@reg-0f#3 boot_ms=0", "", 0, "null", "blank",
-     "unknown", 0, old_disabled},
+     "unknown", 0, [](Trial& trial) { trial.board.flash.regions[0].enabled = false; }},
     {"the enable is lost", "skip@enablex*", "", 6, "enable-failed", "blank", "null", 0},
     {"the enable is refused", "fail@enablex*", "", 6, "enable-failed", "blank", "null", 0},
     {"no MCU", "mcu=off", "", 4, "no-answer", "null", "null", 0},
@@ -155,14 +125,20 @@ const Case kCases[] = {
     {"no power", "source=0 teko1_connected=0", "", 4, "no-power", "blank", "null", 0},
     {"no power, and who cares", "source=0 teko1_connected=0", "--any-power", 0, "null", "blank", "same", 1},
     {"another bus", "", "--bus 3", 4, "no-bus", "null", "null", 0},
-    {"a broken file", "", "", 4, "bad-file", "null", "null", 0, wrong_checksum},
-    {"software id 0", "", "", 4, "bad-file", "null", "null", 0, no_id},
-    {"another SHA-256", "", "", 4, "bad-file", "null", "null", 0, wrong_sha256},
-    {"for other hardware", "", "", 4, "wrong-hardware", "blank", "null", 0, other_hardware},
-    {"for this hardware", "", "", 0, "null", "blank", "same", 1, this_hardware},
+    {"a broken file", "", "", 4, "bad-file", "null", "null", 0, [](Trial& trial) { trial.file.crc_error = 1; }},
+    {"software id 0", "", "", 4, "bad-file", "null", "null", 0,
+     [](Trial& trial) { trial.file.swid0 = trial.file.swid1 = 0; }},
+    {"another SHA-256", "", "", 4, "bad-file", "null", "null", 0,
+     [](Trial& trial) { trial.file.prefix = "sha256: 00\n"; }},
+    {"for other hardware", "", "", 4, "wrong-hardware", "blank", "null", 0,
+     [](Trial& trial) { trial.file.prefix = "hwid: 0001 0003x -fffffffffffffffd\n"; }},
+    {"for this hardware", "", "", 0, "null", "blank", "same", 1,
+     [](Trial& trial) { trial.file.prefix = "hwid: 0001 0003\n"; }},
     {"no program", "", "", 4, "bad-file", "blank", "null", 0, no_program},
-    {"a program cut off", "", "", 4, "bad-file", "blank", "null", 0, jumps_to_erased_flash},
-    {"a program without a page", "", "", 4, "bad-file", "blank", "null", 0, jumps_to_an_unmarked_page},
+    {"a program cut off", "", "", 4, "bad-file", "blank", "null", 0,
+     [](Trial& trial) { std::fill_n(&trial.file.image[kRegionSize + 0x1F4], 2, uint8_t{0xFF}); }},
+    {"a jump to page 288, which is not marked", "", "", 4, "bad-file", "blank", "null", 0,
+     [](Trial& trial) { trial.file.image[kRegionSize + 3] = 0x20; }},
     {"no program, and meant so", "", "--any-content", 0, "null", "blank", "same", 1, no_program},
 };
 
