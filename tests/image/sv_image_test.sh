@@ -34,15 +34,16 @@ so '.regions[0] == {software_id: 257, checksum: {stored: 39798, computed: 39798,
   reset_vector: {instruction: "jmp", target: 4, ok: true}} and .format == "update-file"' good.svu
 so '.regions[1].marked_pages == [256] and .never_programmed == [] and .free_bytes == [0, 0, 0, 0, 0, 0]' good.svu
 # Every byte of a file: prefix, magic, image, page map, free bytes, info structure
+(cat b.bin; erased 512; printf x) >c.bin
 {
-  printf 'a: b\nSVxMega\n'; memory a.bin b.bin
-  printf '\x01'; zeros 255; printf '\x01'; zeros $((271 + 6))
-  printf '\0\0\x02\x01\x02\x01\x76\x9b\xa5\x18\0\0\0\0\x02\0\0\x02\0\x20\x04\0\x6f\xbb'
+  printf 'a: b\nSVxMega\n'; memory a.bin c.bin
+  printf '\x01'; zeros 255; printf '\x01\x01'; zeros $((270 + 6))
+  printf '\0\0\x02\x01\x02\x01\x76\x9b\xcd\x4a\0\0\0\0\x02\0\0\x02\0\x20\x04\0\xa8\xd2'
 } >wanted
-sv_image pack --region0 a.bin --region1 b.bin --swid 0x0102 --note "a: b" --no-sha256 -o - 2>err | cmp - wanted
+sv_image pack --region0 a.bin --region1 c.bin --swid 0x0102 --note "a: b" --no-sha256 -o - 2>err | cmp - wanted
 "${pack[@]}" --mark-all -o - 2>err >wanted
 so '.regions[0].marked_pages == [range(255)] and .regions[1].marked_pages == [range(256; 511)] and .never_programmed == []' wanted
-rm wanted
+rm wanted c.bin
 cp good.svu ./-x
 checks="layout, swid, checksum, empty, format, vector, last-page, swapped, alike"
 expect 1 "-x: okay ($checks)"$'\n'"-x: okay ($checks)" "sv_image: none: No such file or directory" sv_image verify -- -x none -x
@@ -153,12 +154,13 @@ expect 1 "empty.svu: empty: region 1 is empty, and the MCU would start it nevert
 damaged last.svu $((19 + 0x1FE00)) '\x07' $((270889 - 6 - 528 + 255)) '\x01' $((270913 - 2)) '\xcd\xcd'
 expect 1 "last.svu: last-page: region 0 holds 0x07 at offset 0x1fe00, *" "" sv_image verify last.svu
 so '.never_programmed == [255] and .regions[0].marked_pages == [0]' last.svu
-expect 0 "*region 0 differing pages:*none*" "" sv_image diff good.svu last.svu
+expect 0 "*region 0 differing pages:*none*never programmed, differ: none*" "" sv_image diff good.svu last.svu
 damaged swid.svu $((270889 + 2)) '\x00\x00\x00\x00' $((270913 - 2)) '\xdb\x8d'
 expect 1 "swid.svu: swid: the software id is 0, which means an empty region" "" sv_image verify swid.svu
-damaged fields.svu $((270889 - 6)) "$(printf '\\xa%d' 1 2 3 4 5 6)$(printf '\\x%x' {1..24})"
+damaged fields.svu $((270889 - 7)) "\\x80$(printf '\\xa%d' 1 2 3 4 5 6)$(printf '\\x%x' {1..24})"
 expect 0 "*word 0: *0x0201*word 10: *0x0c0b*" "" sv_image info fields.svu
 so '[.regions[] | .software_id, .checksum.stored] == [1027, 2055, 1541, 2569] and .free_bytes == [range(161; 167)]' fields.svu
+so '.never_programmed == [527]' fields.svu
 so '[.region_size, .page_size, .memory_size, .file_checksum.stored] == [269422093, 4625, 370480147, 6167]' fields.svu
 cp named.svu other.svu
 poke other.svu 60 x # a digit of the SHA-256
