@@ -147,9 +147,6 @@ std::string field_text(const Field& field, uint8_t start, std::span<const uint8_
     for (size_t i = bytes.size(); i-- > 0;) {
         value = value << 8 | bytes[i];
     }
-    if (field.mask != 0xFF) {
-        value = (value & field.mask) / (field.mask & -field.mask);
-    }
     switch (field.notation) {
         case Notation::kHex: return text("%0*x", 2 * field.width, value);
         case Notation::kTenths: return text("%u.%us", value / 10, value % 10);

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <map>
 
 #include "ctl/identify.h"
 #include "mcu/i2c_bus.h"
@@ -19,35 +20,11 @@ struct Trouble {
     const char* advice;  ///< the command; "": none
     const char* situation = "";
     const char* options = "";
-    void (*set)(FakeKernel& kernel) = [](FakeKernel&) {};
+    std::map<int, int> open_errors = {};
+    std::map<std::string, std::string> files = {};
+    int transfer_error = ENXIO;
+    unsigned long functions = 1;
 };
-
-void no_node(FakeKernel& kernel) {
-    kernel.open_errors = {{0, ENOENT}};
-}
-void other_nodes(FakeKernel& kernel) {
-    no_node(kernel);
-    kernel.files = {{"/sys/class/i2c-dev/i2c-1/name", "a\n"}, {"/sys/class/i2c-dev/i2c-4/name", "b\n"}};
-}
-void no_module(FakeKernel& kernel) {
-    no_node(kernel);
-    kernel.files = {{"/sys/bus/i2c/devices/i2c-0/name", "a\n"}};
-}
-void no_rights(FakeKernel& kernel) {
-    kernel.open_errors = {{0, EACCES}};
-}
-void smbus_only(FakeKernel& kernel) {
-    kernel.functions = 0x0EFF0008;
-}
-void stuck(FakeKernel& kernel) {
-    kernel.transfer_error = ETIMEDOUT;
-}
-void bus_1(FakeKernel& kernel) {
-    kernel.files = {{"/sys/class/i2c-dev/i2c-1/name", "a\n"}};
-}
-void held(FakeKernel& kernel) {
-    kernel.files = {{"/sys/bus/i2c/devices/0-0008/uevent", "DRIVER=at24\nMODALIAS=i2c:24c02\n"}};
-}
 
 constexpr const char* kAgain = "sv_ctl doctor --bus 0 --addr 0x08";
 constexpr const char* kVersion = "sv_updater --bus 0 --addr 0x08 --version";
@@ -59,23 +36,53 @@ const Trouble kTroubles[] = {
     {"", "", "", "", "nack@read-versionx2"},
     {"", "", "", "", "fail@read-flash-statusx2"},
     {"", "", "", "", "mcu_address=0x20", "--addr 0x20"},
-    {"node", "no-bus", "No such file or directory; buses of this host: 1 (a), 4 (b)",
-     "sv_ctl doctor --bus 1 --addr 0x08", "", "", other_nodes},
-    {"node", "no-bus", "buses of this host: 0 (a)", "sudo modprobe i2c-dev", "", "", no_module},
-    {"node", "no-bus", "buses of this host: none", "sudo modprobe i2c-dev", "", "", no_node},
-    {"rights", "no-permission", "Permission denied; members of the group i2c may",
-     "sudo sv_ctl doctor --bus 0 --addr 0x08", "", "", no_rights},
-    {"adapter", "bad-adapter", "cannot send I2C messages", "i2cdetect -F 0", "", "", smbus_only},
-    {"adapter", "stuck-bus", "timed out", kAgain, "mcu=off", "", stuck},
+    {"node",
+     "no-bus",
+     "No such file or directory; buses of this host: 1 (a), 4 (b)",
+     "sv_ctl doctor --bus 1 --addr 0x08",
+     "",
+     "",
+     {{0, ENOENT}},
+     {{"/sys/class/i2c-dev/i2c-1/name", "a\n"}, {"/sys/class/i2c-dev/i2c-4/name", "b\n"}}},
+    {"node",
+     "no-bus",
+     "buses of this host: 0 (a)",
+     "sudo modprobe i2c-dev",
+     "",
+     "",
+     {{0, ENOENT}},
+     {{"/sys/bus/i2c/devices/i2c-0/name", "a\n"}}},
+    {"node", "no-bus", "buses of this host: none", "sudo modprobe i2c-dev", "", "", {{0, ENOENT}}},
+    {"rights",
+     "no-permission",
+     "Permission denied; members of the group i2c may",
+     "sudo sv_ctl doctor --bus 0 --addr 0x08",
+     "",
+     "",
+     {{0, EACCES}}},
+    {"adapter", "bad-adapter", "cannot send I2C messages", "i2cdetect -F 0", "", "", {}, {}, ENXIO, 0x0EFF0008},
+    {"adapter", "stuck-bus", "timed out", kAgain, "mcu=off", "", {}, {}, ETIMEDOUT},
     {"address", "no-answer", "nothing answers at address 0x08 of /dev/i2c-0: No such device", kAgain, "mcu=off"},
     {"address", "no-answer", "nothing answers", kAgain, "dead@5"},
-    {"address", "no-answer", "nothing answers at address 0x08", "sv_ctl doctor --bus 1 --addr 0x08", "mcu=off", "",
-     bus_1},
+    {"address",
+     "no-answer",
+     "nothing answers at address 0x08",
+     "sv_ctl doctor --bus 1 --addr 0x08",
+     "mcu=off",
+     "",
+     {},
+     {{"/sys/class/i2c-dev/i2c-1/name", "a\n"}}},
     {"address", "wrong-address", "nothing answers at address 0x21 of /dev/i2c-0; the MCU is at 0x08", kAgain, "",
      "--addr 0x21"},
     {"address", "wrong-address", "another device answers at address 0x09", kAgain, "", "--addr 9"},
-    {"address", "held-address", "the kernel driver at24 holds address 0x08",
-     "sudo sh -c 'echo 0-0008 >/sys/bus/i2c/devices/0-0008/driver/unbind'", "", "", held},
+    {"address",
+     "held-address",
+     "the kernel driver at24 holds address 0x08",
+     "sudo sh -c 'echo 0-0008 >/sys/bus/i2c/devices/0-0008/driver/unbind'",
+     "",
+     "",
+     {},
+     {{"/sys/bus/i2c/devices/0-0008/uevent", "DRIVER=at24\nMODALIAS=i2c:24c02\n"}}},
     {"frame", "busy-mcu", "does not finish an identity frame: could not read version (read poll error",
      "sudo fuser --verbose /dev/i2c-0", "hang@read-versionx*"},
     {"frame", "busy-mcu", "could not read status (read poll error", "sudo fuser --verbose /dev/i2c-0",
@@ -104,7 +111,10 @@ TEST(Doctor, EachTroubleFailsItsRow) {
         sim::Board board;
         set_up(board, split(trouble.situation));
         FakeKernel kernel(board);
-        trouble.set(kernel);
+        kernel.open_errors = trouble.open_errors;
+        kernel.files = trouble.files;
+        kernel.transfer_error = trouble.transfer_error;
+        kernel.functions = trouble.functions;
         Words words = split(std::string("doctor ") + trouble.options);
         const ToolRun run = run_ctl_words(words);
         EXPECT_EQ(run.status, healthy ? 0 : 4) << run.err;

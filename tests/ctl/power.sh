@@ -30,6 +30,12 @@ wait $! || status=$?
 expect_same "status after SIGTERM" $status 0
 exec 7<&-
 
+# What is no lock is refused at once.
+ln -s lock lock_link
+for name in pipe lock_link . /proc/self/status/lock; do
+  expect 4 "" "sv_ctl: *the lock $name*" timeout 10 sv_board run -- sv_ctl status --lock $name
+done
+
 # A reader that does not read
 sv_board run --fast -- sv_ctl watch --lock lock >pipe &
 exec 7<pipe

@@ -12,6 +12,13 @@ umask 022
 pack=(sv_image pack --region0 a.bin --region1 b.bin --swid 0x0101)
 # so FILTER FILE: `info --json` prints one JSON object for which the filter is true
 so() { sv_image info --json "$2" | jq -es "length == 1 and (.[0] | $1)" >out || fail "not so: $1: $(cat out)"; }
+zeros() { head -c "$1" /dev/zero; }
+erased() { zeros "$1" | tr '\0' '\377'; }
+# memory REGION0 REGION1: the flash with these contents
+memory() {
+  (cat "$1"; erased $((0x20000))) | head -c $((0x20000))
+  (cat "$2"; erased $((0x22000))) | head -c $((0x22000))
+}
 
 # --- Good files. The checksums come from a bitwise CRC-16/MODBUS in another language.
 
@@ -26,6 +33,17 @@ so '.info_offset == 270889 and .region_size == 131072 and .page_size == 512 and 
 so '.regions[0] == {software_id: 257, checksum: {stored: 39798, computed: 39798, ok: true}, marked_pages: [0],
   reset_vector: {instruction: "jmp", target: 4, ok: true}} and .format == "update-file"' good.svu
 so '.regions[1].marked_pages == [256] and .never_programmed == [] and .free_bytes == [0, 0, 0, 0, 0, 0]' good.svu
+# Every byte of a file: prefix, magic, image, page map, free bytes, info structure
+(cat b.bin; erased 512; printf x) >c.bin
+{
+  printf 'a: b\nSVxMega\n'; memory a.bin c.bin
+  printf '\x01'; zeros 255; printf '\x01\x01'; zeros $((270 + 6))
+  printf '\0\0\x02\x01\x02\x01\x76\x9b\xcd\x4a\0\0\0\0\x02\0\0\x02\0\x20\x04\0\xa8\xd2'
+} >wanted
+sv_image pack --region0 a.bin --region1 c.bin --swid 0x0102 --note "a: b" --no-sha256 -o - 2>err | cmp - wanted
+"${pack[@]}" --mark-all -o - 2>err >wanted
+so '.regions[0].marked_pages == [range(255)] and .regions[1].marked_pages == [range(256; 511)] and .never_programmed == []' wanted
+rm wanted c.bin
 cp good.svu ./-x
 checks="layout, swid, checksum, empty, format, vector, last-page, swapped, alike"
 expect 1 "-x: okay ($checks)"$'\n'"-x: okay ($checks)" "sv_image: none: No such file or directory" sv_image verify -- -x none -x
@@ -94,7 +112,7 @@ refused "format: region 1 holds another format (text), not the content of flash$
 refused "swapped: *$advice" sv_image pack --region0 "$firmware/v2-region1.bin" --region1 "$firmware/v2-region0.bin" --swid 1 -o new.svu
 printf ':0400000001C001C07A\n:0400040001C001C079\n:00000001FF\n' >bad.hex
 refused "bad.hex: line 2: the checksum is 79, but must be 76" sv_image pack bad.hex --swid 1 -o new.svu
-head -c $((0x42001)) /dev/zero >longer
+zeros $((0x42001)) >longer
 refused "longer: longer than a region (131072 bytes) and no read-back (270336 bytes)" sv_image extract --region 0 -o new.bin longer
 refused "bad.hex: line 2: *" sv_image info bad.hex
 refused "/dev/null: empty" sv_image extract --region 0 -o new.bin /dev/null
@@ -135,14 +153,25 @@ damaged empty.svu $((270889 - 6 - 528 + 256)) '\x00' $((270889 + 8)) '\xc1\x1c' 
 expect 1 "empty.svu: empty: region 1 is empty, and the MCU would start it nevertheless" "" sv_image verify empty.svu
 damaged last.svu $((19 + 0x1FE00)) '\x07' $((270889 - 6 - 528 + 255)) '\x01' $((270913 - 2)) '\xcd\xcd'
 expect 1 "last.svu: last-page: region 0 holds 0x07 at offset 0x1fe00, *" "" sv_image verify last.svu
+so '.never_programmed == [255] and .regions[0].marked_pages == [0]' last.svu
+expect 0 "*region 0 differing pages:*none*never programmed, differ: none*" "" sv_image diff good.svu last.svu
 damaged swid.svu $((270889 + 2)) '\x00\x00\x00\x00' $((270913 - 2)) '\xdb\x8d'
 expect 1 "swid.svu: swid: the software id is 0, which means an empty region" "" sv_image verify swid.svu
-damaged reserved.svu 270889 '\x05' $((270889 + 10)) '\x07'
-expect 0 "*word 0: *0x0005*word 10: *0x0007*" "" sv_image info reserved.svu
+damaged fields.svu $((270889 - 7)) "\\x80$(printf '\\xa%d' 1 2 3 4 5 6)$(printf '\\x%x' {1..24})"
+expect 0 "*word 0: *0x0201*word 10: *0x0c0b*" "" sv_image info fields.svu
+so '[.regions[] | .software_id, .checksum.stored] == [1027, 2055, 1541, 2569] and .free_bytes == [range(161; 167)]' fields.svu
+so '.never_programmed == [527]' fields.svu
+so '[.region_size, .page_size, .memory_size, .file_checksum.stored] == [269422093, 4625, 370480147, 6167]' fields.svu
 cp named.svu other.svu
 poke other.svu 60 x # a digit of the SHA-256
 expect 1 "other.svu: sha256: it is not the one that the file names: the file or this line was changed" "" sv_image verify other.svu
 expect 0 "* computed, differs*loads:  *yes" "" sv_image info other.svu
+# What is known of a file of so many bytes: prefix, info structure, body
+for row in 18,false,false,false 19,true,false,false 42,true,false,false 43,true,true,false 270888,true,true,false \
+  270889,true,true,true 270912,true,true,true; do
+  head -c "${row%%,*}" good.svu >cut.svu
+  so "[.magic_offset, .region_size, .free_bytes | . != null] == [${row#*,}]" cut.svu
+done
 head -c 1000 good.svu >short.svu
 so '.sha256.computed != null and .regions[0].marked_pages == null and .free_bytes == null and .size == 1000' short.svu
 so '.regions[0].checksum | .stored != null and .computed == null and .ok == null' short.svu
@@ -161,18 +190,22 @@ so '.notes[0] == "\u001b[2J\ufffd" and .file == "raw.svu"' raw.svu
 # --- Comparison and extraction
 
 # The flash after an update of region 1. In "flash" region 0 has other content: pages 1, 2 and 4, and its last page.
-erased() { head -c "$1" /dev/zero | tr '\0' '\377'; }
-(cat a.bin; erased $((0x20000 - 9)); cat b.bin; erased $((0x22000 - 3))) >held
+memory a.bin b.bin >held
 cp held flash
 poke flash $((0x3FF)) '\x00\x00'
 poke flash $((0x800)) '\x00'
 poke flash $((0x1FE00)) '\x00'
 poke flash $((0x41FFF)) '\x00'
 cp held unread
-unread=$(head -c 32 /dev/zero | tr '\0' U)
+unread=$(zeros 32 | tr '\0' U)
 for offset in $((0x20200)) $((0x20400)) $((0x205E0)) $((0x40000)); do poke unread $offset "$unread"; done
+# Pages 256: differs; 257: so does another segment; 259: one byte of the segment is there; 260: no whole segment; 261: unread but for one segment
 cp unread both
 poke both $((0x20000)) x
+poke both $((0x20220)) x
+poke both $((0x20600)) "${unread:1}"
+poke both $((0x20810)) "$unread"
+poke both $((0x20A00)) "$unread${unread//U/V}$unread"
 
 # differs STATUS REPORT A B: the report without its labels and the first two lines
 differs() {
@@ -184,12 +217,12 @@ differs 0 "none|none|holds|none|none|holds|none|none" good.svu held
 differs 1 "1-2, 4|none|does not hold|none|none|holds|255, 527|none" good.svu flash
 differs 1 "1-2, 4|none|does not hold|none|none|holds|255, 527|none" <(cat flash) good.svu
 differs 1 "none|none|holds|none|257-258|may hold|none|512" unread good.svu
-differs 1 "none|none|holds|256|257-258|does not hold|none|512" both good.svu
+differs 1 "none|none|holds|256-257, 259-261|257-258, 261|does not hold|none|512" good.svu both
 differs 1 "none|none|none|257-258|none|512" unread unread
 expect 0 "*" "" sv_image pack --region0 a.bin --region1 b.bin --swid 0x0102 -o other-id.svu
 differs 1 "none|none|none|none|none|none" good.svu other-id.svu
 # "Does the board run what I built?"
-(cat "$firmware/v2-region0.bin"; erased $((0x20000 - 5734)); cat b.bin; erased $((0x22000 - 3))) >v2flash
+memory "$firmware/v2-region0.bin" b.bin >v2flash
 expect 0 "*(ELF, region 0)*(read-back)*region 0 differing*the flash holds this file in region 0"$'\n'"region 1 not compared*" "" \
   sv_image diff "$firmware/v2-region0.elf" v2flash
 expect 1 "*the flash does not hold this file in region 1*" "" sv_image diff "$firmware/v2-region1.elf" v2flash
@@ -214,6 +247,12 @@ head -c $((0x20000)) flash | cmp - region1.bin
 expect 0 "*" "sv_image: warning: 3 segments hold only 0x55 and may be unread (pages: 257-258)" \
   sv_image extract --region 1 -o unread1.bin <(cat unread)
 tail -c +$((0x20001)) unread | head -c $((0x20000)) | cmp - unread1.bin
+expect 0 "*region 1 differing pages:*none*the flash holds this file in region 1*" "" sv_image diff --region 1 unread1.bin unread
+for file in flash good.svu; do
+  expect 1 "*region 1 differing pages: 257-258?region 1 unread pages:    none?*differ: none?*" "" \
+    sv_image diff --region 1 $file unread1.bin
+done
+expect 1 "*region 1 differing pages: 256-257, 259-261?region 1 unread pages:    261?*" "" sv_image diff --region 1 unread1.bin both
 
 # A signal waits until the file is complete.
 if strace -o trace true 2>/dev/null; then

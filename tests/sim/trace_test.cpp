@@ -36,7 +36,12 @@ TEST(TraceDecoder, EachTransferIsOneLineInTheProtocolsWords) {
         {segment_of(300, 5), 0, "mcu frame segment page=300 segment=5 | 80 a0 a1 "},
         {enable_of(0x1CC1), 0, "mcu frame enable swid=2423 crc=1cc1 | 80 23 24 "},
         {delayed_reset_of(52), 0, "mcu frame reset-delayed delay=5.2s | 80 34 "},
-        {{0xA4, 0x00, 0x42, 0x43}, 0, "mcu write 3 bytes at a4 | a4 00 42 43\n"}};
+        {{0xA4, 0x00, 0x42, 0x43}, 0, "mcu write 3 bytes at a4 | a4 00 42 43\n"},
+        {{0xA6, 0x00}, 0, "mcu frame read-version | a6 00\n"},
+        {{0xA6, 0x01}, 0, "mcu frame read-flash-status | a6 01\n"},
+        {{0xA6, 0x05}, 0, "mcu frame read-version2 | a6 05\n"},
+        {kDisable, 0, "mcu frame disable | a5 42 46\n"},
+        {kResetNow, 0, "mcu frame reset-now | a5 42 47\n"}};
     sim::Board board;
     std::string line;
     sim::TraceDecoder decoder(1'000'000);
@@ -52,7 +57,7 @@ TEST(TraceDecoder, EachTransferIsOneLineInTheProtocolsWords) {
         }
         EXPECT_EQ(line.substr(19, words.size()), words) << line;
     }
-    EXPECT_EQ(line.substr(0, 19), "    21    1234.567 ");
+    EXPECT_EQ(line.substr(0, 19), "    26    1234.567 ");
     EXPECT_EQ(decoder.line({1, 999'000, {}, true}, 0x08), "     1      -1.000 nothing\n");  // a clock that was set
 }
 

@@ -14,3 +14,13 @@ ToolRun run_ctl_words(Words words) {
         return run_ctl(static_cast<int>(words.size()), argv.data());
     });
 }
+
+std::string member(const std::string& json, const std::string& key) {
+    const std::string name = "\"" + key + "\":";
+    const size_t at = json.find(name);
+    if (at == std::string::npos) {
+        return "no such key";
+    }
+    const size_t begin = at + name.size();
+    return json.substr(begin, json.find_first_of(",}", json[begin] == '"' ? json.find('"', begin + 1) : begin) - begin);
+}

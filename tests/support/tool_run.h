@@ -25,6 +25,9 @@ ToolRun run_tool_words(Words words);
 /// Runs "sv_ctl WORDS…" in the same way; see ctl_run.cpp.
 ToolRun run_ctl_words(Words words);
 
+/// The JSON value of a key, as it stands.
+std::string member(const std::string& json, const std::string& key);
+
 /// The words of a text, which blanks separate.
 Words split(const std::string& text);
 
