@@ -8,7 +8,7 @@ source=$(realpath "$2")
 . "$(dirname "$0")/lib.sh"
 
 mkdir "another folder"
-cp -r "$source"/{CMakeLists.txt,cmake,ctl,src} "another folder"
+cp -r "$source"/{CMakeLists.txt,cmake,ctl,fleet,src} "another folder"
 cmake -S "another folder" -B "another folder/build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER="$3" \
   -DSV_COMPANIONS=OFF >/dev/null
 cmake --build "another folder/build" --parallel "$(nproc)" >/dev/null
