@@ -37,6 +37,10 @@ run_board --capture run.pcapng -- sv_updater --version >out
 expect 0 "0003" "sv_board: replay: 3 of 9 recorded transfers were not made" run_board --replay run.pcapng -- sv_updater --hw-version
 expect 125 "*" "*transfer 10 is one more than was recorded?  program:  mcu read 1 bytes | 0f" \
   run_board --replay run.pcapng -- sv_updater --version --probe
+expect 125 "*" "*transfer 1 is another one than was recorded?  recorded: mcu frame read-version | a6 00?  program:  mcu frame erase | a5 42 43" \
+  run_board --replay run.pcapng -- i2ctransfer -y 0 w3@8 0xa5 0x42 0x43
+expect 125 "*" "*transfer 2 is another one than was recorded?  recorded: mcu read 1 bytes | a6?  program:  mcu read 2 bytes | a6" \
+  run_board --replay run.pcapng -- sh -c "i2ctransfer -y 0 w2@8 0xa6 0 && i2ctransfer -y 0 w1@8 0xa6 r2"
 head -c 410 run.pcapng >cut.pcapng
 expect 125 "" "sv_board: cut.pcapng: cut off after 5 transfers*transfer 6 is one more*" \
   run_board --replay cut.pcapng -- sv_updater --version
@@ -64,6 +68,12 @@ expect 1 "" "sv_capture: a state file cannot be standard output" sv_capture stat
 # Other sources, other targets
 expect 0 "" "" sv_capture convert "$source/tests/capture/version.txt" -o version.pcapng
 expect 0 "     1       0.000 mcu frame read-version | a6 00?*" "" sv_capture show version.pcapng
+sv_capture convert "$source/tests/capture/long_and_failed.txt" -o long.pcapng
+expect 125 "*" "*transfer 1 was not recorded with all its bytes?  program:  mcu read 1 bytes | 0f" \
+  run_board --bus 3 --replay long.pcapng -- i2ctransfer -y 3 w1@8 0x0f r1
+cat run.pcapng version.pcapng >both.pcapng
+expect 2 "" "sv_capture: both.pcapng: more than one bus; choose with --bus: 0 3" sv_capture compare both.pcapng
+expect 0 "" "sv_board: replay: 9 of 9 recorded transfers were not made" run_board --bus 3 --replay both.pcapng -- true
 expect 1 "" "sv_capture: version.pcapng: File exists; --replace replaces it" sv_capture convert run.pcapng -o version.pcapng
 expect 1 "*a6 -> c0" "sv_capture: cut.pcapng: cut off; 5 transfers were read" sv_capture show cut.pcapng
 expect 2 "*" "sv_capture: cut.pcapng: cut off; 5 transfers were read" sv_capture compare cut.pcapng

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include "sim/cassette.h"
 #include "tests/sim/recorded.h"
 
 namespace {
@@ -114,69 +113,6 @@ TEST(CaptureFile, StopsAtDamage) {
         endless.insert(endless.end(), kFailedRead.begin(), kFailedRead.begin() + 40);
     }
     EXPECT_EQ(sim::read_capture(endless).problem, "messages without an end of their transfer");
-}
-
-TEST(Cassette, AnswersInOrderAndNamesTheFirstOtherRequest) {
-    const std::vector<RecordedTransfer> tape{{0, 1, true, {{0x08, false, 2, {0xA6, 0x00}}}},
-                                             {0, 2, false, {{0x08, false, 1, {0xA6}}, {0x08, true, 1, {}}}},
-                                             {0, 3, true, {{0x08, false, 1, {0xA6}}, {0x08, true, 1, {0xC0}}}},
-                                             {0, 4, true, {{0x08, false, 2, {0x0F}}}}};  // not all of it was recorded
-    const struct {
-        Words program;
-        Words answers;
-        std::string mismatch;
-    } runs[] = {
-        {{"a6 00", "a6 r1", "a6 r1"}, {"yes", "no", "c0"}, ""},
-        {{"a6 05", "a6 r1"},
-         {"no", "no"},
-         "transfer 1 is another one than was recorded\n  recorded: mcu frame read-version | a6 00\n"
-         "  program:  mcu frame read-version2 | a6 05"},
-        {{"a6 00", "a6 r2"},
-         {"yes", "no"},
-         "transfer 2 is another one than was recorded\n  recorded: mcu read 1 bytes | a6\n  program:  mcu read 2 bytes "
-         "| a6"},
-        {{"a6 00", "a6 r1", "a6"},
-         {"yes", "no", "no"},
-         "transfer 3 is another one than was recorded\n  recorded: mcu read 1 bytes | a6\n"
-         "  program:  mcu select register a6 | a6"},
-        {{"a6 00", "a6 r1", "a6 r1", "0f 00"},
-         {"yes", "no", "c0", "no"},
-         "transfer 4 was not recorded with all its bytes\n  program:  mcu reset marker := 00 | 0f 00"},
-    };
-    for (const auto& run : runs) {
-        sim::Cassette cassette(tape, 0x08);
-        sim::Board board;
-        board.replay = [&](std::span<const sim::Message> messages) { return cassette.transfer(messages); };
-        Words answers;
-        for (const std::string& request : run.program) {
-            answers.push_back(transfer(board, request));
-        }
-        EXPECT_EQ(answers, run.answers);
-        EXPECT_EQ(cassette.mismatch(), run.mismatch);
-    }
-    sim::Cassette empty({}, 0x08);
-    EXPECT_FALSE(empty.transfer({}));
-    EXPECT_EQ(empty.mismatch(), "transfer 1 is one more than was recorded\n  program:  nothing");
-}
-
-TEST(CaptureFile, GivesTheTransfersOfOneBus) {
-    const struct {
-        int bus;
-        size_t count;
-        std::string problem;
-    } rows[] = {{0, 4, ""},
-                {127, 1, ""},
-                {-1, 0, "more than one bus; choose with --bus: 0 1 127"},
-                {5, 0, "no transfer on bus 5; choose with --bus: 0 1 127"}};
-    for (const auto& [bus, count, wanted] : rows) {
-        std::string problem;
-        EXPECT_EQ(sim::transfers_of_bus({every_kind(), ""}, bus, problem).size(), count);
-        EXPECT_EQ(problem, wanted);
-    }
-    std::string problem;
-    EXPECT_EQ(sim::transfers_of_bus({{every_kind()[1]}, ""}, -1, problem).size(), 1);
-    EXPECT_TRUE(sim::transfers_of_bus({}, -1, problem).empty());
-    EXPECT_EQ(problem, "no transfer");
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "sim/capture_file.h"
-#include "sim/frame_table.h"
 #include "sim/trace.h"
 #include "tests/sim/wire.h"
 
@@ -33,16 +32,4 @@ inline Words words_of(sim::Recording recording) {
                         decoder.words({0, 0, messages, transfer.acknowledged}, 0x08));
     }
     return words;
-}
-
-/// A write such as "a6 00", or a read such as "a6 r1" of one byte. Returns "yes", the byte, or "no" without
-/// acknowledge.
-inline std::string transfer(sim::Board& board, const std::string& request) {
-    const Bytes bytes = bytes_of(request.substr(0, request.find('r')));
-    const size_t read = request.find('r');
-    if (read == std::string::npos) {
-        return write_bytes(board, bytes) ? "yes" : "no";
-    }
-    const auto answer = read_bytes(board, bytes[0], std::stoul(request.substr(read + 1)));
-    return answer ? sim::field_text({"", 0, 1, sim::Notation::kHex}, 0, *answer) : "no";
 }
