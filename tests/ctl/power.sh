@@ -19,16 +19,20 @@ done
 expect 0 "time,reason,source*Z,locked,,*" "" \
   flock lock sv_board run --fast -- sv_ctl watch --lock lock --lock-wait 0.1 --csv --count 1
 mkfifo pipe
+# terminate WHEN: the watch that writes into the pipe
+terminate() {
+  local status=0
+  kill -TERM "$(pgrep -xP $! sv_ctl)"
+  wait $! || status=$?
+  expect_same "status after SIGTERM $1" $status 0
+  exec 7<&-
+}
 sv_board run -- sv_ctl watch --lock lock --interval 60 >pipe &
 exec 7<pipe
 read -r row <&7
 [[ $row == *'"reason":null,"source":"link1",'* ]] || fail "the first row: $row"
 flock -n lock true || fail "the lock is held between two readings"
-kill -TERM "$(pgrep -xP $! sv_ctl)"
-status=0
-wait $! || status=$?
-expect_same "status after SIGTERM" $status 0
-exec 7<&-
+terminate "between two readings"
 
 # What is no lock is refused at once.
 ln -s lock lock_link
@@ -41,11 +45,7 @@ sv_board run --fast -- sv_ctl watch --lock lock >pipe &
 exec 7<pipe
 read -r row <&7
 until grep -q pipe_write "/proc/$(pgrep -xP $! sv_ctl)/wchan"; do :; done
-kill -TERM "$(pgrep -xP $! sv_ctl)"
-status=0
-wait $! || status=$?
-expect_same "status after SIGTERM, waiting for the reader" $status 0
-exec 7<&-
+terminate "waiting for the reader"
 
 # Two readings at once would mix up their values
 # shellcheck disable=SC2016

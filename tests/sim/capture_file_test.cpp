@@ -55,17 +55,13 @@ TEST(CaptureFile, HasTheBytesThatOtherProgramsRead) {
     EXPECT_EQ(sim::read_capture(bytes_of("0a0d0d0a 0000001c 1a2b3c4d 00010000")).problem, "not a little-endian file");
 }
 
-std::vector<RecordedTransfer> every_kind() {
-    return {{0, 5, true, {{0x50, false, 0, {}}}},
-            {1, 6, true, {{0x08, false, 256, Bytes(256, 0x5A)}}},
-            {0, 7, false, {{0x08, false, 2, {0x0F, 0x11}}}},
-            {127, 8, true, {{0x09, false, 1, {0x25}}, {0x09, true, 2, {1, 2}}}},
-            {0, 9, false, {{0x08, false, 1, {0xA6}}, {0x08, true, 32, {}}}},
-            {0, 10, true, {{0x08, true, 100, Bytes(64, 7)}}}};
-}
-
 TEST(CaptureFile, ReadsBackWhatWasWrittenAndSaysWhereItWasCutOff) {
-    const std::vector<RecordedTransfer> all = every_kind();
+    const std::vector<RecordedTransfer> all = {{0, 5, true, {{0x50, false, 0, {}}}},
+                                               {1, 6, true, {{0x08, false, 256, Bytes(256, 0x5A)}}},
+                                               {0, 7, false, {{0x08, false, 2, {0x0F, 0x11}}}},
+                                               {127, 8, true, {{0x09, false, 1, {0x25}}, {0x09, true, 2, {1, 2}}}},
+                                               {0, 9, false, {{0x08, false, 1, {0xA6}}, {0x08, true, 32, {}}}},
+                                               {0, 10, true, {{0x08, true, 100, Bytes(64, 7)}}}};
     const Bytes bytes = sim::capture_of(all);
     size_t count = 0;  // of transfers whose end has come
     for (size_t size = 4; size <= bytes.size(); ++size) {
