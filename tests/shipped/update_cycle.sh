@@ -28,6 +28,16 @@ expect 0 "" "*info  : nothing to do (region 0 is already up to date with swid 01
 # The default reset comes after five seconds of the board's time.
 expect 0 "*" "*info  : reset: MCU will reset in 5.0s*" run sv_updater --update new.svu
 expect_same "running region before the reset" "$(running)" 0
+# All of the board comes back from the state file, the pending reset too; a save that fails leaves the old file.
+run_board --state board --set hwid=2 --set polls=9 -- true
+expect_same "settings of one run in the state file" "$(count board polls)" 0
+cp board kept
+run true
+cmp board kept
+mkdir -p board.new/occupied
+expect 125 "" "sv_board: board.new: Is a directory" run_board --state board --set hwid=3 -- true
+rm -r board.new
+cmp board kept
 expect 0 "*" "" run sh -c "sleep 6; sv_updater --probe"
 expect_same "running region after the reset" "$(running)" 1
 
