@@ -54,6 +54,16 @@ expect 0 "*running=0*region0.swid=0x0101?region0.enabled=1*" "" sv_board show --
 same_bytes board 0 few.svu 8 $((255 * 0x200))
 same_bytes board $((0x20000)) few.svu $((8 + 0x20000)) $((255 * 0x200))
 
+# A run within a run: they share settings, flash and time, and each polls in its own way.
+cp fresh board
+# shellcheck disable=SC2016 # for the inner shell
+expect 0 "*active = 1?*" "*" run_board --state board --set polls=2 -- sh -c '
+  inner() { sv_board run --fast --trace inner --state board -- sv_updater "$@"; }
+  sv_updater --set-mode led1 gn --erase && inner --set-mode led2 gn && sv_updater --update few.svu && sleep 6 && inner --version'
+expect_same "polls of the inner run that find the MCU busy" "$(count inner busy)" 0
+[ "$(count trace busy)" -gt 0 ] || fail "the outer run polls as the inner one"
+expect 0 "*led1=0x0081?led2=0x0081*" "" sv_board show --state board
+
 # Runs of their own share the board of a state file, as if one shell had started all. Some of them are killed.
 mkdir tmp
 export TMPDIR=$PWD/tmp

@@ -9,7 +9,6 @@
 
 #include "sim/presets.h"
 #include "sim/state_file.h"
-#include "tests/sim/wire.h"
 
 namespace {
 

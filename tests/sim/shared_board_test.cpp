@@ -44,38 +44,6 @@ protected:
     }
 };
 
-TEST_F(SharedBoard, EachRunSeesWhatTheOthersDid) {
-    auto first = std::make_unique<Sharer>(path_);
-    Sharer second(path_);
-    EXPECT_EQ(std::pair(first->known, second.known), std::pair(false, true));
-    first->board.scenario.polls = 2;  // of this run alone
-    first->at_the_bus([](sim::Board& board) { write_segments(board, 300, 16); });
-    EXPECT_EQ(second.at_the_bus([](sim::Board& board) { return run_frame(board, commit_of(300)); }), kSucceeded);
-    first->at_the_bus([](sim::Board& board) {
-        run_frame(board, read_of(300, 1));
-        write_bytes(board, {0x0C, 0x81, 0x00});
-        write_bytes(board, {0x0E, 0x06});  // sets LED 1
-    });
-    first->clock.offset_us += 5'000;
-    first->at_the_bus([](sim::Board& board) { run_frame(board, delayed_reset_of(1)); });
-    EXPECT_EQ(second.at_the_bus([](sim::Board& board) { return read_bytes(board, 0x80, 2); }), (Bytes{0x01, 0x01}));
-    EXPECT_EQ(second.board.flash.memory(), first->board.flash.memory());
-    EXPECT_EQ(second.board.scenario.led1, 0x81);
-    EXPECT_EQ(second.board.scenario.polls, 1U);
-    EXPECT_EQ(sim::state_text(second.board, second.clock), sim::state_text(first->board, first->clock));
-
-    first.reset();
-    EXPECT_TRUE(fs::exists(area_));
-    second.shared.lock();
-    EXPECT_EQ(second.shared.save(), "");
-    second.shared.leave();
-    EXPECT_FALSE(fs::exists(area_));
-    Sharer third(path_);
-    EXPECT_TRUE(third.known);
-    EXPECT_EQ(third.board.flash.memory(), second.board.flash.memory());
-    EXPECT_EQ(third.clock.offset_us, 5'000U);
-}
-
 TEST_F(SharedBoard, ARunThatDiesInATransferChangesNothing) {
     std::ofstream(area_) << "what a killed run has left";
     Sharer run(path_);
