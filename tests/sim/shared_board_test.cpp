@@ -1,19 +1,16 @@
 // SPDX-License-Identifier: MIT
-// Runs that share the board of one state file.
+// A run that shares the board of a state file and dies. tests/shipped/two_at_once.sh has what living runs see.
 #include "sim/shared_board.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <fstream>
 
 #include "tests/sim/wire.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 struct Sharer {
     sim::Board board;
@@ -25,33 +22,17 @@ struct Sharer {
         EXPECT_EQ(shared.join(path, known), "");
         shared.unlock();
     }
-
-    template <typename Action>
-    auto at_the_bus(Action action) {
-        const std::lock_guard<sim::SharedBoard> lock(shared);
-        return action(board);
-    }
 };
 
-class SharedBoard : public testing::Test {
-protected:
-    const std::string path_ = testing::TempDir() + "sv_shared_" + std::to_string(getpid());
-    const std::string area_ = path_ + ".shared";
-
-    ~SharedBoard() override {
-        fs::remove(path_);
-        fs::remove(area_);
-    }
-};
-
-TEST_F(SharedBoard, ARunThatDiesInATransferChangesNothing) {
-    std::ofstream(area_) << "what a killed run has left";
-    Sharer run(path_);
+TEST(SharedBoard, ARunThatDiesInATransferChangesNothing) {
+    const std::string path = testing::TempDir() + "sv_shared_" + std::to_string(getpid());
+    std::ofstream(path + ".shared") << "what a killed run has left";
+    Sharer run(path);
     EXPECT_FALSE(run.known);
     const std::string before = sim::state_text(run.board, run.clock);
     const pid_t child = fork();
     if (child == 0) {
-        Sharer dying(path_);
+        Sharer dying(path);
         dying.shared.lock();
         write_segments(dying.board, 300, 16);
         run_frame(dying.board, commit_of(300));
@@ -61,9 +42,13 @@ TEST_F(SharedBoard, ARunThatDiesInATransferChangesNothing) {
     int status = -1;
     waitpid(child, &status, 0);
     EXPECT_EQ(status, 0);
-    EXPECT_EQ(run.at_the_bus([](sim::Board& board) { return run_frame(board, commit_of(300)); }), kFailed);
+    run.shared.lock();
+    EXPECT_EQ(run_frame(run.board, commit_of(300)), kFailed);
     EXPECT_EQ(sim::state_text(run.board, run.clock), before);
     EXPECT_EQ(run.board.flash.memory(), sim::Board().flash.memory());
+    run.shared.unlock();
+    run.shared.leave();
+    EXPECT_NE(unlink((path + ".shared").c_str()), 0);
 }
 
 }  // namespace
