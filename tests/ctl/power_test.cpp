@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "ctl/lock.h"
+#include "sim/state_file.h"
 #include "sim/trace.h"
 #include "tests/support/tool_run.h"
 
@@ -130,6 +131,7 @@ TEST(Power, AReadingChangesNothing) {
         for (const Words& command :
              {Words{"status"}, Words{"metrics"}, Words{"watch", "--count", "2", "--csv"}, Words{"doctor"}}) {
             Situation situation(words);
+            const sim::Board before = situation.board.clone();
             sim::TraceDecoder decoder(0);
             situation.board.on_transfer = [&](const sim::Transfer& transfer) {
                 const std::string what = decoder.words(transfer, 0x08);
@@ -141,6 +143,8 @@ TEST(Power, AReadingChangesNothing) {
             for (const char* bad : {"nan", "inf\n", "inf,", "inf "}) {
                 EXPECT_EQ(run.out.find(bad), std::string::npos) << bad;
             }
+            EXPECT_EQ(sim::state_text(situation.board, {}), sim::state_text(before, {}));
+            EXPECT_TRUE(situation.board.flash.memory() == before.flash.memory());
             EXPECT_EQ(situation.board.violations, Words{});
         }
     }
