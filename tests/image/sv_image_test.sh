@@ -166,7 +166,7 @@ cp named.svu other.svu
 poke other.svu 60 x # a digit of the SHA-256
 expect 1 "other.svu: sha256: it is not the one that the file names: the file or this line was changed" "" sv_image verify other.svu
 expect 0 "* computed, differs*loads:  *yes" "" sv_image info other.svu
-# What is known of a file of so many bytes: prefix, info structure, body
+# What is known of a file by its size: prefix, info structure, body
 for row in 18,false,false,false 19,true,false,false 42,true,false,false 43,true,true,false 270888,true,true,false \
   270889,true,true,true 270912,true,true,true; do
   head -c "${row%%,*}" good.svu >cut.svu
